@@ -1,0 +1,153 @@
+#include "macos/apple_mail_extractor_macos.h"
+#include "support/named_connection.h"
+#include "support/plugin_helper_functions.h"
+#include "support/plugin_static_function.h"
+
+#include <QFileInfo>
+#include <QSqlError>
+#include <QSqlQuery>
+
+namespace {
+
+const QLatin1String mail_literal("/Library/Mail");
+const QLatin1String source_file_separator(";++::++;");
+
+} // namespace
+
+/// One Mail version directory joined with one account store.
+struct apple_mail_extractor_macos::account_store_step
+{
+    QString mail_version_directory;
+    QString accounts_database;
+    QString system_user;
+    QStringList entries; ///< paths of the Mail version directory's entries
+    QSqlDatabase& result;
+    QSqlDatabase& store;
+    const char* signature;
+};
+
+void apple_mail_extractor_macos::extract_account(QString mail_version_directory, QString accounts_database,
+                                                 QString system_user)
+{
+    plugin_static_function::app_debug(QStringLiteral("START"), Q_FUNC_INFO);
+    const QStringList entries = sub_get_identifier_bundle_path(mail_version_directory);
+    const QStringList names = sub_get_identifier_bundle_name(entries);
+    const QString working_copy = helper->get_adhoc_path_for_database(accounts_database);
+    if (working_copy.isEmpty()) {
+        return;
+    }
+    const auto details = sub_compare_identifier_with_db(names, working_copy);
+
+    const auto log_opening = [signature = Q_FUNC_INFO](const char* what, named_connection& connection) {
+        plugin_static_function::app_debug(QString::fromLatin1(what) + connection.database().databaseName(), signature);
+        plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + connection.last_error(), signature);
+    };
+    {
+        named_connection result(Q_FUNC_INFO, destination_db_path);
+        if (!result.is_open()) {
+            log_opening("destination_db Db opening --------FAILED------- ", result);
+            return;
+        }
+        const committed_transaction transaction(result.database());
+        named_connection store(QStringLiteral("source_") + QString::fromLatin1(Q_FUNC_INFO), working_copy);
+        if (!store.is_open()) {
+            log_opening("Source Db opening --------FAILED------- ", store);
+            return;
+        }
+        account_store_step step{mail_version_directory, accounts_database, system_user, entries,
+                                result.database(),      store.database(),  Q_FUNC_INFO};
+        if (!extract_account_records(step, details)) {
+            return;
+        }
+    }
+    plugin_static_function::app_debug(QStringLiteral("END"), Q_FUNC_INFO);
+}
+
+/// Records every account that has a folder; false when cancelled.
+bool apple_mail_extractor_macos::extract_account_records(
+    account_store_step& step, const QList<struct_apple_mail_extractor_account_details>& details)
+{
+    for (const auto& record : details) {
+        if (cancel_requested || !extract_account_record(step, record)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Finds the name and the folder of one account and records it; false when cancelled.
+bool apple_mail_extractor_macos::extract_account_record(account_store_step& step,
+                                                        const struct_apple_mail_extractor_account_details& details)
+{
+    QString account;
+    QString folder;
+    {
+        const bool by_own_name = !details.username.isEmpty() && details.parent_account.isEmpty();
+        const QString statement = QStringLiteral("select Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,"
+                                                 "ZACCOUNTDESCRIPTION from ZACCOUNT where ") +
+                                  (by_own_name ? QStringLiteral("ZUSERNAME = '") + details.username
+                                               : QStringLiteral("Z_PK = '") + details.parent_account) +
+                                  QLatin1Char('\'');
+        QSqlQuery query(step.store);
+        if (!query.exec(statement)) {
+            plugin_static_function::app_debug(QStringLiteral("source_url query execution --------FAILED-------") +
+                                                  step.store.databaseName(),
+                                              step.signature);
+            plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + query.lastError().text(), step.signature);
+            plugin_static_function::app_debug(QStringLiteral("Query :- ") + statement, step.signature);
+            return true;
+        }
+        if (query.next()) {
+            if (cancel_requested) {
+                return false;
+            }
+            for (const QString& entry : step.entries) {
+                if (cancel_requested) {
+                    return false;
+                }
+                if (entry.endsWith(details.identifier)) {
+                    folder = entry;
+                }
+            }
+            account = query.value(3).toString();
+        }
+    }
+    files_copied_count = 0;
+    if (QFileInfo(folder).isDir()) {
+        copy_and_record_account(step, account, folder);
+    }
+    return true;
+}
+
+void apple_mail_extractor_macos::copy_and_record_account(account_store_step& step, const QString& account,
+                                                         const QString& folder)
+{
+    copy_directory(folder, copy_destination_path);
+    if (!folder.contains(mail_literal)) {
+        return;
+    }
+    const QString destination =
+        path_below_result(dated_destination(step.system_user) + folder.split(mail_literal).at(1));
+
+    const auto recorded = [&](const QString& path) {
+        return plugin_static_function::get_final_artifact_source_file(path_below_source(path), step.system_user,
+                                                                      source_type_internal);
+    };
+    const auto version_directory = recorded(step.mail_version_directory);
+    const auto account_store = recorded(step.accounts_database);
+    const QString source_file =
+        version_directory.final_source_file + source_file_separator + account_store.final_source_file;
+    QString relation = version_directory.complete_file_path;
+    if (!relation.isEmpty()) {
+        relation += source_file_separator + account_store.complete_file_path;
+    }
+
+    insert_account_row(step.result,
+                       QStringLiteral("insert into accounts (bookmark, system_user, account,account_type, "
+                                      "files_copied,source_file,artifacts_relation_source_file,dest_path,"
+                                      "os_scheme_display ,source_count_name)values(?,?,?,?,? ,?,?,?,?,?)"),
+                       {QStringLiteral("0"), step.system_user, account, QLatin1String(""), files_copied_count,
+                        source_file, relation, destination.trimmed(), os_scheme_display,
+                        plugin_static_function::get_source_count_name()},
+                       step.signature);
+}

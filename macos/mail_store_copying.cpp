@@ -1,0 +1,107 @@
+#include "macos/apple_mail_extractor_macos.h"
+#include "support/plugin_static_function.h"
+
+#include <QDate>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QLocale>
+
+namespace {
+
+constexpr qint64 progress_interval_ms = 200;
+const QLatin1Char slash('/');
+
+} // namespace
+
+void apple_mail_extractor_macos::copy_complete_directory_of_mail()
+{
+    // Without a result directory the copies would land wherever the host happens to stand.
+    if (mail_directory_list.isEmpty() || destination_root_path.isEmpty()) {
+        return;
+    }
+    for (const QString& mail_directory : mail_directory_list) {
+        if (cancel_requested) {
+            return;
+        }
+        const QString user =
+            plugin_static_function::extract_user_name_from_sourcefile(mail_directory, source_root_path).system_user;
+        const QString target = dated_destination(user);
+        QDir().mkpath(target);
+        if (!copy_folders_of_mail_directory(mail_directory, target)) {
+            return;
+        }
+    }
+    if (!cancel_requested) {
+        emit signal_copy_progress_of_plugin_macos(files_attempted_in_run, bytes_copied_count - bytes_before_run);
+    }
+}
+
+/// Copies the folders, not the files, that lie directly in a Mail directory; false when cancelled before an entry.
+bool apple_mail_extractor_macos::copy_folders_of_mail_directory(const QString& mail_directory, const QString& target)
+{
+    QDirIterator entries(mail_directory);
+    while (entries.hasNext()) {
+        if (cancel_requested) {
+            return false;
+        }
+        const QFileInfo entry(entries.next());
+        const QString name = entry.fileName();
+        if (name == QLatin1String(".") || name == QLatin1String("..") || !entry.isDir()) {
+            continue;
+        }
+        copy_directory(entry.absoluteFilePath(), target + slash + name);
+    }
+    return true;
+}
+
+void apple_mail_extractor_macos::copy_directory(QString source, QString destination)
+{
+    if (cancel_requested) {
+        return;
+    }
+    const QDir source_directory(source);
+    if (!source_directory.exists() || destination.isEmpty()) {
+        return;
+    }
+    if (!QDir(destination).exists()) {
+        QDir().mkpath(destination);
+    }
+
+    for (const QString& name : source_directory.entryList(QDir::Files, QDir::Unsorted)) {
+        if (cancel_requested) {
+            return;
+        }
+        const QString source_file = source + slash + name;
+        bytes_copied_count += QFileInfo(source_file).size();
+        ++files_copied_count;
+        ++files_attempted_in_run;
+        QFile::copy(source_file, destination + slash + name);
+        signal_copy_progress();
+    }
+    for (const QString& name : source_directory.entryList(QDir::AllDirs | QDir::NoDotAndDotDot, QDir::Unsorted)) {
+        ++directories_copied_count;
+        if (cancel_requested) {
+            break;
+        }
+        copy_directory(source + slash + name, destination + slash + name);
+    }
+}
+
+void apple_mail_extractor_macos::signal_copy_progress()
+{
+    // The first copy is signalled at once, so that a host knows early that something moves.
+    if (copy_progress_timer.isValid() && !copy_progress_timer.hasExpired(progress_interval_ms)) {
+        return;
+    }
+    copy_progress_timer.start();
+    emit signal_copy_progress_of_plugin_macos(files_attempted_in_run, bytes_copied_count - bytes_before_run);
+}
+
+QString apple_mail_extractor_macos::extract_current_date() const
+{
+    return QLocale::c().toString(QDate::currentDate(), QStringLiteral("MM-dd-yyyy"));
+}
+
+void apple_mail_extractor_macos::filter_extended_attribute_list() {}

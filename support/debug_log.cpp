@@ -1,0 +1,105 @@
+#include "support/encryptor_string.h"
+#include "support/plugin_static_function.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QLocale>
+
+#include <array>
+
+namespace {
+
+constexpr std::array engine_names{"KAVRO_DESK", "KAVRO_FIELD", "KAVRO_LIVE"};
+
+// What an enciphered file is split at; it holds no base64 character.
+constexpr const char* record_marker = "<[{()}]>";
+
+/// Reduces a function's full signature to "class::operation".
+QString reduced_function_text(const QString& function)
+{
+    QString reduced = function.trimmed();
+    if (reduced.isEmpty()) {
+        return QStringLiteral("FUNCTION INFO IS EMPTY ---FAILED--- debug!!!");
+    }
+    // Readers of existing logs know a text without "(" by its missing last character.
+    const qsizetype parenthesis = reduced.indexOf(QLatin1Char('('));
+    reduced.truncate(parenthesis >= 0 ? parenthesis : reduced.size() - 1);
+    reduced = reduced.trimmed();
+    return reduced.mid(reduced.lastIndexOf(QLatin1Char(' ')) + 1).trimmed();
+}
+
+QString engine_text(int engine_type)
+{
+    if (engine_type >= 0 && engine_type < static_cast<int>(engine_names.size())) {
+        return QString::fromLatin1(engine_names[static_cast<size_t>(engine_type)]);
+    }
+    return QStringLiteral(" -----FAILED----- to find Engine Type ][") + QString::number(engine_type);
+}
+
+} // namespace
+
+void plugin_static_function::app_debug(QString message, QString function)
+{
+    if (!debug_mode_status_bool) {
+        return;
+    }
+
+    const QString timestamp =
+        QLocale::c().toString(QDateTime::currentDateTime(), QStringLiteral("yyyy-MMM-ddThh-mm-ss"));
+    const QString line = QLatin1Char('[') + timestamp + QStringLiteral("][") + engine_text(type_engine_int) +
+                         QStringLiteral("][Artifacts Extraction][") + reduced_function_text(function) +
+                         QStringLiteral("]:-- ") + message;
+
+    if (debug_print_on_terminal_bool) {
+        qDebug() << line;
+    }
+    if (!debug_print_in_file_bool || !debug_file_regular_QFile.isOpen()) {
+        return;
+    }
+    if (debug_encryption_status_bool) {
+        debug_file_regular_QFile.write(encrypt_string(line, Q_FUNC_INFO).toLocal8Bit());
+        debug_file_regular_QFile.write(record_marker);
+    } else {
+        debug_file_regular_QFile.write(line.toLocal8Bit());
+        debug_file_regular_QFile.write("\n");
+    }
+    // A crash of the host must leave a complete log.
+    debug_file_regular_QFile.flush();
+}
+
+void plugin_static_function::set_general_info(struct_GLOBAL_COMMON_KAVRO_AND_ARTIFACT_general_info general_info)
+{
+    debug_file_path_QString = general_info.debug_file_path_QString;
+    debug_mode_status_bool = general_info.debug_mode_status_bool;
+    debug_print_in_file_bool = general_info.debug_print_in_file_bool;
+    debug_print_on_terminal_bool = general_info.debug_print_on_terminal_bool;
+    debug_encryption_status_bool = general_info.debug_encryption_status_bool;
+    open_debug_file();
+}
+
+void plugin_static_function::open_debug_file()
+{
+    if (!debug_mode_status_bool || !debug_print_in_file_bool) {
+        return;
+    }
+    debug_file_regular_QFile.setFileName(debug_file_path_QString);
+    // A file that does not open receives nothing; there is nowhere to report it.
+    static_cast<void>(debug_file_regular_QFile.open(QIODevice::WriteOnly | QIODevice::Append));
+}
+
+void plugin_static_function::close_debug_file()
+{
+    if (!debug_file_regular_QFile.isOpen()) {
+        return;
+    }
+    debug_file_regular_QFile.flush();
+    debug_file_regular_QFile.close();
+}
+
+QString plugin_static_function::encrypt_string(QString plain, QString /*function*/)
+{
+    if (plain.isEmpty()) {
+        return {};
+    }
+    return encryptor_string().encryptToString(plain);
+}
