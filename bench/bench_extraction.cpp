@@ -1,0 +1,150 @@
+#include "bench/bench_measurement.h"
+#include "bench/bench_sources.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <algorithm>
+#include <vector>
+
+// Prints ratios of times measured alternately in one run, because single times on a shared machine say little. Each
+// size is measured in a process of its own, so that the peak memory is that of one extraction.
+
+namespace {
+
+constexpr int rounds = 5;
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void print(const QString& line)
+{
+    QTextStream(stdout) << line << Qt::endl;
+}
+
+void print_ratio(const QString& what, double ratio, double limit)
+{
+    print(QStringLiteral("%1 %2  (at most %3)%4")
+              .arg(what, -58)
+              .arg(ratio, 6, 'f', 3)
+              .arg(limit)
+              .arg(ratio <= limit ? QString() : QStringLiteral("  ABOVE")));
+}
+
+/// Measures one source and prints the medians as one line of numbers for the parent process.
+int measure_one(const QString& source, const QString& scratch)
+{
+    // Peak memory before the bare loop, which keeps a list of all files.
+    const auto first = measure_extraction(source, scratch + QStringLiteral("/first"));
+    const double memory = peak_memory_mib();
+    std::vector<double> copy{first.whole_copy};
+    std::vector<double> run{first.run};
+    std::vector<double> copy_ratio;
+    std::vector<double> walk_ratio;
+    for (int round = 0; round < rounds; ++round) {
+        const QString extracted = scratch + QStringLiteral("/extracted");
+        const QString bare = scratch + QStringLiteral("/bare");
+        double bare_seconds = 0;
+        if (round % 2 == 0) {
+            bare_seconds = measure_bare_copy(source, bare);
+        }
+        const extraction_times times = measure_extraction(source, extracted);
+        walk_ratio.push_back(times.walk / measure_bare_listing(source));
+        if (round % 2 != 0) {
+            bare_seconds = measure_bare_copy(source, bare);
+        }
+        copy_ratio.push_back(times.whole_copy / bare_seconds);
+        copy.push_back(times.whole_copy);
+        run.push_back(times.run);
+        QDir(extracted).removeRecursively();
+        QDir(bare).removeRecursively();
+    }
+    print(QStringLiteral("%1 %2 %3 %4 %5")
+              .arg(median(copy))
+              .arg(median(copy_ratio))
+              .arg(median(walk_ratio))
+              .arg(median(run))
+              .arg(memory));
+    return 0;
+}
+
+struct measured
+{
+    double copy_seconds;
+    double copy_ratio;
+    double walk_ratio;
+    double run_seconds;
+    double memory_mib;
+};
+
+measured measure_in_child(const QString& source, const QString& scratch)
+{
+    QProcess child;
+    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--measure"), source, scratch});
+    child.waitForFinished(-1);
+    const QStringList numbers = QString::fromLatin1(child.readAllStandardOutput()).split(QLatin1Char(' '));
+    if (child.exitCode() != 0 || numbers.size() != 5) {
+        qFatal("the measurement of %s failed", qPrintable(source));
+    }
+    QDir(scratch).removeRecursively();
+    return {numbers[0].toDouble(), numbers[1].toDouble(), numbers[2].toDouble(), numbers[3].toDouble(),
+            numbers[4].toDouble()};
+}
+
+int measure_all(const QString& directory)
+{
+    const QTemporaryDir scratch(directory + QStringLiteral("/bench-extraction"));
+    if (!scratch.isValid()) {
+        qFatal("no scratch directory below %s: %s", qPrintable(directory), qPrintable(scratch.errorString()));
+    }
+    std::vector<double> seconds_per_file;
+    for (const int files : {1000, 20000, 100000}) {
+        const QString source = scratch.filePath(QStringLiteral("source%1").arg(files));
+        write_message_source(source, files);
+        const measured result = measure_in_child(source, scratch.filePath(QStringLiteral("work")));
+        seconds_per_file.push_back(result.copy_seconds / files);
+        print(QStringLiteral("%1 files: copy %2 s, peak memory %3 MiB")
+                  .arg(files)
+                  .arg(result.copy_seconds, 0, 'f', 3)
+                  .arg(result.memory_mib, 0, 'f', 1));
+        print_ratio(QStringLiteral("  whole-tree copy / bare loop of QFile::copy"), result.copy_ratio, 1.05);
+        print_ratio(QStringLiteral("  Mail-folder walk / bare recursive listing"), result.walk_ratio, 1.3);
+        if (files == 100000) {
+            print_ratio(QStringLiteral("  peak memory in MB (10^6 bytes)"), result.memory_mib * 1.048576, 90);
+        }
+        QDir(source).removeRecursively();
+    }
+    print_ratio(QStringLiteral("seconds a file, 100000 files / 1000 files"),
+                seconds_per_file.back() / seconds_per_file.front(), 1.1);
+
+    std::vector<double> account_seconds;
+    for (const int accounts : {100, 1000}) {
+        const QString source = scratch.filePath(QStringLiteral("accounts%1").arg(accounts));
+        write_account_source(source, accounts, 10);
+        account_seconds.push_back(measure_in_child(source, scratch.filePath(QStringLiteral("work"))).run_seconds);
+        print(QStringLiteral("%1 account folders: run %2 s").arg(accounts).arg(account_seconds.back(), 0, 'f', 3));
+    }
+    print_ratio(QStringLiteral("time of a run, 1000 account folders / 100"), account_seconds[1] / account_seconds[0],
+                12);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() == 4 && arguments[1] == QLatin1String("--measure")) {
+        return measure_one(arguments[2], arguments[3]);
+    }
+    return measure_all(arguments.value(1, QDir::tempPath()));
+}
