@@ -269,7 +269,7 @@ bool write_store(sample_writer& writer, const sample_user& user, bool older, QSt
     writer.write_file(path + QStringLiteral("-wal"), files->log);
     // SQLite builds the index of the log anew from whatever the file holds.
     if (user.shared_memory_file)
-        writer.write_file(path + QStringLiteral("-shm"), QByteArray(32 * 1024, '\0'));
+        writer.write_file(path + QStringLiteral("-shm"), QByteArray(32'768, '\0'));
     return true;
 }
 

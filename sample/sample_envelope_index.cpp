@@ -84,6 +84,6 @@ bool write_envelope_index(sample_writer& writer, const QString& directory, const
         return false;
     writer.write_file(path, files->database);
     writer.write_file(path + QStringLiteral("-wal"), files->log);
-    writer.write_file(path + QStringLiteral("-shm"), QByteArray(32 * 1024, '\0'));
+    writer.write_file(path + QStringLiteral("-shm"), QByteArray(32'768, '\0'));
     return true;
 }

@@ -142,17 +142,16 @@ std::optional<sample_database_files> make_wal_database(const sample_database& co
         return {};
     }
     const QString path = scratch.filePath(QStringLiteral("database"));
-    const QString connection = path;
     sample_database_files files;
     bool done = false;
     {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), path);
         database.setDatabaseName(path);
         // Read while the connection is open: closing it would write the log back and delete it.
         done = fill(database, content, error) && read_file(path, files.database, error) &&
                read_file(path + QStringLiteral("-wal"), files.log, error);
     }
-    QSqlDatabase::removeDatabase(connection);
+    QSqlDatabase::removeDatabase(path);
     if (!done)
         return {};
     const quint64 drawn = salts.next();

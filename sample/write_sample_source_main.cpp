@@ -5,9 +5,13 @@
 #include <QFile>
 #include <QTextStream>
 
-int main(int argc, char** argv)
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+int run(int argc, char** argv)
 {
-    const QCoreApplication application(argc, argv);
     CLI::App command(
         "Writes a mounted Mac volume with several users' mail: the same options, the same bytes and times.");
     std::string directory;
@@ -45,4 +49,17 @@ int main(int argc, char** argv)
                         << " accounts, " << summary->directories << " directories, " << summary->files << " files, "
                         << summary->bytes << " bytes\n";
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        const QCoreApplication application(argc, argv);
+        return run(argc, argv);
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "write-sample-source: %s\n", problem.what());
+        return 1;
+    }
 }

@@ -1,0 +1,243 @@
+#include "host/command_line.h"
+
+#include "host/command_failure.h"
+#include "host/console.h"
+#include "host/decipher_command.h"
+#include "host/demo_command.h"
+#include "host/exit_codes.h"
+#include "host/report_command.h"
+#include "host/run_command.h"
+#include "host/show_command.h"
+#include "host/survey_command.h"
+#include "host/verify_command.h"
+
+#include <CLI/CLI.hpp>
+
+#include <QApplication>
+#include <QFile>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <functional>
+#include <limits>
+
+namespace {
+
+// By engine type.
+constexpr std::array engine_names{"desk", "field", "live"};
+
+/// What a parsed command line asks for.
+struct chosen_command
+{
+    std::function<int()> action;
+    bool needs_widgets = false; ///< the plug-in object is a widget
+};
+
+QString decoded(const std::string& argument)
+{
+    return QFile::decodeName(argument.c_str());
+}
+
+CLI::Option* add_text(CLI::App& command, const std::string& name, QString& target, const std::string& help)
+{
+    const auto store = [&target](const std::string& value) { target = decoded(value); };
+    return command.add_option_function<std::string>(name, store, help);
+}
+
+/// A path that is given must not be empty.
+CLI::Option* add_path(CLI::App& command, const std::string& name, QString& target, const std::string& help,
+                      const std::string& kind)
+{
+    const auto not_empty = [](const std::string& value) {
+        return value.empty() ? std::string("the path is empty") : std::string();
+    };
+    return add_text(command, name, target, help)->type_name(kind)->check(not_empty);
+}
+
+template <typename options_type>
+CLI::App& add_command(CLI::App& program, chosen_command& chosen, const std::string& name, const std::string& help,
+                      int (*command)(const options_type&), const options_type& options, bool needs_widgets = false)
+{
+    CLI::App* subcommand = program.add_subcommand(name, help);
+    subcommand->callback([&chosen, &options, command, needs_widgets] {
+        chosen = {[&options, command] { return command(options); }, needs_widgets};
+    });
+    return *subcommand;
+}
+
+void add_demo(CLI::App& program, chosen_command& chosen, demo_options& options)
+{
+    CLI::App& command = add_command(program, chosen, "demo", "Write a sample source, run on it and show the accounts",
+                                    demo_command, options, true);
+    add_path(command, "DIR", options.directory, "Folder for source and result (default: a fresh temporary one)", "");
+}
+
+void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
+{
+    CLI::App& command =
+        add_command(program, chosen, "run", "Extract the mail accounts of a source", run_command, options, true);
+    add_path(command, "--source", options.source, "Directory with the source's file system; only read", "DIR")
+        ->required();
+    add_path(command, "--result", options.result, "Directory for the result, outside the source", "DIR")->required();
+    command
+        .add_option_function<std::vector<std::string>>(
+            "--user",
+            [&options](const std::vector<std::string>& names) {
+                for (const std::string& name : names) {
+                    options.users.append(decoded(name));
+                }
+            },
+            "Only this user; may be repeated (default: every user)")
+        ->type_name("NAME")
+        ->expected(1)
+        ->take_all();
+    add_text(command, "--scheme", options.scheme, "Operating-system scheme of the source")
+        ->check(CLI::IsMember({"macOS", "iOS_UID", "winOS"}))
+        ->default_str("macOS");
+    add_text(command, "--source-type", options.source_type, "Kind of source, such as macOS_Home_Directory");
+    command.add_option("--source-number", options.source_number, "Number of the source in the case")
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()))
+        ->type_name("N")
+        ->capture_default_str();
+    command
+        .add_option_function<std::string>(
+            "--engine",
+            [&options](const std::string& name) {
+                const auto position = std::find(engine_names.begin(), engine_names.end(), name);
+                options.engine_type = static_cast<int>(position - engine_names.begin());
+            },
+            "Edition named in the log")
+        ->check(CLI::IsMember(std::vector<std::string>(engine_names.begin(), engine_names.end())))
+        ->default_str(engine_names.front());
+    CLI::Option* clear =
+        command.add_flag("--clear", options.clear, "Remove the accounts that the result already holds");
+    command.add_flag("--append", options.append, "Add to the accounts that the result already holds")->excludes(clear);
+    command.add_flag("--as-suite", options.as_suite, "One run for all users, exactly as a suite drives the plug-in");
+    command.add_flag("--no-verify", options.no_verify, "Leave out the verification at the end");
+    command.add_flag("--follow-links-outside", options.follow_links_outside,
+                     "Run in spite of links that leave the source or go in circles");
+    add_path(command, "--log", options.log_file, "Debug log (default: RESULT/mail-extract/log.txt)", "FILE");
+    command.add_flag("--log-encrypted", options.log_encrypted, "Encipher the debug log; decipher reads it");
+    add_path(command, "--plugin", options.plugin_file, "Plug-in library (default: the program's own)", "FILE");
+    command.add_flag("--quiet", options.quiet, "Show no progress");
+    command.add_flag("--json", options.json, "Print the summary as JSON");
+}
+
+void add_show(CLI::App& program, chosen_command& chosen, show_options& options)
+{
+    CLI::App& command = add_command(program, chosen, "show", "Show the accounts of a result", show_command, options);
+    add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
+    add_text(command, "--format", options.format, "How to print them")
+        ->check(CLI::IsMember({"table", "csv", "json"}))
+        ->default_str("table");
+}
+
+void add_survey(CLI::App& program, chosen_command& chosen, survey_options& options)
+{
+    CLI::App& command =
+        add_command(program, chosen, "survey", "Say what a source holds, changing nothing", survey_command, options);
+    add_path(command, "--source", options.source, "Directory with the source's file system", "DIR")->required();
+    add_path(command, "--result", options.result, "Say whether there is room for a run that writes here", "DIR");
+    command.add_flag("--json", options.json, "Print everything as JSON");
+}
+
+void add_verify(CLI::App& program, chosen_command& chosen, verify_options& options)
+{
+    CLI::App& command =
+        add_command(program, chosen, "verify", "Compare a result with its source", verify_command, options);
+    add_path(command, "--source", options.source, "Directory with the source's file system", "DIR")->required();
+    add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
+    command.add_flag("--quiet", options.quiet, "Show no progress");
+}
+
+void add_report(CLI::App& program, chosen_command& chosen, report_options& options)
+{
+    CLI::App& command =
+        add_command(program, chosen, "report", "Write a result as a page to read", report_command, options);
+    add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
+    add_path(command, "--output", options.output, "The page (default: RESULT/mail-extract/report.html)", "FILE");
+}
+
+void add_decipher(CLI::App& program, chosen_command& chosen, decipher_options& options)
+{
+    CLI::App& command = add_command(program, chosen, "decipher",
+                                    "Print the plain lines of an enciphered debug log; a log that is plain already is "
+                                    "said to be so, and nothing is printed",
+                                    decipher_command, options);
+    add_path(command, "FILE", options.file, "The enciphered log", "")->required();
+}
+
+/// Makes the application object that the plug-in's widgets need.
+std::unique_ptr<QCoreApplication> widget_application(int& argc, char** argv)
+{
+    // Nothing is ever shown, so no display is needed either.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // What Qt says about the desktop session is of no interest without one.
+    static QtMessageHandler usual_handler = nullptr;
+    usual_handler = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& text) {
+        if (type == QtCriticalMsg || type == QtFatalMsg) {
+            usual_handler(type, context, text);
+        }
+    });
+    auto application = std::make_unique<QApplication>(argc, argv);
+    qInstallMessageHandler(usual_handler);
+    return application;
+}
+
+int run_chosen(const chosen_command& chosen, int argc, char** argv)
+{
+    const auto application =
+        chosen.needs_widgets ? widget_application(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("mail-extract"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(MAIL_EXTRACT_VERSION));
+    try {
+        return chosen.action();
+    } catch (const command_failure& failure) {
+        complain(failure.message());
+        return failure.exit_code();
+    } catch (const std::exception& error) {
+        complain(QString::fromLocal8Bit(error.what()));
+        return exit_code::could_not_run;
+    }
+}
+
+} // namespace
+
+int run_command_line(int argc, char** argv)
+{
+    CLI::App program("Finds the mail accounts of a Mac and copies its mail stores; the source is only read.",
+                     "mail-extract");
+    program.set_version_flag("--version", "mail-extract " MAIL_EXTRACT_VERSION);
+    program.require_subcommand(1);
+    program.footer(
+        "Exit codes: 0 whole, 1 could not run, 2 usage, 3 with failures, 4 no Mail directory, 130 cancelled.");
+
+    chosen_command chosen;
+    demo_options demo;
+    survey_options survey;
+    run_options run;
+    show_options show;
+    verify_options verify;
+    report_options report;
+    decipher_options decipher;
+    add_demo(program, chosen, demo);
+    add_survey(program, chosen, survey);
+    add_run(program, chosen, run);
+    add_show(program, chosen, show);
+    add_verify(program, chosen, verify);
+    add_report(program, chosen, report);
+    add_decipher(program, chosen, decipher);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return program.exit(error) == 0 ? exit_code::whole : exit_code::usage;
+    }
+
+    const int code = run_chosen(chosen, argc, argv);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        complain(QStringLiteral("cannot write to standard output: %1").arg(qt_error_string()));
+        return exit_code::could_not_run;
+    }
+    return code;
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <array>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+using sha256_digest = std::array<unsigned char, 32>;
+
+/// Returns a digest as 64 lower-case hexadecimal digits.
+QByteArray digest_to_hex(const sha256_digest& digest);
+/// Reads 64 hexadecimal digits; nothing for any other text.
+std::optional<sha256_digest> digest_from_hex(const QByteArray& hex);
+
+/// Hashes open files, one after the other; keeps its buffer between them, so that each thread wants one of its own.
+class file_hasher
+{
+public:
+    file_hasher();
+    ~file_hasher();
+
+    /// What hashing one file gave; `digest` is meaningful only when `error` is 0 and the file was not `stopped`.
+    struct outcome
+    {
+        sha256_digest digest{};
+        qint64 bytes = 0;     ///< bytes read
+        int error = 0;        ///< errno of the read that failed
+        bool stopped = false; ///< `go_on` said no before the end
+    };
+
+    /// Reads a descriptor from its position to the end. `go_on` is called with the bytes of each piece read and stops
+    /// the reading by returning false. The descriptor stays open.
+    outcome hash(int descriptor, const std::function<bool(qint64 bytes)>& go_on);
+
+private:
+    struct digest_state;
+    std::unique_ptr<digest_state> state;
+    std::vector<unsigned char> buffer;
+};
+
+/// Returns the SHA-256 of a file; nothing, with the reason in `error`, when it cannot be read.
+std::optional<sha256_digest> sha256_of_file(const QString& path, QString& error);

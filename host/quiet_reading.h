@@ -1,0 +1,108 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+// Looking at evidence without leaving traces. Here and in the .cpp alone stands what differs between the platforms.
+// Paths are raw bytes in the file system's own encoding, because names in evidence need not be text. On Linux files
+// and directories are opened so that their access times stay where that is permitted (owner or superuser); the access
+// time of a symbolic link that is read or passed through can be kept only by mounting the source without access times.
+
+enum class entry_kind
+{
+    file,
+    directory,
+    link,
+    fifo,
+    socket,
+    device,
+    absent,
+    unknown
+};
+
+enum class link_handling
+{
+    keep,
+    follow
+};
+
+/// What is known of one directory entry without opening it.
+struct entry_facts
+{
+    entry_kind kind = entry_kind::unknown;
+    bool hidden = false; ///< its own name or flag hides it, as the copy sees it; directories above are not considered
+    qint64 size = 0;     ///< bytes of a file; 0 for any other kind
+    qint64 modified_ns = 0; ///< modification time in nanoseconds since 1970, UTC
+    quint64 device = 0;     ///< device and inode together identify the object
+    quint64 inode = 0;
+    QString error; ///< why nothing is known; empty when the other fields hold
+};
+
+struct named_entry
+{
+    QByteArray name;
+    entry_facts facts;
+};
+
+struct directory_listing
+{
+    std::vector<named_entry> entries; ///< sorted bytewise by name, without "." and ".."
+    QString error;                    ///< why the listing is missing or incomplete; empty when it is whole
+};
+
+/// Owns a file descriptor and closes it.
+class file_descriptor
+{
+public:
+    file_descriptor() = default;
+    explicit file_descriptor(int descriptor) : number(descriptor) {}
+    file_descriptor(file_descriptor&& other) noexcept : number(other.release()) {}
+    file_descriptor& operator=(file_descriptor&& other) noexcept;
+    ~file_descriptor() { close(); }
+
+    /// Returns the descriptor, -1 when there is none.
+    int get() const { return number; }
+    bool is_open() const { return number >= 0; }
+    /// Hands the descriptor to the caller, who closes it from then on.
+    int release();
+    void close();
+
+private:
+    int number = -1;
+};
+
+struct quiet_file
+{
+    file_descriptor descriptor; ///< positioned at the start, for reading; not open when `error` says why
+    entry_facts facts;          ///< taken from the open file
+    QString error;
+};
+
+struct quiet_data
+{
+    QByteArray data;
+    QString error; ///< why `data` is empty; empty on success
+};
+
+/// Tells what lies at `path`; `absent` (with the reason) when nothing does or when a followed link leads nowhere.
+entry_facts quiet_stat(const QByteArray& path, link_handling links = link_handling::keep);
+
+/// True when this process may read `path` (links followed) as far as permissions tell; opens nothing.
+bool quiet_is_readable(const QByteArray& path);
+
+/// Lists a directory, following `path` itself when it is a link; the entries' facts are those of links themselves.
+directory_listing quiet_list(const QByteArray& path);
+
+/// Opens a regular file for reading. Anything else is refused with a reason, a fifo without waiting for its writer.
+quiet_file quiet_open(const QByteArray& path, link_handling links = link_handling::keep);
+
+/// Reads a regular file whole; refuses one of more than `limit` bytes.
+quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links = link_handling::keep);
+
+/// Returns the absolute path with every link resolved, as this machine does it; empty when it leads nowhere.
+QByteArray resolved_path(const QByteArray& path);
+
+/// Returns the text a link holds, unresolved; empty when `path` is no link or cannot be read.
+QByteArray link_text(const QByteArray& path);

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+struct report_options
+{
+    QString result;
+    QString output; ///< empty for RESULT/mail-extract/report.html
+};
+
+/// Writes the report of a result and returns the exit code; what fails is told in one line on standard error.
+int report_command(const report_options& options);

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QXmlStreamWriter>
+
+#include <initializer_list>
+#include <utility>
+
+class QIODevice;
+
+/// Writes an HTML document that is well-formed XML as well. Text and attributes are escaped; elements close themselves.
+class report_html
+{
+public:
+    using attributes = std::initializer_list<std::pair<const char*, QString>>;
+
+    /// An element that is open; its end tag is written when this goes out of scope.
+    class [[nodiscard]] open_element
+    {
+    public:
+        explicit open_element(QXmlStreamWriter& writer) : xml(writer) {}
+        ~open_element() { xml.writeEndElement(); }
+        Q_DISABLE_COPY_MOVE(open_element)
+
+    private:
+        QXmlStreamWriter& xml;
+    };
+
+    /// Writes to an open device, which must outlive this object.
+    explicit report_html(QIODevice* target);
+
+    /// Opens an element that never stands without an end tag, as HTML asks.
+    open_element open(const char* name, attributes with = {});
+    /// Writes an element that has no content ("meta", "rect").
+    void empty(const char* name, attributes with);
+    /// Writes an element that holds only one piece of text.
+    void element(const char* name, const QString& content, attributes with = {});
+    /// Writes text that display_text() returned or that is the project's own.
+    void text(const QString& content);
+    /// Writes text that display_text() returned, kept from changing the order of what stands around it.
+    void foreign(const QString& displayed);
+    /// Writes the doctype.
+    void doctype();
+    /// Writes "style" or "script" with content as it is: constant, and free of "<" and "&".
+    void verbatim(const char* name, const char* content);
+
+private:
+    QIODevice* device;
+    QXmlStreamWriter xml;
+};

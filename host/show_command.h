@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QString>
+
+/// Which result is shown, and how.
+struct show_options
+{
+    QString result;
+    QString format = QStringLiteral("table"); ///< "table", "csv" or "json"
+};
+
+/// Prints the accounts of a result; returns the exit code. Throws a command_failure when there is no result to read.
+int show_command(const show_options& options);

@@ -1,0 +1,29 @@
+#include "host/system_version.h"
+
+#include "host/property_list.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+// The real file has less than a kilobyte; what stands in its place in a source may be anything.
+constexpr qint64 longest_statement = 64 * 1024;
+
+} // namespace
+
+QString system_version(const QString& source_root)
+{
+    QFile file(QDir(source_root).filePath(QStringLiteral("System/Library/CoreServices/SystemVersion.plist")));
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QByteArray data = file.read(longest_statement);
+    const auto value = [&data](const char* key) { return property_list_string(data, QLatin1String(key)).value; };
+    const QString build = value("ProductBuildVersion");
+    QString version = value("ProductName") + QLatin1Char(' ') + value("ProductVersion");
+    if (!build.isEmpty()) {
+        version += QStringLiteral(" (%1)").arg(build);
+    }
+    return version.trimmed();
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+/// Returns the number of code points.
+qsizetype text_width(const QString& text);
+
+/// Returns a text of at most `width` code points (at least 1): its beginning and end with "…" between them.
+QString shortened_in_middle(const QString& text, qsizetype width);
+
+/// Returns a duration as "m:ss" or "h:mm:ss".
+QString duration_text(qint64 seconds);
