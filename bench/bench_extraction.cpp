@@ -8,6 +8,8 @@
 #include <QTextStream>
 
 #include <algorithm>
+#include <array>
+#include <limits>
 #include <vector>
 
 // Prints ratios of times measured alternately in one run, because single times on a shared machine say little. Each
@@ -15,13 +17,13 @@
 
 namespace {
 
-constexpr int rounds = 5;
-
-double median(std::vector<double> values)
+struct measured_size
 {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
+    int files;
+    int rounds;
+};
+constexpr std::array measured_sizes{measured_size{1000, 20}, measured_size{20000, 6}, measured_size{100000, 4}};
+constexpr int account_rounds = 6;
 
 void print(const QString& line)
 {
@@ -37,39 +39,39 @@ void print_ratio(const QString& what, double ratio, double limit)
               .arg(ratio <= limit ? QString() : QStringLiteral("  ABOVE")));
 }
 
-/// Measures one source and prints the medians as one line of numbers for the parent process.
-int measure_one(const QString& source, const QString& scratch)
+/// Measures one source and prints the least times as one line of numbers for the parent process: what disturbs a
+/// measurement only ever adds to it.
+int measure_one(const QString& source, const QString& scratch, int rounds)
 {
     // Peak memory before the bare loop, which keeps a list of all files.
-    const auto first = measure_extraction(source, scratch + QStringLiteral("/first"));
+    extraction_times least = measure_extraction(source, scratch + QStringLiteral("/first"));
     const double memory = peak_memory_mib();
-    std::vector<double> copy{first.whole_copy};
-    std::vector<double> run{first.run};
-    std::vector<double> copy_ratio;
-    std::vector<double> walk_ratio;
+    double bare_copy = std::numeric_limits<double>::max();
+    double bare_listing = std::numeric_limits<double>::max();
+    const QString extracted = scratch + QStringLiteral("/extracted");
+    const QString bare = scratch + QStringLiteral("/bare");
     for (int round = 0; round < rounds; ++round) {
-        const QString extracted = scratch + QStringLiteral("/extracted");
-        const QString bare = scratch + QStringLiteral("/bare");
-        double bare_seconds = 0;
-        if (round % 2 == 0) {
-            bare_seconds = measure_bare_copy(source, bare);
+        // Each goes first as often as the other, since the second one finds the disk busy.
+        const bool bare_first = round % 2 == 0;
+        if (bare_first) {
+            bare_copy = std::min(bare_copy, measure_bare_copy(source, bare));
         }
         const extraction_times times = measure_extraction(source, extracted);
-        walk_ratio.push_back(times.walk / measure_bare_listing(source));
-        if (round % 2 != 0) {
-            bare_seconds = measure_bare_copy(source, bare);
+        if (!bare_first) {
+            bare_copy = std::min(bare_copy, measure_bare_copy(source, bare));
         }
-        copy_ratio.push_back(times.whole_copy / bare_seconds);
-        copy.push_back(times.whole_copy);
-        run.push_back(times.run);
+        bare_listing = std::min(bare_listing, measure_bare_listing(source));
+        least.whole_copy = std::min(least.whole_copy, times.whole_copy);
+        least.walk = std::min(least.walk, times.walk);
+        least.run = std::min(least.run, times.run);
         QDir(extracted).removeRecursively();
         QDir(bare).removeRecursively();
     }
     print(QStringLiteral("%1 %2 %3 %4 %5")
-              .arg(median(copy))
-              .arg(median(copy_ratio))
-              .arg(median(walk_ratio))
-              .arg(median(run))
+              .arg(least.whole_copy)
+              .arg(least.whole_copy / bare_copy)
+              .arg(least.walk / bare_listing)
+              .arg(least.run)
               .arg(memory));
     return 0;
 }
@@ -83,11 +85,12 @@ struct measured
     double memory_mib;
 };
 
-measured measure_in_child(const QString& source, const QString& scratch)
+measured measure_in_child(const QString& source, const QString& scratch, int rounds)
 {
     QProcess child;
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--measure"), source, scratch});
+    child.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--measure"), source, scratch, QString::number(rounds)});
     child.waitForFinished(-1);
     const QStringList numbers = QString::fromLatin1(child.readAllStandardOutput()).split(QLatin1Char(' '));
     if (child.exitCode() != 0 || numbers.size() != 5) {
@@ -105,10 +108,10 @@ int measure_all(const QString& directory)
         qFatal("no scratch directory below %s: %s", qPrintable(directory), qPrintable(scratch.errorString()));
     }
     std::vector<double> seconds_per_file;
-    for (const int files : {1000, 20000, 100000}) {
+    for (const auto [files, rounds] : measured_sizes) {
         const QString source = scratch.filePath(QStringLiteral("source%1").arg(files));
         write_message_source(source, files);
-        const measured result = measure_in_child(source, scratch.filePath(QStringLiteral("work")));
+        const measured result = measure_in_child(source, scratch.filePath(QStringLiteral("work")), rounds);
         seconds_per_file.push_back(result.copy_seconds / files);
         print(QStringLiteral("%1 files: copy %2 s, peak memory %3 MiB")
                   .arg(files)
@@ -128,7 +131,8 @@ int measure_all(const QString& directory)
     for (const int accounts : {100, 1000}) {
         const QString source = scratch.filePath(QStringLiteral("accounts%1").arg(accounts));
         write_account_source(source, accounts, 10);
-        account_seconds.push_back(measure_in_child(source, scratch.filePath(QStringLiteral("work"))).run_seconds);
+        account_seconds.push_back(
+            measure_in_child(source, scratch.filePath(QStringLiteral("work")), account_rounds).run_seconds);
         print(QStringLiteral("%1 account folders: run %2 s").arg(accounts).arg(account_seconds.back(), 0, 'f', 3));
     }
     print_ratio(QStringLiteral("time of a run, 1000 account folders / 100"), account_seconds[1] / account_seconds[0],
@@ -143,8 +147,8 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 4 && arguments[1] == QLatin1String("--measure")) {
-        return measure_one(arguments[2], arguments[3]);
+    if (arguments.size() == 5 && arguments[1] == QLatin1String("--measure")) {
+        return measure_one(arguments[2], arguments[3], arguments[4].toInt());
     }
     return measure_all(arguments.value(1, QDir::tempPath()));
 }

@@ -50,13 +50,13 @@ std::optional<QString> candidate_from_folder_name(QString name)
     return name;
 }
 
-std::optional<folder_account> account_from_folder_name(const QString& name)
+std::optional<folder_account> account_from_folder_name(QStringView name)
 {
     for (const folder_kind& kind : folder_kinds) {
         if (!name.startsWith(kind.type)) {
             continue;
         }
-        folder_account account{name, kind.type};
+        folder_account account{name.toString(), kind.type};
         for (const QLatin1String& text : kind.removed) {
             account.account.remove(text);
         }

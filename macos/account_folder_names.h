@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 #include <optional>
 
@@ -17,4 +18,4 @@ struct folder_account
 
 /// Returns the account of a folder whose name begins with "IMAP" or "POP" (case-sensitively); an empty optional for any
 /// other name.
-std::optional<folder_account> account_from_folder_name(const QString& name);
+std::optional<folder_account> account_from_folder_name(QStringView name);

@@ -40,9 +40,10 @@ bool apple_mail_extractor_macos::extract_account_folders(QSqlDatabase& database,
         if (cancel_requested) {
             return false;
         }
-        entries.next();
+        const QString path = entries.next();
+        const QStringView name = QStringView(path).mid(path.lastIndexOf(QLatin1Char('/')) + 1);
         // The name is at hand, the kind of the entry may cost a look at the disk.
-        if (const auto account = account_from_folder_name(entries.fileName()); account && entries.fileInfo().isDir()) {
+        if (const auto account = account_from_folder_name(name); account && entries.fileInfo().isDir()) {
             copy_and_record_folder(database, entries.fileInfo().absoluteFilePath(), *account, system_user,
                                    destination_base, signature);
         }

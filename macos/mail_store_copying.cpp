@@ -13,6 +13,25 @@ namespace {
 constexpr qint64 progress_interval_ms = 200;
 const QLatin1Char slash('/');
 
+/// The visible files and subdirectories of a directory, links to such included, in the file system's own order.
+struct directory_listing
+{
+    QStringList files;
+    QStringList directories;
+};
+
+/// Lists a directory in one pass, since a second one over a large mailbox costs as much as some of its copies.
+directory_listing list_directory(const QString& path)
+{
+    directory_listing listing;
+    QDirIterator entries(path, QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot);
+    while (entries.hasNext()) {
+        entries.next();
+        (entries.fileInfo().isDir() ? listing.directories : listing.files).append(entries.fileName());
+    }
+    return listing;
+}
+
 } // namespace
 
 void apple_mail_extractor_macos::copy_complete_directory_of_mail()
@@ -61,15 +80,15 @@ void apple_mail_extractor_macos::copy_directory(QString source, QString destinat
     if (cancel_requested) {
         return;
     }
-    const QDir source_directory(source);
-    if (!source_directory.exists() || destination.isEmpty()) {
+    if (!QDir(source).exists() || destination.isEmpty()) {
         return;
     }
     if (!QDir(destination).exists()) {
         QDir().mkpath(destination);
     }
 
-    for (const QString& name : source_directory.entryList(QDir::Files, QDir::Unsorted)) {
+    const directory_listing listing = list_directory(source);
+    for (const QString& name : listing.files) {
         if (cancel_requested) {
             return;
         }
@@ -80,7 +99,7 @@ void apple_mail_extractor_macos::copy_directory(QString source, QString destinat
         QFile::copy(source_file, destination + slash + name);
         signal_copy_progress();
     }
-    for (const QString& name : source_directory.entryList(QDir::AllDirs | QDir::NoDotAndDotDot, QDir::Unsorted)) {
+    for (const QString& name : listing.directories) {
         ++directories_copied_count;
         if (cancel_requested) {
             break;

@@ -22,8 +22,10 @@ constexpr qsizetype header_length = 2;
 constexpr qsizetype checksum_length = 2;
 constexpr qsizetype hash_length = 20;
 
-// Deflate cannot expand by more than this factor, so a larger declared length is a lie.
+// Deflate cannot expand by more than this factor, so a larger declared length is a lie; and no log line comes near the
+// absolute limit. Memory is asked for by the declared length, before anything else can be checked.
 constexpr quint64 largest_expansion = 1032;
+constexpr quint64 largest_uncompressed = 256ULL * 1024 * 1024;
 constexpr qsizetype length_field_size = 4;
 
 QByteArray checksum_of(QByteArrayView payload)
@@ -59,7 +61,7 @@ QByteArray uncompressed(const QByteArray& payload)
     }
     const quint64 declared = qFromBigEndian<quint32>(payload.constData());
     const auto stream_length = static_cast<quint64>(payload.size() - length_field_size);
-    if (declared > stream_length * largest_expansion) {
+    if (declared > stream_length * largest_expansion || declared > largest_uncompressed) {
         return {};
     }
     return qUncompress(payload);
