@@ -1,0 +1,19 @@
+#include "macos/account_folder_names.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const QString name = QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const auto candidate = candidate_from_folder_name(name);
+    const auto account = account_from_folder_name(name);
+
+    const bool candidate_fits = !candidate || candidate->size() <= name.size();
+    const bool account_fits = !account || (name.startsWith(account->type) && account->account.size() <= name.size());
+    if (!candidate_fits || !account_fits) {
+        std::abort();
+    }
+    return 0;
+}
