@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/exit_codes.h"
+
 #include <QString>
 
 #include <stdexcept>
@@ -24,3 +26,9 @@ private:
     int exit_code_of_failure;
     QString message_text;
 };
+
+/// Ends a command that could not run.
+[[noreturn]] inline void refuse(const QString& message)
+{
+    throw command_failure(exit_code::could_not_run, message);
+}

@@ -1,20 +1,13 @@
 #include "host/copy_comparison.h"
 
 #include "host/source_tree.h"
-
-#include <QUtf8StringView>
+#include "host/utf8.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 
 namespace {
-
-QByteArray error_text(int error)
-{
-    return QByteArray::fromStdString(std::generic_category().message(error));
-}
 
 void judge(manifest_entry& entry, entry_status status, const QByteArray& reason)
 {
@@ -24,10 +17,12 @@ void judge(manifest_entry& entry, entry_status status, const QByteArray& reason)
 
 QByteArray why_missing(const manifest_entry& entry)
 {
-    if (entry.copy.isEmpty())
+    if (entry.copy.isEmpty()) {
         return "the result has no copy of this directory";
-    if (!QUtf8StringView(entry.path.constData(), entry.path.size()).isValidUtf8())
+    }
+    if (!is_utf8(entry.path)) {
         return "not copied: the name is not valid UTF-8";
+    }
     return "not copied";
 }
 
@@ -39,22 +34,25 @@ bool read_source(copy_pair& pair, quiet_file& source, file_hasher& hasher, const
         return true;
     }
     const file_hasher::outcome read = hasher.hash(source.descriptor.get(), go_on);
-    if (read.stopped)
+    if (read.stopped) {
         return false;
+    }
     entry.modified_ns = source.facts.modified_ns;
     entry.size = read.error == 0 ? read.bytes : source.facts.size;
-    if (read.error == 0)
+    if (read.error == 0) {
         entry.source_sha256 = read.digest;
-    else
-        judge(entry, entry_status::unreadable, "source: " + error_text(read.error));
+    } else {
+        judge(entry, entry_status::unreadable, "source: " + system_error_text(read.error).toUtf8());
+    }
     return true;
 }
 
 void give_modification_time(copy_pair& pair, const quiet_file& copy)
 {
     manifest_entry& entry = pair.entry;
-    if (copy.facts.modified_ns == entry.modified_ns)
+    if (copy.facts.modified_ns == entry.modified_ns) {
         return;
+    }
     constexpr qint64 second = 1'000'000'000;
     const qint64 fraction = (entry.modified_ns % second + second) % second;
     std::array<timespec, 2> times{};
@@ -62,10 +60,11 @@ void give_modification_time(copy_pair& pair, const quiet_file& copy)
     times[1].tv_sec = static_cast<time_t>((entry.modified_ns - fraction) / second);
     times[1].tv_nsec = static_cast<long>(fraction);
     // Through the open file, so that it is certainly the one whose bytes were compared.
-    if (::futimens(copy.descriptor.get(), times.data()) == 0)
+    if (::futimens(copy.descriptor.get(), times.data()) == 0) {
         return;
+    }
     pair.time_refused = true;
-    judge(entry, entry.status, "modification time not set: " + error_text(errno));
+    judge(entry, entry.status, "modification time not set: " + system_error_text(errno).toUtf8());
 }
 
 bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy, file_hasher& hasher,
@@ -77,20 +76,22 @@ bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy
         return true;
     }
     const file_hasher::outcome read = hasher.hash(copy.descriptor.get(), go_on);
-    if (read.stopped)
+    if (read.stopped) {
         return false;
+    }
     if (read.error != 0) {
-        judge(entry, entry_status::unreadable, "copy: " + error_text(read.error));
+        judge(entry, entry_status::unreadable, "copy: " + system_error_text(read.error).toUtf8());
         return true;
     }
     entry.copy_sha256 = read.digest;
-    if (entry.copy_sha256 == entry.source_sha256)
+    if (entry.copy_sha256 == entry.source_sha256) {
         give_modification_time(pair, copy);
-    else if (read.bytes == entry.size)
+    } else if (read.bytes == entry.size) {
         judge(entry, entry_status::different, "same size, other content");
-    else
+    } else {
         judge(entry, entry_status::different,
               "the copy has " + QByteArray::number(read.bytes) + " of " + QByteArray::number(entry.size) + " bytes");
+    }
     return true;
 }
 
@@ -100,21 +101,26 @@ bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& 
                    const std::function<bool(qint64 bytes)>& go_on)
 {
     manifest_entry& entry = pair.entry;
-    if (pair.task == pair_task::nothing)
+    if (pair.task == pair_task::nothing) {
         return true;
+    }
     quiet_file original = quiet_open(child_path(source, entry.path), pair.links);
-    if (!read_source(pair, original, hasher, go_on))
+    if (!read_source(pair, original, hasher, go_on)) {
         return false;
-    if (!entry.source_sha256 || pair.task == pair_task::hash_source)
+    }
+    if (!entry.source_sha256 || pair.task == pair_task::hash_source) {
         return true;
+    }
 
     const QByteArray copy_path = child_path(result, entry.copy);
     const quiet_file copy = entry.copy.isEmpty() ? quiet_file() : quiet_open(copy_path, link_handling::keep);
-    if (copy.descriptor.is_open())
+    if (copy.descriptor.is_open()) {
         return read_copy(pair, original, copy, hasher, go_on);
-    if (entry.copy.isEmpty() || quiet_stat(copy_path).kind == entry_kind::absent)
+    }
+    if (entry.copy.isEmpty() || quiet_stat(copy_path).kind == entry_kind::absent) {
         judge(entry, entry_status::missing, why_missing(entry));
-    else
+    } else {
         judge(entry, entry_status::unreadable, "copy: " + copy.error.toUtf8());
+    }
     return true;
 }

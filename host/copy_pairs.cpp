@@ -1,6 +1,7 @@
 #include "host/copy_pairs.h"
 
 #include "host/source_tree.h"
+#include "host/source_users.h"
 
 #include <algorithm>
 
@@ -32,20 +33,6 @@ struct walk_step
 QByteArray order_key(const QByteArray& name, bool descends)
 {
     return descends ? percent_encoded_name(name) + '/' : percent_encoded_name(name);
-}
-
-QByteArray kind_name(entry_kind kind)
-{
-    switch (kind) {
-    case entry_kind::fifo:
-        return "named pipe";
-    case entry_kind::socket:
-        return "socket";
-    case entry_kind::device:
-        return "device";
-    default:
-        return "of no known kind";
-    }
 }
 
 class pair_walk
@@ -91,8 +78,9 @@ private:
     bool enter(const directory_pair& directory, const entry_facts& facts)
     {
         const auto identity = std::pair(facts.device, facts.inode);
-        if (std::find(being_walked.begin(), being_walked.end(), identity) != being_walked.end())
+        if (std::find(being_walked.begin(), being_walked.end(), identity) != being_walked.end()) {
             return report(directory.source + '/', facts, entry_status::link, "in a circle of links; not walked again");
+        }
         being_walked.push_back(identity);
         const bool goes_on = walk(directory, facts);
         being_walked.pop_back();
@@ -103,25 +91,30 @@ private:
     {
         const directory_listing listing = quiet_list(in_source(directory.source));
         if (!listing.error.isEmpty() && !report(directory.source + '/', facts, entry_status::unreadable,
-                                                "the directory cannot be read: " + listing.error.toUtf8()))
+                                                "the directory cannot be read: " + listing.error.toUtf8())) {
             return false;
+        }
 
         std::vector<walk_step> steps;
         steps.reserve(listing.entries.size());
         for (const named_entry& named : listing.entries) {
             const bool is_link = named.facts.kind == entry_kind::link;
             const bool is_directory = named.facts.kind == entry_kind::directory;
-            if (!is_directory)
+            if (!is_directory) {
                 steps.push_back({order_key(named.name, false), &named, false});
-            if (is_directory || (is_link && link_is_followed(directory, named)))
+            }
+            if (is_directory || (is_link && link_is_followed(directory, named))) {
                 steps.push_back({order_key(named.name, true), &named, true});
+            }
         }
         std::sort(steps.begin(), steps.end(),
                   [](const walk_step& left, const walk_step& right) { return left.key < right.key; });
 
-        for (const walk_step& step : steps)
-            if (step.descends ? !descend(directory, *step.named) : !visit(directory, *step.named))
+        for (const walk_step& step : steps) {
+            if (step.descends ? !descend(directory, *step.named) : !visit(directory, *step.named)) {
                 return false;
+            }
+        }
         return report_surplus(directory, listing);
     }
 
@@ -134,8 +127,9 @@ private:
     /// is followed here, so that a link to the whole machine does no harm.
     bool link_is_followed(const directory_pair& directory, const named_entry& named) const
     {
-        if (is_hidden(directory, named) || directory.copy.isEmpty())
+        if (is_hidden(directory, named) || directory.copy.isEmpty()) {
             return false;
+        }
         const QByteArray path = in_source(child_path(directory.source, named.name));
         const entry_facts target = quiet_stat(path, link_handling::follow);
         return target.kind == entry_kind::directory &&
@@ -145,10 +139,11 @@ private:
     bool descend(const directory_pair& directory, const named_entry& named)
     {
         directory_pair inner{child_path(directory.source, named.name), {}, place::below};
-        if (is_hidden(directory, named))
+        if (is_hidden(directory, named)) {
             inner.where = place::hidden;
-        else if (!directory.copy.isEmpty())
+        } else if (!directory.copy.isEmpty()) {
             inner.copy = child_path(directory.copy, named.name);
+        }
         const bool is_link = named.facts.kind == entry_kind::link;
         return enter(inner, is_link ? quiet_stat(in_source(inner.source), link_handling::follow) : named.facts);
     }
@@ -171,10 +166,11 @@ private:
         case entry_kind::absent:
         case entry_kind::unknown:
             return report(path, named.facts, entry_status::unreadable,
-                          named.facts.error.isEmpty() ? kind_name(named.facts.kind) : named.facts.error.toUtf8());
+                          named.facts.error.isEmpty() ? kind_text(named.facts.kind).toUtf8()
+                                                      : named.facts.error.toUtf8());
         default:
             return report(path, named.facts, hidden ? entry_status::hidden : entry_status::special,
-                          kind_name(named.facts.kind));
+                          kind_text(named.facts.kind).toUtf8());
         }
     }
 
@@ -190,8 +186,9 @@ private:
             return visit_file(directory, named.name, std::move(pair));
         }
         case entry_kind::directory:
-            if (link_is_followed(directory, named))
+            if (link_is_followed(directory, named)) {
                 return report(path, named.facts, entry_status::link, "link to the directory " + target_text);
+            }
             return report(path, named.facts, entry_status::missing,
                           "link to the directory " + target_text + ", of which nothing was copied");
         case entry_kind::absent:
@@ -201,7 +198,7 @@ private:
                           "link to " + target_text + ": " + target.error.toUtf8());
         default:
             return report(path, named.facts, entry_status::link,
-                          "link to " + target_text + ", " + kind_name(target.kind));
+                          "link to " + target_text + ", " + kind_text(target.kind).toUtf8());
         }
     }
 
@@ -211,19 +208,23 @@ private:
         const bool due = pair.entry.status == entry_status::copied ||
                          (pair.entry.status == entry_status::link && directory.where == place::below);
         pair.task = due ? pair_task::compare : pair_task::hash_source;
-        if (due && !directory.copy.isEmpty())
+        if (due && !directory.copy.isEmpty()) {
             pair.entry.copy = child_path(directory.copy, name);
+        }
         return visitor.pair(std::move(pair));
     }
 
     /// Reports copies beside this directory's for which there is nothing in the source.
     bool report_surplus(const directory_pair& directory, const directory_listing& listing) const
     {
-        if (directory.copy.isEmpty())
+        if (directory.copy.isEmpty()) {
             return true;
-        for (const named_entry& copy : quiet_list(in_result(directory.copy)).entries)
-            if (!accounts_for(directory, listing, copy) && !report_surplus_below(directory, copy))
+        }
+        for (const named_entry& copy : quiet_list(in_result(directory.copy)).entries) {
+            if (!accounts_for(directory, listing, copy) && !report_surplus_below(directory, copy)) {
                 return false;
+            }
+        }
         return true;
     }
 
@@ -243,12 +244,14 @@ private:
     bool report_surplus_below(const directory_pair& directory, const named_entry& copy) const
     {
         const QByteArray path = child_path(directory.copy, copy.name);
-        if (copy.facts.kind != entry_kind::directory)
+        if (copy.facts.kind != entry_kind::directory) {
             return visitor.surplus(path);
+        }
         bool goes_on = true;
         walk_tree(in_result(path), [&](const tree_entry& entry) {
-            if (entry.facts.kind != entry_kind::directory)
+            if (entry.facts.kind != entry_kind::directory) {
                 goes_on = visitor.surplus(child_path(path, entry.relative_path));
+            }
             return goes_on;
         });
         return goes_on;
@@ -262,11 +265,6 @@ private:
 };
 
 } // namespace
-
-QByteArray mail_directory_of(const QByteArray& user)
-{
-    return "Users/" + user + "/Library/Mail";
-}
 
 bool walk_copy_pairs(const QByteArray& source, const QByteArray& result, std::vector<copied_user> users,
                      const pair_visitor& visitor)

@@ -37,9 +37,6 @@ struct pair_visitor
     std::function<bool(const QByteArray& copy)> surplus; ///< a copy, relative to the result, that has no source
 };
 
-/// Returns the Mail directory of a user, relative to the source.
-QByteArray mail_directory_of(const QByteArray& user);
-
 /// Walks the users' Mail directories side by side with their copies: everything in them that is not a directory is
 /// reported once, in the bytewise order of the paths as the manifest writes them. A link to a directory is reported,
 /// and followed where the copy followed it, but never round a circle. A directory that cannot be listed is reported

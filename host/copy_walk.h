@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/link_guard.h"
+#include "host/copy_forecast.h"
 #include "host/quiet_reading.h"
 
 #include <map>
@@ -14,14 +14,22 @@
 class copy_walk
 {
 public:
-    /// What the copy of a directory's content takes, in bytes; every file counts in whole allocation units.
+    /// Files and what they take; sums stop at a number that no file system reaches.
+    struct amount
+    {
+        qint64 files = 0;
+        qint64 bytes = 0;
+        qint64 room = 0; ///< bytes when every file counts in whole allocation units
+
+        amount& operator+=(const amount& other);
+    };
+
+    /// What the copy of a directory's content takes.
     struct extent
     {
-        qint64 bytes = 0;
-        qint64 imap_and_pop_bytes = 0; ///< counted again for each folder below it that is named like an account
-
-        void add(qint64 more);
-        void add_below(const extent& content, const QByteArray& name);
+        amount tree;
+        amount accounts;    ///< the account folders below it, which are copied once more
+        amount identifiers; ///< the folders directly in it that are named by an identifier
     };
 
     explicit copy_walk(const QByteArray& source_root);
@@ -30,8 +38,6 @@ public:
     bool follow_way(const QByteArray& path);
     /// Walks a Mail directory, in which only folders are copied. An absent one has no extent.
     extent walk_mail_directory(const QByteArray& mail_directory);
-    /// Returns the extent of a directory met before (links followed); none for any other.
-    extent known_extent(const QByteArray& directory) const;
     /// Returns the problems met so far, each link once.
     const std::vector<link_problem>& problems() const { return found; }
 
@@ -61,6 +67,7 @@ private:
     void take(const QByteArray& directory, depth where, const named_entry& entry);
     void take_link(const QByteArray& link, depth where, const QByteArray& name);
     bool enter(open_directory inner);
+    void add_to_parent(const extent& content, const QByteArray& name, bool is_link);
     extent close();
     bool stays_inside(const QByteArray& link, const QByteArray& target);
     void report(const QByteArray& link, const QByteArray& target, link_problem_kind kind);

@@ -2,10 +2,21 @@
 
 #include "host/copy_pairs.h"
 
-#include <QString>
+#include <QDate>
 #include <QStringList>
 
+#include <map>
 #include <vector>
+
+/// A real directory "Apple_Mail_Extractor_<user>_<MM-dd-yyyy>" in which the plug-in put the copies of a user's mail.
+struct dated_folder
+{
+    QDate date;
+    QByteArray path; ///< relative to the result
+};
+
+/// Returns the dated folders of a result by user, each user's newest first.
+std::map<QByteArray, std::vector<dated_folder>> find_dated_folders(const QByteArray& result);
 
 /// Which copies in a result belong to which Mail directories of a source.
 struct copy_assignment
@@ -14,7 +25,6 @@ struct copy_assignment
     QStringList notes; ///< one line for each copy that is left out: an older one, or one of a user the source lacks
 };
 
-/// Finds the dated folders "Apple_Mail_Extractor_<user>_<MM-dd-yyyy>" of a result; of several for one user the newest
-/// date counts. A user of the source without one takes part, with no copy, when `users_of_run` names it. Paths
-/// absolute.
+/// Assigns each user the newest of his dated folders. A user of the source without one takes part, with no copy, when
+/// `users_of_run` names it. Paths absolute.
 copy_assignment assign_copies(const QByteArray& source, const QByteArray& result, const QStringList& users_of_run);

@@ -9,15 +9,6 @@
 #include <QFileInfo>
 #include <QLoggingCategory>
 
-namespace {
-
-[[noreturn]] void refuse(const QString& message)
-{
-    throw command_failure(exit_code::could_not_run, message);
-}
-
-} // namespace
-
 int decipher_command(const decipher_options& options)
 {
     QFile file(options.file);

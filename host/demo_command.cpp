@@ -18,11 +18,6 @@ namespace {
 // Tells a folder of a demonstration from one that somebody needs.
 constexpr const char* marker_name = ".mail-extract-demo";
 
-[[noreturn]] void refuse(const QString& message)
-{
-    throw command_failure(exit_code::could_not_run, message);
-}
-
 QString fresh_directory()
 {
     QTemporaryDir directory(QDir::temp().filePath(QStringLiteral("mail-extract-demo-XXXXXX")));

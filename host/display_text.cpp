@@ -1,7 +1,8 @@
 #include "host/display_text.h"
 
+#include "host/utf8.h"
+
 #include <QList>
-#include <QUtf8StringView>
 
 #include <array>
 
@@ -48,24 +49,14 @@ void append_decoded(QString& shown, const QString& text, backslash handling)
 {
     const QList<uint> characters = text.toUcs4();
     for (const char32_t character : characters) {
-        if (character == U'\\' && handling == backslash::doubled)
+        if (character == U'\\' && handling == backslash::doubled) {
             shown += QStringLiteral("\\\\");
-        else if (is_unshowable(character))
+        } else if (is_unshowable(character)) {
             shown += escaped(character);
-        else
+        } else {
             shown += QString::fromUcs4(&character, 1);
+        }
     }
-}
-
-/// Returns the length of the UTF-8 sequence that begins at `position`, 0 when there is no valid one.
-qsizetype sequence_length(const QByteArray& raw, qsizetype position)
-{
-    const auto first = static_cast<unsigned char>(raw[position]);
-    const qsizetype length = first < 0x80 ? 1 : first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC0 ? 2 : 0;
-    if (length == 0 || position + length > raw.size())
-        return 0;
-    const QByteArrayView sequence(raw.constData() + position, length);
-    return QUtf8StringView(sequence.data(), sequence.size()).isValidUtf8() ? length : 0;
 }
 
 } // namespace
@@ -79,7 +70,7 @@ QString display_text(const QByteArray& raw)
         append_decoded(shown, QString::fromUtf8(raw.constData() + valid_from, until - valid_from), backslash::doubled);
     };
     for (qsizetype position = 0; position < raw.size();) {
-        const qsizetype length = sequence_length(raw, position);
+        const qsizetype length = utf8_character_length(raw, position);
         if (length > 0) {
             position += length;
             continue;
@@ -105,15 +96,23 @@ QString display_bytes(qint64 bytes)
     double amount = double(bytes);
     std::size_t unit = 0;
     // 999.95 would be written as 1000.0.
-    for (; amount >= (unit == 0 ? 1000.0 : 999.95) && unit + 1 < units.size(); ++unit)
+    for (; amount >= (unit == 0 ? 1000.0 : 999.95) && unit + 1 < units.size(); ++unit) {
         amount /= 1000.0;
+    }
     return QStringLiteral("%1 %2").arg(QString::number(amount, 'f', unit == 0 ? 0 : 1), QLatin1String(units[unit]));
 }
 
 QString display_number(qint64 number)
 {
     QString digits = QString::number(number);
-    for (qsizetype position = digits.size() - 3; position > (number < 0 ? 1 : 0); position -= 3)
+    for (qsizetype position = digits.size() - 3; position > (number < 0 ? 1 : 0); position -= 3) {
         digits.insert(position, QLatin1Char(','));
+    }
     return digits;
+}
+
+QString display_time(const QDateTime& time)
+{
+    return time.isValid() ? time.toUTC().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")) + QStringLiteral(" UTC")
+                          : QStringLiteral("not known");
 }

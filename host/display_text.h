@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QString>
 
 /// Returns a file name or path as one line a person can read and trust: bytes that are not UTF-8 appear as "\xNN",
@@ -13,6 +14,9 @@ QString display_text(const QString& text);
 
 /// Returns a number of bytes in the largest decimal unit that leaves at least 1 before the point ("1.2 GB", "512 B").
 QString display_bytes(qint64 bytes);
+
+/// Returns a time in UTC to the second, "not known" for an invalid one.
+QString display_time(const QDateTime& time);
 
 /// Returns a number with its thousands set apart by commas, whatever the locale.
 QString display_number(qint64 number);

@@ -5,9 +5,9 @@
 namespace {
 
 constexpr QByteArrayView record_marker = "<[{()}]>";
-constexpr qint64 chunk_size = 256 * 1024;
+constexpr qint64 chunk_size = 262'144;
 // A log line has some hundred bytes; what is so long is no line, and reading on would fill the memory.
-constexpr qsizetype longest_record = 16 * 1024 * 1024;
+constexpr qsizetype longest_record = qsizetype(16) << 20;
 constexpr qsizetype shortest_ciphertext = 3;
 
 struct deciphered
@@ -91,7 +91,7 @@ bool enciphered_log::read_ciphertext(QByteArray& ciphertext, QString& problem)
         buffer += chunk;
     }
     if (too_long || ciphertext.size() > longest_record) {
-        problem = QStringLiteral("longer than %1 MiB").arg(longest_record / (1024 * 1024));
+        problem = QStringLiteral("longer than %1 MiB").arg(longest_record >> 20);
     }
     return true;
 }

@@ -1,7 +1,6 @@
 #include "host/extraction.h"
 
 #include "host/interruption.h"
-#include "host/mail_tree_size.h"
 #include "host/plugin_library.h"
 #include "host/signal_receiver.h"
 #include "plugin/apple_mail_extractor.h"
@@ -80,24 +79,13 @@ void configure(apple_mail_extractor& plugin, const extraction_settings& settings
     plugin.pub_create_db_tables();
 }
 
-QList<file_amount> expected_copies(const QList<plugin_task>& tasks)
+file_amount expected_copies(const QList<source_user>& users)
 {
-    QList<file_amount> expected(tasks.size());
-    for (qsizetype i = 0; i < tasks.size(); ++i) {
-        for (const source_user& user : tasks[i].users) {
-            expected[i] += mail_tree_size(user.mail_directory);
-        }
+    file_amount expected;
+    for (const source_user& user : users) {
+        expected += user.expected_copies;
     }
     return expected;
-}
-
-file_amount sum_of(const QList<file_amount>& amounts)
-{
-    file_amount sum;
-    for (const file_amount& amount : amounts) {
-        sum += amount;
-    }
-    return sum;
 }
 
 } // namespace
@@ -105,14 +93,15 @@ file_amount sum_of(const QList<file_amount>& amounts)
 void extract(const plugin_library& library, const extraction_settings& settings, progress_style style)
 {
     const QList<plugin_task> tasks = tasks_of(settings);
-    const QList<file_amount> expected =
-        style == progress_style::silent ? QList<file_amount>(tasks.size()) : expected_copies(tasks);
-    progress shown(QStringLiteral("copying"), sum_of(expected), style);
+    progress shown(QStringLiteral("copying"), expected_copies(settings.users), style);
 
     file_amount done_before;
-    for (qsizetype i = 0; i < tasks.size() && !interruption::requested(); ++i) {
+    for (const plugin_task& task : tasks) {
+        if (interruption::requested()) {
+            return;
+        }
         const auto plugin = library.create();
-        configure(*plugin, settings, tasks[i]);
+        configure(*plugin, settings, task);
         const signal_receiver receiver(*plugin, [&](file_amount copied) {
             copied += done_before;
             shown.update(copied);
@@ -121,6 +110,6 @@ void extract(const plugin_library& library, const extraction_settings& settings,
         plugin->pub_extract_artifacts();
         plugin->pub_remove_temporary_asthetics();
         // Each object counts from nothing, and its last signal may come before its last copy.
-        done_before += expected[i];
+        done_before += expected_copies(task.users);
     }
 }

@@ -11,15 +11,17 @@ bool is_digit(char character)
 
 bool is_uuid(const QByteArray& name)
 {
-    if (name.size() != 36)
+    if (name.size() != 36) {
         return false;
+    }
     for (qsizetype position = 0; position < name.size(); ++position) {
         const char character = name[position];
         const bool is_hyphen_place = position == 8 || position == 13 || position == 18 || position == 23;
         const bool is_hexadecimal =
             is_digit(character) || (character >= 'a' && character <= 'f') || (character >= 'A' && character <= 'F');
-        if (is_hyphen_place ? character != '-' : !is_hexadecimal)
+        if (is_hyphen_place ? character != '-' : !is_hexadecimal) {
             return false;
+        }
     }
     return true;
 }
@@ -28,12 +30,15 @@ bool is_uuid(const QByteArray& name)
 
 folder_naming naming_of(const QByteArray& name)
 {
-    if (is_uuid(name))
+    if (is_uuid(name)) {
         return folder_naming::identifier;
-    if (name.startsWith("IMAP"))
+    }
+    if (name.startsWith("IMAP")) {
         return folder_naming::imap;
-    if (name.startsWith("POP"))
+    }
+    if (name.startsWith("POP")) {
         return folder_naming::pop;
+    }
     return folder_naming::other;
 }
 

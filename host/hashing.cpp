@@ -25,8 +25,9 @@ struct file_hasher::digest_state
 
 file_hasher::file_hasher() : state(std::make_unique<digest_state>()), buffer(buffer_bytes)
 {
-    if (!state->algorithm || !state->context)
+    if (!state->algorithm || !state->context) {
         throw std::runtime_error("libcrypto offers no SHA-256");
+    }
 }
 
 file_hasher::~file_hasher() = default;
@@ -37,14 +38,16 @@ file_hasher::outcome file_hasher::hash(int descriptor, const std::function<bool(
     EVP_DigestInit_ex2(state->context.get(), state->algorithm.get(), nullptr);
     while (true) {
         const ssize_t got = ::read(descriptor, buffer.data(), buffer.size());
-        if (got < 0 && errno == EINTR)
+        if (got < 0 && errno == EINTR) {
             continue;
+        }
         if (got < 0) {
             result.error = errno;
             return result;
         }
-        if (got == 0)
+        if (got == 0) {
             break;
+        }
         EVP_DigestUpdate(state->context.get(), buffer.data(), static_cast<std::size_t>(got));
         result.bytes += got;
         if (!go_on(got)) {
@@ -67,8 +70,9 @@ std::optional<sha256_digest> digest_from_hex(const QByteArray& hex)
     const QByteArray bytes = QByteArray::fromHex(hex);
     sha256_digest digest{};
     // fromHex() skips what is no digit, so that only the way back tells whether the text was one.
-    if (bytes.size() != static_cast<qsizetype>(digest.size()) || bytes.toHex() != hex.toLower())
+    if (bytes.size() != static_cast<qsizetype>(digest.size()) || bytes.toHex() != hex.toLower()) {
         return std::nullopt;
+    }
     std::memcpy(digest.data(), bytes.constData(), digest.size());
     return digest;
 }

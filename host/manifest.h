@@ -33,6 +33,12 @@ inline const char* entry_status_name(entry_status status)
     return entry_status_names[static_cast<std::size_t>(status)];
 }
 
+/// True for a file whose copy is due and is not there as it should be.
+inline bool is_fault(entry_status status)
+{
+    return status == entry_status::missing || status == entry_status::different || status == entry_status::unreadable;
+}
+
 /// One file below a Mail directory. Names are bytes as the file system has them.
 struct manifest_entry
 {

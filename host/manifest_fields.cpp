@@ -1,6 +1,6 @@
 #include "host/manifest_fields.h"
 
-#include <QUtf8StringView>
+#include "host/utf8.h"
 
 #include <array>
 #include <chrono>
@@ -9,16 +9,6 @@
 namespace {
 
 constexpr qint64 nanoseconds_per_second = 1'000'000'000;
-
-/// Returns how many of the bytes from `position` on form one UTF-8 character; 0 when they form none.
-qsizetype utf8_character_length(const QByteArray& name, qsizetype position)
-{
-    const auto first = static_cast<unsigned char>(name[position]);
-    const qsizetype length = first < 0x80 ? 1 : first < 0xc0 ? 0 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-    if (length == 0 || position + length > name.size())
-        return 0;
-    return QUtf8StringView(name.constData() + position, length).isValidUtf8() ? length : 0;
-}
 
 void append_percent(QByteArray& text, char byte)
 {
@@ -40,10 +30,12 @@ bool is_plain_ascii(char byte)
 QByteArray percent_encoded_name(const QByteArray& name)
 {
     qsizetype plain = 0;
-    while (plain < name.size() && is_plain_ascii(name[plain]))
+    while (plain < name.size() && is_plain_ascii(name[plain])) {
         ++plain;
-    if (plain == name.size())
+    }
+    if (plain == name.size()) {
         return name;
+    }
     QByteArray text = name.first(plain);
     for (qsizetype i = plain; i < name.size();) {
         const qsizetype length = utf8_character_length(name, i);
@@ -52,10 +44,11 @@ QByteArray percent_encoded_name(const QByteArray& name)
                                            : length == 0;
         const qsizetype step = length == 0 ? 1 : length;
         for (qsizetype k = i; k < i + step; ++k) {
-            if (control)
+            if (control) {
                 append_percent(text, name[k]);
-            else
+            } else {
                 text += name[k];
+            }
         }
         i += step;
     }
@@ -69,8 +62,9 @@ QString manifest_text(const QByteArray& name)
 
 std::optional<QByteArray> percent_decoded_name(const QByteArray& text)
 {
-    if (!text.contains('%'))
+    if (!text.contains('%')) {
         return text;
+    }
     QByteArray name;
     name.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
@@ -80,8 +74,9 @@ std::optional<QByteArray> percent_decoded_name(const QByteArray& text)
         }
         const QByteArray digits = text.mid(i + 1, 2);
         const QByteArray byte = QByteArray::fromHex(digits);
-        if (byte.size() != 1 || byte.toHex().toUpper() != digits)
+        if (byte.size() != 1 || byte.toHex().toUpper() != digits) {
             return std::nullopt;
+        }
         name += byte;
         i += 2;
     }
@@ -121,11 +116,13 @@ std::optional<qint64> time_from_text(const QByteArray& text)
     int second = 0;
     int fraction = 0;
     if (std::sscanf(text.constData(), "%4d-%2u-%2uT%2d:%2d:%2d.%9dZ", &year_number, &month_number, &day_number, &hour,
-                    &minute, &second, &fraction) != 7)
+                    &minute, &second, &fraction) != 7) {
         return std::nullopt;
+    }
     const year_month_day date{year{year_number}, month{month_number}, day{day_number}};
-    if (!date.ok())
+    if (!date.ok()) {
         return std::nullopt;
+    }
     const auto whole = sys_days{date}.time_since_epoch() + hours{hour} + minutes{minute} + seconds{second};
     const auto whole_seconds = static_cast<quint64>(duration_cast<seconds>(whole).count());
     const auto nanoseconds = static_cast<qint64>(whole_seconds * static_cast<quint64>(nanoseconds_per_second) +

@@ -22,8 +22,9 @@ pair_pipeline::pair_pipeline(const QByteArray& source, const QByteArray& result,
     , told(std::move(who_is_told))
 {
     since_reported.start();
-    for (int i = 0; i < std::max(1, QThread::idealThreadCount()); ++i)
+    for (int i = 0; i < std::max(1, QThread::idealThreadCount()); ++i) {
         workers.emplace_back([this] { work(); });
+    }
 }
 
 pair_pipeline::~pair_pipeline()
@@ -34,8 +35,9 @@ pair_pipeline::~pair_pipeline()
         stopped = true;
         work_waits.notify_all();
     }
-    for (std::thread& worker : workers)
+    for (std::thread& worker : workers) {
         worker.join();
+    }
 }
 
 bool pair_pipeline::add(copy_pair&& pair)
@@ -65,10 +67,12 @@ bool pair_pipeline::hand_back(std::unique_lock<std::mutex>& lock, std::size_t re
             ++files_done;
             lock.lock();
         }
-        if (!report())
+        if (!report()) {
             return false;
-        if (window.size() <= remaining)
+        }
+        if (window.size() <= remaining) {
             return true;
+        }
         front_done.wait_for(lock, report_interval, [this] { return window.front().done; });
     }
 }
@@ -76,8 +80,9 @@ bool pair_pipeline::hand_back(std::unique_lock<std::mutex>& lock, std::size_t re
 /// Shows progress when it is time to; false when cancelled.
 bool pair_pipeline::report()
 {
-    if (since_reported.elapsed() < report_interval.count())
+    if (since_reported.elapsed() < report_interval.count()) {
         return true;
+    }
     since_reported.restart();
     told.progress(files_done, half_bytes / 2);
     return !told.cancelled();
@@ -89,16 +94,18 @@ void pair_pipeline::work()
     std::unique_lock lock(guard);
     while (true) {
         work_waits.wait(lock, [this] { return closed || next < window.size(); });
-        if (closed)
+        if (closed) {
             return;
+        }
         // Neither taking from the front nor adding at the end moves the other elements of a deque.
         slot& mine = window[next++];
         lock.unlock();
         complete(mine.pair, hasher);
         lock.lock();
         mine.done = true;
-        if (&mine == &window.front())
+        if (&mine == &window.front()) {
             front_done.notify_one();
+        }
     }
 }
 

@@ -1,5 +1,9 @@
 #include "host/path_checks.h"
 
+#include "host/command_failure.h"
+#include "host/result_database.h"
+#include "host/result_paths.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -41,6 +45,26 @@ bool lies_inside(const QString& path, const QString& directory)
         }
         if (place == place.parent_path()) {
             return false;
+        }
+    }
+}
+
+void keep_out_of_source(const QString& source, const QString& result, const QString& log_path)
+{
+    const QDir root(result);
+    QStringList written{result, root.filePath(QStringLiteral("Artifacts_Result")),
+                        root.filePath(QLatin1String(copies_directory)), result_database_path(result),
+                        root.filePath(QLatin1String(products_directory))};
+    for (const char* product : {"run.json", "manifest.csv", "SHA256SUMS", "report.html"}) {
+        written.append(product_path(result, product));
+    }
+    if (!log_path.isEmpty()) {
+        written.append(log_path);
+    }
+    for (const QString& path : written) {
+        if (lies_inside(path, source)) {
+            refuse(QStringLiteral("cannot write to %1: it lies inside the source %2, which is only read")
+                       .arg(path, source));
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -17,11 +18,6 @@
 
 namespace {
 
-QString error_text(int error)
-{
-    return QString::fromLocal8Bit(std::generic_category().message(error).c_str());
-}
-
 #ifdef Q_OS_MACOS
 constexpr int no_access_time = 0;
 
@@ -32,9 +28,9 @@ void keep_access_times()
     Q_UNUSED(set)
 }
 
-qint64 modified_ns(const struct stat& status)
+const timespec& modification_time(const struct stat& status)
 {
-    return qint64(status.st_mtimespec.tv_sec) * 1'000'000'000 + status.st_mtimespec.tv_nsec;
+    return status.st_mtimespec;
 }
 
 bool is_hidden_by_flag(const struct stat& status)
@@ -46,9 +42,9 @@ constexpr int no_access_time = O_NOATIME;
 
 void keep_access_times() {}
 
-qint64 modified_ns(const struct stat& status)
+const timespec& modification_time(const struct stat& status)
 {
-    return qint64(status.st_mtim.tv_sec) * 1'000'000'000 + status.st_mtim.tv_nsec;
+    return status.st_mtim;
 }
 
 bool is_hidden_by_flag(const struct stat&)
@@ -57,13 +53,25 @@ bool is_hidden_by_flag(const struct stat&)
 }
 #endif
 
+/// A file system may hold times beyond the years 1677 to 2262; those become the nearest that the number can tell.
+qint64 in_nanoseconds(const timespec& time)
+{
+    constexpr qint64 second = 1'000'000'000;
+    constexpr qint64 last_second = std::numeric_limits<qint64>::max() / second - 1;
+    if (time.tv_sec > last_second || time.tv_sec < -last_second) {
+        return time.tv_sec > 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
+    }
+    return qint64(time.tv_sec) * second + time.tv_nsec;
+}
+
 int open_quietly(const QByteArray& path, int flags)
 {
     keep_access_times();
     const int descriptor = ::open(path.constData(), flags | no_access_time);
     // Only the owner and the superuser may ask for this; for anybody else a readable file must still be read.
-    if (descriptor >= 0 || errno != EPERM || no_access_time == 0)
+    if (descriptor >= 0 || errno != EPERM || no_access_time == 0) {
         return descriptor;
+    }
     return ::open(path.constData(), flags);
 }
 
@@ -99,7 +107,7 @@ entry_facts facts_of(const struct stat& status, const QByteArray& name)
     facts.kind = kind_of(status.st_mode);
     facts.hidden = begins_with_dot(name) || is_hidden_by_flag(status);
     facts.size = facts.kind == entry_kind::file ? qint64(status.st_size) : 0;
-    facts.modified_ns = modified_ns(status);
+    facts.modified_ns = in_nanoseconds(modification_time(status));
     facts.device = quint64(status.st_dev);
     facts.inode = quint64(status.st_ino);
     return facts;
@@ -108,28 +116,47 @@ entry_facts facts_of(const struct stat& status, const QByteArray& name)
 entry_facts facts_at(int directory, const QByteArray& name, link_handling links)
 {
     struct stat status = {};
-    if (::fstatat(directory, name.constData(), &status, links == link_handling::keep ? AT_SYMLINK_NOFOLLOW : 0) == 0)
+    if (::fstatat(directory, name.constData(), &status, links == link_handling::keep ? AT_SYMLINK_NOFOLLOW : 0) == 0) {
         return facts_of(status, name);
+    }
     entry_facts facts;
-    facts.kind = errno == ENOENT || errno == ENOTDIR ? entry_kind::absent : entry_kind::unknown;
+    facts.kind = errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? entry_kind::absent : entry_kind::unknown;
     facts.hidden = begins_with_dot(name);
-    facts.error = error_text(errno);
+    facts.error = system_error_text(errno);
     return facts;
 }
 
 QString refusal(entry_kind kind)
 {
-    switch (kind) {
-    case entry_kind::directory:
-        return QStringLiteral("is a directory, not a file");
-    case entry_kind::link:
-        return QStringLiteral("is a symbolic link, not a file");
-    default:
-        return QStringLiteral("is no regular file");
-    }
+    return QStringLiteral("is no file: ") + kind_text(kind);
 }
 
 } // namespace
+
+QString system_error_text(int error)
+{
+    return QString::fromLocal8Bit(std::generic_category().message(error).c_str());
+}
+
+QString kind_text(entry_kind kind)
+{
+    switch (kind) {
+    case entry_kind::file:
+        return QStringLiteral("file");
+    case entry_kind::directory:
+        return QStringLiteral("directory");
+    case entry_kind::link:
+        return QStringLiteral("symbolic link");
+    case entry_kind::fifo:
+        return QStringLiteral("named pipe");
+    case entry_kind::socket:
+        return QStringLiteral("socket");
+    case entry_kind::device:
+        return QStringLiteral("device");
+    default:
+        return QStringLiteral("of no known kind");
+    }
+}
 
 file_descriptor& file_descriptor::operator=(file_descriptor&& other) noexcept
 {
@@ -147,8 +174,9 @@ int file_descriptor::release()
 
 void file_descriptor::close()
 {
-    if (is_open())
+    if (is_open()) {
         ::close(release());
+    }
 }
 
 entry_facts quiet_stat(const QByteArray& path, link_handling links)
@@ -168,7 +196,7 @@ directory_listing quiet_list(const QByteArray& path)
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr,
                                                      ::closedir);
     if (!stream) {
-        listing.error = error_text(errno);
+        listing.error = system_error_text(errno);
         return listing;
     }
     const int directory = descriptor.release();
@@ -181,8 +209,9 @@ directory_listing quiet_list(const QByteArray& path)
         }
         errno = 0;
     }
-    if (errno != 0)
-        listing.error = error_text(errno);
+    if (errno != 0) {
+        listing.error = system_error_text(errno);
+    }
     std::sort(listing.entries.begin(), listing.entries.end(),
               [](const named_entry& left, const named_entry& right) { return left.name < right.name; });
     return listing;
@@ -193,12 +222,14 @@ quiet_file quiet_open(const QByteArray& path, link_handling links)
     quiet_file file;
     // Without O_NONBLOCK a fifo would be waited for.
     int flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
-    if (links == link_handling::keep)
+    if (links == link_handling::keep) {
         flags |= O_NOFOLLOW;
+    }
     file.descriptor = file_descriptor(open_quietly(path, flags));
     struct stat status = {};
     if (!file.descriptor.is_open() || ::fstat(file.descriptor.get(), &status) != 0) {
-        file.error = errno == ELOOP && links == link_handling::keep ? refusal(entry_kind::link) : error_text(errno);
+        file.error =
+            errno == ELOOP && links == link_handling::keep ? refusal(entry_kind::link) : system_error_text(errno);
         file.descriptor.close();
         return file;
     }
@@ -213,22 +244,27 @@ quiet_file quiet_open(const QByteArray& path, link_handling links)
 quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links)
 {
     const quiet_file file = quiet_open(path, links);
-    if (!file.error.isEmpty())
+    if (!file.error.isEmpty()) {
         return {{}, file.error};
-    if (file.facts.size > limit)
+    }
+    if (file.facts.size > limit) {
         return {{}, QStringLiteral("is larger than %1 bytes").arg(limit)};
+    }
     quiet_data result;
     result.data.resize(qsizetype(file.facts.size));
     qsizetype filled = 0;
     while (filled < result.data.size()) {
         const ssize_t got =
             ::read(file.descriptor.get(), result.data.data() + filled, size_t(result.data.size() - filled));
-        if (got < 0 && errno == EINTR)
+        if (got < 0 && errno == EINTR) {
             continue;
-        if (got < 0)
-            return {{}, error_text(errno)};
-        if (got == 0)
+        }
+        if (got < 0) {
+            return {{}, system_error_text(errno)};
+        }
+        if (got == 0) {
             break;
+        }
         filled += got;
     }
     result.data.truncate(filled);

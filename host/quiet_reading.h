@@ -34,7 +34,7 @@ struct entry_facts
     entry_kind kind = entry_kind::unknown;
     bool hidden = false; ///< its own name or flag hides it, as the copy sees it; directories above are not considered
     qint64 size = 0;     ///< bytes of a file; 0 for any other kind
-    qint64 modified_ns = 0; ///< modification time in nanoseconds since 1970, UTC
+    qint64 modified_ns = 0; ///< modification time in nanoseconds since 1970, UTC; the nearest for one out of range
     quint64 device = 0;     ///< device and inode together identify the object
     quint64 inode = 0;
     QString error; ///< why nothing is known; empty when the other fields hold
@@ -85,6 +85,12 @@ struct quiet_data
     QByteArray data;
     QString error; ///< why `data` is empty; empty on success
 };
+
+/// Returns the system's words for an error number.
+QString system_error_text(int error);
+
+/// Returns what an entry is, in a word or two.
+QString kind_text(entry_kind kind);
 
 /// Tells what lies at `path`; `absent` (with the reason) when nothing does or when a followed link leads nowhere.
 entry_facts quiet_stat(const QByteArray& path, link_handling links = link_handling::keep);

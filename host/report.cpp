@@ -9,6 +9,7 @@
 #include "host/report_style.h"
 #include "host/report_summary.h"
 #include "host/report_verification.h"
+#include "host/result_paths.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -88,7 +89,7 @@ void write_document(report_html& html, const report_data& data, const QString& d
 
 QString default_report_path(const QString& result)
 {
-    return result + QStringLiteral("/mail-extract/report.html");
+    return product_path(result, "report.html");
 }
 
 bool write_report(const QString& result, const QString& output, QString& error)

@@ -2,9 +2,11 @@
 
 #include "host/command_failure.h"
 #include "host/result_database.h"
+#include "host/result_paths.h"
+#include "host/source_tree.h"
 
 #include <QDir>
-#include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QMap>
@@ -93,18 +95,6 @@ QList<manifest_entry> gravest_first(manifest_sums& sums)
     return all;
 }
 
-report_amount measured(const QString& folder)
-{
-    report_amount amount;
-    QDirIterator files(folder, QDir::Files | QDir::Hidden | QDir::NoSymLinks, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        files.next();
-        ++amount.files;
-        amount.bytes += files.fileInfo().size();
-    }
-    return amount;
-}
-
 } // namespace
 
 std::optional<QList<report_user>> load_report_users(const QString& result, QString& error)
@@ -131,7 +121,7 @@ try {
 std::optional<report_manifest> apply_manifest(const QString& result, QList<report_user>& users, QString& error)
 {
     manifest_reader reader;
-    if (!reader.open(result + QStringLiteral("/mail-extract/manifest.csv"))) {
+    if (!reader.open(product_path(result, "manifest.csv"))) {
         error = reader.error();
         return std::nullopt;
     }
@@ -166,7 +156,9 @@ void measure_account_folders(const QString& result, QList<report_user>& users)
     for (report_user& user : users) {
         for (report_account& account : user.accounts) {
             if (account.folder_exists) {
-                account.amount = measured(result + QLatin1Char('/') + account.folder);
+                const QString folder = result + QLatin1Char('/') + account.folder;
+                const file_amount found = visible_files_below(QFile::encodeName(folder));
+                account.amount = {found.files, found.bytes, 0};
             }
         }
     }

@@ -3,6 +3,7 @@
 #include "host/display_text.h"
 #include "host/log_failures.h"
 #include "host/report_accounts.h"
+#include "host/result_paths.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -21,7 +22,7 @@ void add_failures(report_data& data)
     }
     // A run that was killed did not come to count them.
     const bool is_named = data.run && QFileInfo::exists(data.run->log_path);
-    const QString path = is_named ? data.run->log_path : data.result + QStringLiteral("/mail-extract/log.txt");
+    const QString path = is_named ? data.run->log_path : product_path(data.result, "log.txt");
     const log_failures found = read_log_failures(path, 0, data.run && data.run->log_enciphered);
     data.failures_known = found.problem.isEmpty();
     data.failures = found.count;
@@ -41,33 +42,21 @@ void add_run_record(report_data& data)
     }
 }
 
-QString time_text(const QDateTime& time)
-{
-    return time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")) + QStringLiteral(" UTC");
-}
-
-/// Takes what the manifest tells, unless it is older than the run and so tells of another one.
 void add_manifest(report_data& data)
 {
-    const QString path = data.result + QStringLiteral("/mail-extract/manifest.csv");
-    const QDateTime written = QFileInfo(path).lastModified().toUTC();
+    const QString path = product_path(data.result, "manifest.csv");
     QString reason;
-    // Some file systems keep times to two seconds.
-    if (data.run && written.isValid() && written.addSecs(2) < data.run->started) {
-        reason =
-            QStringLiteral("%1: it is of %2, before the run began, and is left aside").arg(path, time_text(written));
-    } else {
-        data.manifest = apply_manifest(data.result, data.users, reason);
-    }
+    data.manifest = apply_manifest(data.result, data.users, reason);
     if (!data.manifest) {
         data.notes.append(reason);
         return;
     }
+    const QDateTime written = QFileInfo(path).lastModified().toUTC();
     data.manifest->written = written;
     if (data.run && (!data.run->verification || data.run->verification->totals != data.manifest->totals)) {
         data.notes.append(QStringLiteral("The figures of the verification are not those of the run itself: %1 was "
                                          "written later, on %2.")
-                              .arg(path, time_text(written)));
+                              .arg(path, display_time(written)));
     }
 }
 
@@ -130,11 +119,6 @@ QString short_folder(const report_account& account)
 {
     // "Artifacts_Result", the plug-in's own folder, and the dated one come first.
     return account.folder.section(QLatin1Char('/'), 3);
-}
-
-bool is_fault(entry_status status)
-{
-    return status == entry_status::missing || status == entry_status::different || status == entry_status::unreadable;
 }
 
 qint64 report_manifest::faults() const

@@ -71,9 +71,6 @@ struct report_data
 /// Returns an account's folder without the dated folder in which its user's mail lies, "V10/IMAP-...", for showing.
 QString short_folder(const report_account& account);
 
-/// True for a file whose copy is due and is not there as it should be.
-bool is_fault(entry_status status);
-
 /// The most exceptions that a report carries.
 inline constexpr qsizetype most_report_exceptions = 2000;
 

@@ -7,12 +7,6 @@
 
 namespace {
 
-QString time_text(const QDateTime& time)
-{
-    return time.isValid() ? time.toUTC().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")) + QStringLiteral(" UTC")
-                          : QStringLiteral("not known");
-}
-
 QString time_taken(const run_record& run)
 {
     const qint64 milliseconds = run.started.msecsTo(run.ended);
@@ -134,10 +128,10 @@ void write_report_header(report_html& html, const report_data& data)
     write_fact(html, "Result", data.result);
     if (data.run) {
         write_fact(html, "Examiner", data.run->examiner + QStringLiteral(" on ") + data.run->host_name);
-        write_fact(html, "Started", time_text(data.run->started));
+        write_fact(html, "Started", display_time(data.run->started));
         const bool ended = data.run->ended.isValid();
         write_fact(html, "Ended",
-                   time_text(data.run->ended) +
+                   display_time(data.run->ended) +
                        (ended ? QStringLiteral(" (after %1)").arg(time_taken(*data.run)) : QString()));
     }
 }

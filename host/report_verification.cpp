@@ -3,6 +3,7 @@
 #include "host/display_text.h"
 #include "host/report_account_table.h"
 #include "host/report_parts.h"
+#include "host/result_paths.h"
 
 namespace {
 
@@ -84,7 +85,7 @@ void write_verification(report_html& html, const report_data& data, const QStrin
         html.element("p", QStringLiteral("There is no manifest of this result, so no file is proven to be copied."));
         return;
     }
-    const QString manifest_link = relative_link(directory, data.result + QStringLiteral("/mail-extract/manifest.csv"));
+    const QString manifest_link = relative_link(directory, product_path(data.result, "manifest.csv"));
     {
         const auto line = html.open("p", {{"class", QStringLiteral("muted")}});
         html.text(QStringLiteral("Every file below the Mail directories, %1 in all, with its SHA-256 and that of its "

@@ -2,6 +2,7 @@
 
 #include "host/command_failure.h"
 #include "host/exit_codes.h"
+#include "host/result_paths.h"
 
 #include <QDir>
 #include <QFile>
@@ -28,8 +29,8 @@ bool is_unfinished(const QString& path)
 
 QString result_database_path(const QString& result)
 {
-    return QDir(result).absoluteFilePath(
-        QStringLiteral("Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor.sqlite"));
+    return QDir(result).absoluteFilePath(QLatin1String(copies_directory) +
+                                         QStringLiteral("/Apple_Mail_Extractor.sqlite"));
 }
 
 result_database::result_database(const QString& result) : path(result_database_path(result))

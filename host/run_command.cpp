@@ -2,12 +2,12 @@
 
 #include "host/command_failure.h"
 #include "host/console.h"
+#include "host/dated_folders.h"
 #include "host/exit_codes.h"
 #include "host/extraction.h"
 #include "host/hashing.h"
 #include "host/interruption.h"
 #include "host/log_failures.h"
-#include "host/mail_tree_size.h"
 #include "host/plugin_library.h"
 #include "host/report.h"
 #include "host/result_database.h"
@@ -15,25 +15,24 @@
 #include "host/run_preparation.h"
 #include "host/run_record.h"
 #include "host/run_summary.h"
-#include "host/run_verification.h"
+#include "host/source_tree.h"
+#include "host/verification_progress.h"
 
 #include <QCoreApplication>
 #include <QDate>
 #include <QDir>
-#include <QFileInfo>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
 namespace {
 
-/// Returns the user's dated folder; a run that passes midnight may have begun it on the day before.
-QString dated_folder(const QString& result, const QString& user, QDate begun)
+/// Returns the files in a user's dated folder; one from before the run is not its work.
+file_amount copied_files(const QByteArray& result, const std::vector<dated_folder>& folders, QDate begun)
 {
-    const auto folder = [&](QDate day) {
-        return QStringLiteral("%1/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_%2_%3")
-            .arg(result, user, day.toString(QStringLiteral("MM-dd-yyyy")));
-    };
-    return QFileInfo::exists(folder(begun)) ? folder(begun) : folder(QDate::currentDate());
+    return folders.empty() || folders.front().date < begun
+               ? file_amount()
+               : visible_files_below(child_path(result, folders.front().path));
 }
 
 QJsonObject options_to_json(const run_options& options)
@@ -71,20 +70,13 @@ run_record begin_record(const run_options& options, const run_plan& plan, const 
     return record;
 }
 
-/// Writes the record where it is looked for; a record that cannot be written must not keep the run from its work.
-void save(const run_record& record)
-{
-    QString error;
-    if (!write_run_record(record.result, record, error)) {
-        complain(error);
-    }
-}
-
 /// Looks at what the plug-in left: the files of the copied trees, the rows it wrote, the failures it logged.
 void take_stock(const run_plan& plan, QDate begun, run_record& record)
 {
+    const QByteArray result = QFile::encodeName(record.result);
+    auto folders = find_dated_folders(result);
     for (user_record& user : record.users) {
-        const file_amount copied = visible_tree_size(dated_folder(record.result, user.name, begun));
+        const file_amount copied = copied_files(result, folders[QFile::encodeName(user.name)], begun);
         user.files_copied = copied.files;
         user.bytes = copied.bytes;
     }
@@ -92,13 +84,26 @@ void take_stock(const run_plan& plan, QDate begun, run_record& record)
     record.log_failures = failures.count;
     record.log_failure_lines = failures.first;
     if (!failures.problem.isEmpty()) {
-        record.error = QStringLiteral("cannot read the log %1: %2").arg(record.log_path, failures.problem);
-        return;
+        record.add_error(QStringLiteral("cannot read the log %1: %2").arg(record.log_path, failures.problem));
     }
     try {
         count_account_rows(record.result, plan.last_row, record.users);
     } catch (const command_failure& failure) {
-        record.error = failure.message();
+        record.add_error(failure.message());
+    }
+}
+
+void verify_run(run_record& record, bool quiet)
+{
+    verification_request request{record.source, record.result, {}};
+    for (const user_record& user : record.users) {
+        request.users.append(user.name);
+    }
+    const verification_result found = verify_with_progress(request, quiet);
+    if (!found.error.isEmpty()) {
+        record.add_error(found.error);
+    } else if (!found.cancelled) {
+        record.verification = found.summary;
     }
 }
 
@@ -118,6 +123,28 @@ void end_record(const run_plan& plan, run_record& record)
     record.ended = QDateTime::currentDateTimeUtc();
 }
 
+/// Saves the record and writes the report, which tells of it; what fails then is a failure of the run as well.
+void publish(run_record& record)
+{
+    QString error;
+    const auto fail = [&] {
+        record.add_error(error);
+        if (record.exit_code != exit_code::cancelled) {
+            record.exit_code = exit_code::with_failures;
+        }
+    };
+    const auto save = [&] {
+        if (!write_run_record(record.result, record, error)) {
+            fail();
+        }
+    };
+    save();
+    if (!write_report(record.result, default_report_path(record.result), error)) {
+        fail();
+        save();
+    }
+}
+
 } // namespace
 
 int run_command(const run_options& options)
@@ -126,10 +153,16 @@ int run_command(const run_options& options)
     run_plan plan = prepare_run(options);
     const plugin_library library(options.plugin_file);
     guard_run(plan.settings, options.follow_links_outside);
-    create_result(plan);
+    if (interruption::requested()) {
+        throw command_failure(exit_code::cancelled, QStringLiteral("cancelled; nothing was done"));
+    }
+    create_result(options, plan);
 
     run_record record = begin_record(options, plan, library);
-    save(record);
+    if (QString error; !write_run_record(record.result, record, error)) {
+        // Without the new record, the old one would speak for a run that is killed.
+        refuse(error);
+    }
     const QDate begun = QDate::currentDate();
     extract(library, plan.settings, progress_style_for(options.quiet));
     take_stock(plan, begun, record);
@@ -137,10 +170,7 @@ int run_command(const run_options& options)
         verify_run(record, options.quiet);
     }
     end_record(plan, record);
-    save(record);
-    if (QString error; !write_report(record.result, default_report_path(record.result), error)) {
-        complain(error);
-    }
+    publish(record);
 
     if (options.json) {
         print_bytes(QJsonDocument(run_record_to_json(record)).toJson());

@@ -2,37 +2,48 @@
 
 #include "host/command_failure.h"
 #include "host/console.h"
-#include "host/exit_codes.h"
-#include "host/link_guard.h"
+#include "host/earlier_copies.h"
 #include "host/room_guard.h"
 
 #include <QFile>
 
-void guard_run(const extraction_settings& settings, bool follow_links_outside)
+#include <algorithm>
+
+namespace {
+
+void refuse_links(const copy_forecast& forecast, const QString& source)
 {
-    const QByteArray source = QFile::encodeName(settings.source_root);
-    std::vector<QByteArray> mail_directories;
+    for (const link_problem& problem : forecast.link_problems) {
+        complain(link_problem_text(problem));
+    }
+    refuse(QStringLiteral("%1: nothing is copied because of these links; --follow-links-outside runs in spite of them")
+               .arg(source));
+}
+
+} // namespace
+
+void guard_run(extraction_settings& settings, bool follow_links_outside)
+{
+    std::vector<QByteArray> names;
     for (const source_user& user : settings.users) {
-        // Also where none is seen: the link that hides it is what is looked for.
-        mail_directories.push_back(QFile::encodeName(settings.source_root + QStringLiteral("Users/") + user.name +
-                                                     QStringLiteral("/Library/Mail")));
+        // Also where no Mail directory is seen: the link that hides it is what is looked for.
+        names.push_back(QFile::encodeName(user.name));
+    }
+    const QByteArray source = QFile::encodeName(settings.source_root);
+    const copy_forecast forecast = forecast_copies(source, mail_directories_of(source, names));
+    if (forecast.link_problems.empty()) {
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            settings.users[static_cast<qsizetype>(i)].expected_copies = forecast.copies[i];
+        }
+    } else if (!follow_links_outside) {
+        refuse_links(forecast, settings.source_root);
     }
 
-    if (!follow_links_outside) {
-        const std::vector<link_problem> problems = find_link_problems(source, mail_directories);
-        for (const link_problem& problem : problems) {
-            complain(link_problem_text(problem));
-        }
-        if (!problems.empty()) {
-            throw command_failure(exit_code::could_not_run,
-                                  QStringLiteral("%1: nothing is copied because of these links; "
-                                                 "--follow-links-outside runs in spite of them")
-                                      .arg(settings.source_root));
-        }
-    }
-    const room_estimate room = estimate_room(source, mail_directories, settings.result_directory);
+    const qint64 earlier = bytes_of_earlier_copies(settings);
+    const room_estimate room = estimate_room(forecast, settings.result_directory,
+                                             settings.clear ? earlier : std::min(earlier, forecast.room_of_trees));
     if (!room.is_enough()) {
-        throw command_failure(exit_code::could_not_run,
-                              QStringLiteral("cannot write to %1: %2").arg(settings.result_directory, room_text(room)));
+        refuse(QStringLiteral("cannot write to %1: not enough room at %2: %3")
+                   .arg(settings.result_directory, room.measured_at, room_amounts(room)));
     }
 }

@@ -2,9 +2,12 @@
 
 #include "host/command_failure.h"
 #include "host/console.h"
+#include "host/display_text.h"
+#include "host/earlier_copies.h"
 #include "host/exit_codes.h"
 #include "host/path_checks.h"
 #include "host/result_database.h"
+#include "host/result_paths.h"
 #include "host/system_version.h"
 
 #include <QDir>
@@ -14,11 +17,6 @@
 #include <algorithm>
 
 namespace {
-
-[[noreturn]] void refuse(const QString& message)
-{
-    throw command_failure(exit_code::could_not_run, message);
-}
 
 QString absolute_source(const QString& source)
 {
@@ -36,27 +34,9 @@ QString absolute_source(const QString& source)
     return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
 }
 
-/// Everything that a run writes to; each may be a link of its own.
-void keep_out_of_source(const extraction_settings& settings)
-{
-    const QDir result(settings.result_directory);
-    const QStringList written{settings.result_directory,
-                              result.filePath(QStringLiteral("Artifacts_Result")),
-                              result.filePath(QStringLiteral("Artifacts_Result/Apple_Mail_Extractor")),
-                              result_database_path(settings.result_directory),
-                              result.filePath(QStringLiteral("mail-extract")),
-                              settings.log_path};
-    for (const QString& path : written) {
-        if (lies_inside(path, settings.source_root)) {
-            refuse(QStringLiteral("cannot write to %1: it lies inside the source %2, which is only read")
-                       .arg(path, settings.source_root));
-        }
-    }
-}
-
 QList<source_user> chosen_users(const run_options& options, const QString& source_root)
 {
-    const QList<source_user> known = list_source_users(source_root);
+    const QList<source_user> known = list_source_users(QFile::encodeName(source_root));
     if (options.users.isEmpty()) {
         return known;
     }
@@ -87,7 +67,7 @@ QString without_unreachable(QList<source_user>& users)
 
 void check_mail(const extraction_settings& settings)
 {
-    const auto has_mail = [](const source_user& user) { return !user.mail_directory.isEmpty(); };
+    const auto has_mail = [](const source_user& user) { return user.has_mail_directory; };
     if (std::none_of(settings.users.begin(), settings.users.end(), has_mail)) {
         throw command_failure(exit_code::no_mail_directory,
                               QStringLiteral("no Mail directory found below %1Users: no user has a Library/Mail")
@@ -106,7 +86,7 @@ bool has_other_form(const QString& log_path, bool enciphered)
     return is_plain == enciphered;
 }
 
-void set_aside(const QString& log_path)
+void set_aside(const QString& log_path, bool quiet)
 {
     int number = 1;
     const auto numbered = [&] { return log_path + QLatin1Char('.') + QString::number(number); };
@@ -116,7 +96,9 @@ void set_aside(const QString& log_path)
     if (!QFile::rename(log_path, numbered())) {
         refuse(QStringLiteral("cannot set aside the log %1 as %2").arg(log_path, numbered()));
     }
-    complain(QStringLiteral("the earlier log has the other form and is kept as %1").arg(numbered()));
+    if (!quiet) {
+        complain(QStringLiteral("the earlier log has the other form and is kept as %1").arg(numbered()));
+    }
 }
 
 } // namespace
@@ -127,9 +109,9 @@ run_plan prepare_run(const run_options& options)
     extraction_settings& settings = plan.settings;
     settings.source_root = absolute_source(options.source);
     settings.result_directory = QDir::cleanPath(QFileInfo(options.result).absoluteFilePath());
-    settings.log_path = options.log_file.isEmpty() ? settings.result_directory + QStringLiteral("/mail-extract/log.txt")
+    settings.log_path = options.log_file.isEmpty() ? product_path(settings.result_directory, "log.txt")
                                                    : QFileInfo(options.log_file).absoluteFilePath();
-    keep_out_of_source(settings);
+    keep_out_of_source(settings.source_root, settings.result_directory, settings.log_path);
 
     settings.source_type = options.source_type;
     settings.scheme = options.scheme;
@@ -156,15 +138,24 @@ run_plan prepare_run(const run_options& options)
     return plan;
 }
 
-void create_result(run_plan& plan)
+void create_result(const run_options& options, run_plan& plan)
 {
     const extraction_settings& settings = plan.settings;
-    const QString own_folder = settings.result_directory + QStringLiteral("/mail-extract");
+    const QString own_folder = QDir(settings.result_directory).filePath(QLatin1String(products_directory));
     if (!QDir().mkpath(own_folder)) {
         refuse(QStringLiteral("cannot create %1: %2").arg(own_folder, reason_for_no_directory(own_folder)));
     }
+    remove_earlier_products(settings.result_directory);
+    if (settings.clear) {
+        const qint64 removed = remove_earlier_copies(settings.result_directory);
+        if (removed > 0 && !options.quiet) {
+            complain(QStringLiteral("removed the copies of earlier runs, %1 folders below %2")
+                         .arg(display_number(removed),
+                              QDir(settings.result_directory).filePath(QLatin1String(copies_directory))));
+        }
+    }
     if (has_other_form(settings.log_path, settings.log_enciphered)) {
-        set_aside(settings.log_path);
+        set_aside(settings.log_path, options.quiet);
     }
     QFile log(settings.log_path);
     if (!log.open(QIODevice::WriteOnly | QIODevice::Append)) {

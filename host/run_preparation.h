@@ -17,5 +17,6 @@ struct run_plan
 run_plan prepare_run(const run_options& options);
 
 /// Creates the result directory with the program's own folder, and the log. A log in the other form, plain or
-/// enciphered, is set aside under the next free number. Throws a command_failure.
-void create_result(run_plan& plan);
+/// enciphered, is set aside under the next free number. What earlier runs said of the result is removed, and with
+/// `--clear` their copies are as well. Throws a command_failure.
+void create_result(const run_options& options, run_plan& plan);

@@ -1,7 +1,8 @@
 #include "host/run_record.h"
 
+#include "host/result_paths.h"
+
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -40,16 +41,18 @@ QJsonValue text_or_null(const QString& text)
 QStringList texts_from(const QJsonValue& value)
 {
     QStringList texts;
-    for (const auto& text : value.toArray())
+    for (const auto& text : value.toArray()) {
         texts.append(text.toString());
+    }
     return texts;
 }
 
 QJsonObject summary_to_json(const verification_summary& summary)
 {
     QJsonObject totals;
-    for (std::size_t i = 0; i < summary.totals.size(); ++i)
+    for (std::size_t i = 0; i < summary.totals.size(); ++i) {
         totals.insert(QLatin1String(entry_status_names[i]), summary.totals[i]);
+    }
     return {{"files", summary.files},
             {"bytes", summary.bytes},
             {"totals", totals},
@@ -63,8 +66,9 @@ verification_summary summary_from_json(const QJsonObject& object)
     summary.files = object["files"].toInteger();
     summary.bytes = object["bytes"].toInteger();
     const QJsonObject totals = object["totals"].toObject();
-    for (std::size_t i = 0; i < summary.totals.size(); ++i)
+    for (std::size_t i = 0; i < summary.totals.size(); ++i) {
         summary.totals[i] = totals[QLatin1String(entry_status_names[i])].toInteger();
+    }
     summary.whole = object["whole"].toBool();
     summary.finished = time_from(object["finished_utc"]);
     return summary;
@@ -109,8 +113,9 @@ run_record begin_run_record(const QStringList& command_line)
 QJsonObject run_record_to_json(const run_record& record)
 {
     QJsonArray users;
-    for (const user_record& user : record.users)
+    for (const user_record& user : record.users) {
         users.append(user_to_json(user));
+    }
     return {
         {"program", QJsonObject{{"name", record.program_name}, {"version", record.program_version}}},
         {"plugin", QJsonObject{{"path", record.plugin_path},
@@ -152,8 +157,9 @@ run_record run_record_from_json(const QJsonObject& object)
     record.plugin_version = plugin["version"].toString();
     record.plugin_sha256 = plugin["sha256"].toString();
     record.status = object["status"].toString();
-    if (object["exit_code"].isDouble())
+    if (object["exit_code"].isDouble()) {
         record.exit_code = object["exit_code"].toInt();
+    }
     record.command_line = texts_from(object["command_line"]);
     record.host_name = host["name"].toString();
     record.host_system = host["system"].toString();
@@ -165,21 +171,23 @@ run_record run_record_from_json(const QJsonObject& object)
     record.source = object["source"].toString();
     record.result = object["result"].toString();
     record.options = object["options"].toObject();
-    for (const auto& user : object["users"].toArray())
+    for (const auto& user : object["users"].toArray()) {
         record.users.append(user_from_json(user.toObject()));
+    }
     record.log_path = log["path"].toString();
     record.log_enciphered = log["enciphered"].toBool();
     record.log_failures = log["failures"].toInteger();
     record.log_failure_lines = texts_from(log["failure_lines"]);
-    if (object["verification"].isObject())
+    if (object["verification"].isObject()) {
         record.verification = summary_from_json(object["verification"].toObject());
+    }
     record.error = object["error"].toString();
     return record;
 }
 
 QString run_record_path(const QString& result)
 {
-    return QDir(result).filePath(QStringLiteral("mail-extract/run.json"));
+    return product_path(result, "run.json");
 }
 
 bool write_run_record(const QString& result, const run_record& record, QString& error)
@@ -188,8 +196,9 @@ bool write_run_record(const QString& result, const run_record& record, QString& 
     QDir().mkpath(QFileInfo(path).path());
     QSaveFile file(path);
     const QByteArray text = QJsonDocument(run_record_to_json(record)).toJson();
-    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
+    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit()) {
         return true;
+    }
     error = path + QStringLiteral(": ") + file.errorString();
     return false;
 }
@@ -197,8 +206,9 @@ bool write_run_record(const QString& result, const run_record& record, QString& 
 std::optional<run_record> read_run_record(const QString& result, QString& error)
 {
     QFile file(run_record_path(result));
-    if (!file.exists())
+    if (!file.exists()) {
         return std::nullopt;
+    }
     if (!file.open(QIODevice::ReadOnly)) {
         error = file.fileName() + QStringLiteral(": ") + file.errorString();
         return std::nullopt;

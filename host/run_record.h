@@ -64,6 +64,9 @@ struct run_record
     QStringList log_failure_lines; ///< the first of them
     std::optional<verification_summary> verification;
     QString error; ///< one line; empty when nothing kept the run from its work
+
+    /// Adds what went wrong to `error`, behind what did so earlier.
+    void add_error(const QString& text) { error += error.isEmpty() ? text : QStringLiteral("; ") + text; }
 };
 
 /// Returns a record of a run that begins now on this machine: program, host, examiner, times and command line filled

@@ -35,7 +35,7 @@ void complain_about_failures(const run_record& record)
 
 void print_run_summary(const run_record& record)
 {
-    const QList<table_column> columns{{QStringLiteral("user"), false, true},
+    const QList<table_column> columns{{QStringLiteral("user"), false, narrow_column},
                                       {QStringLiteral("accounts of the store"), true},
                                       {QStringLiteral("IMAP and POP folders"), true},
                                       {QStringLiteral("files copied"), true},

@@ -1,9 +1,9 @@
 #include "host/show_command.h"
 
 #include "host/console.h"
-#include "host/display_text.h"
 #include "host/exit_codes.h"
 #include "host/result_database.h"
+#include "host/result_paths.h"
 #include "host/text_table.h"
 
 #include <QJsonArray>
@@ -16,23 +16,45 @@ namespace {
 
 constexpr qsizetype page_width = 100;
 
-QString text_for_person(const QVariant& value)
+// Wide enough for a date, a version directory and the end of a name.
+constexpr qsizetype folder_column = 36;
+
+/// Leaves off what the folders of all rows begin with; a folder that lies elsewhere stays as it is.
+QString short_folder(const QString& folder, const QString& user)
 {
-    const QString text = value.toString();
+    const QString copies = QLatin1Char('/') + QLatin1String(copies_directory) + QLatin1Char('/');
+    const QString dated = copies + QStringLiteral("Apple_Mail_Extractor_%1_").arg(user);
+    if (folder.startsWith(dated)) {
+        return QChar(u'…') + folder.mid(dated.size());
+    }
+    return folder.startsWith(copies) ? folder.mid(copies.size()) : folder;
+}
+
+QString text_for_person(const QString& text)
+{
     return text.isEmpty() ? QStringLiteral("-") : text;
 }
 
 void print_table(QSqlQuery& rows)
 {
-    const QList<table_column> columns{
-        {QStringLiteral("#"), true}, {QStringLiteral("user"), false, true}, {QStringLiteral("account"), false, true},
-        {QStringLiteral("type")},    {QStringLiteral("files"), true},       {QStringLiteral("folder"), false, true}};
+    const QList<table_column> columns{{QStringLiteral("#"), true},
+                                      {QStringLiteral("user"), false, narrow_column},
+                                      {QStringLiteral("account"), false, narrow_column},
+                                      {QStringLiteral("type")},
+                                      {QStringLiteral("files"), true},
+                                      {QStringLiteral("folder"), false, folder_column}};
     QList<QStringList> texts;
     while (rows.next()) {
         QStringList& row = texts.emplaceBack();
-        for (const char* column : {"INT", "system_user", "account", "account_type", "files_copied", "dest_path"}) {
-            row.append(text_for_person(rows.value(QLatin1String(column))));
+        for (const char* column : {"INT", "system_user", "account", "account_type", "files_copied"}) {
+            row.append(text_for_person(rows.value(QLatin1String(column)).toString()));
         }
+        row.append(text_for_person(short_folder(rows.value(QStringLiteral("dest_path")).toString(),
+                                                rows.value(QStringLiteral("system_user")).toString())));
+    }
+    if (!texts.isEmpty()) {
+        print_line(QStringLiteral("folders below /%1, where … is Apple_Mail_Extractor_<user>_")
+                       .arg(QLatin1String(copies_directory)));
     }
     for (const QString& line : table_lines(columns, texts, page_width)) {
         print_line(line);

@@ -23,8 +23,9 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
         entry.path = root;
         entry.facts = quiet_stat(root, link_handling::follow);
         entry.listing_error = root_listing.error;
-        if (!visit(entry))
+        if (!visit(entry)) {
             return;
+        }
     }
     std::vector<open_directory> stack;
     stack.push_back({{}, false, std::move(root_listing.entries)});
@@ -47,11 +48,25 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
             listing = quiet_list(entry.path);
             entry.listing_error = listing.error;
         }
-        if (!visit(entry))
+        if (!visit(entry)) {
             return;
-        if (is_directory)
+        }
+        if (is_directory) {
             stack.push_back({entry.relative_path, entry.hidden, std::move(listing.entries)});
+        }
     }
+}
+
+file_amount visible_files_below(const QByteArray& directory)
+{
+    file_amount found;
+    walk_tree(directory, [&found](const tree_entry& entry) {
+        if (entry.facts.kind == entry_kind::file && !entry.hidden) {
+            found += {1, entry.facts.size};
+        }
+        return true;
+    });
+    return found;
 }
 
 QByteArray child_path(const QByteArray& directory, const QByteArray& name)
@@ -59,9 +74,10 @@ QByteArray child_path(const QByteArray& directory, const QByteArray& name)
     return directory.endsWith('/') ? directory + name : directory + '/' + name;
 }
 
-bool lies_within(const QByteArray& path, const QByteArray& directory)
+bool is_at_or_below(const QByteArray& path, const QByteArray& directory)
 {
-    if (!path.startsWith(directory))
+    if (!path.startsWith(directory)) {
         return false;
+    }
     return path.size() == directory.size() || directory.endsWith('/') || path[directory.size()] == '/';
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/file_amount.h"
 #include "host/quiet_reading.h"
 
 #include <functional>
@@ -19,8 +20,11 @@ struct tree_entry
 /// but `root` itself. A root that cannot be listed is reported as one entry with an empty relative path.
 void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit);
 
+/// Returns the files below a directory that are not hidden; nothing when it does not exist.
+file_amount visible_files_below(const QByteArray& directory);
+
 /// Returns `directory` + "/" + `name`, with one separator also where `directory` ends with one.
 QByteArray child_path(const QByteArray& directory, const QByteArray& name);
 
-/// True when `path` is `directory` or lies below it; both absolute and resolved.
-bool lies_within(const QByteArray& path, const QByteArray& directory);
+/// True when `path` is `directory` or lies below it; both absolute and resolved; looks at the names alone.
+bool is_at_or_below(const QByteArray& path, const QByteArray& directory);

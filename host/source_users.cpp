@@ -1,15 +1,19 @@
 #include "host/source_users.h"
 
 #include "host/folder_names.h"
-#include "host/survey.h"
+#include "host/source_tree.h"
+#include "host/utf8.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 
 #include <algorithm>
 
 namespace {
+
+bool is_directory(const QByteArray& path)
+{
+    return quiet_stat(path, link_handling::follow).kind == entry_kind::directory;
+}
 
 /// Digits of any length compare as numbers this way, provided that there are no leading zeros.
 bool is_newer(const QString& version, const QString& other)
@@ -18,32 +22,58 @@ bool is_newer(const QString& version, const QString& other)
 }
 
 /// The plug-in looks for "V3" to "V9" by itself.
-QStringList newer_mail_versions(const QString& mail_directory)
+QStringList newer_mail_versions(const QByteArray& mail_directory)
 {
-    QStringList versions = QDir(mail_directory).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Unsorted);
-    erase_if(versions, [](const QString& name) {
-        return !is_version_name(name.toUtf8()) || name.size() < 3 || name[1] == QLatin1Char('0');
-    });
+    QStringList versions;
+    for (const named_entry& entry : quiet_list(mail_directory).entries) {
+        const bool has_number_above_9 = is_version_name(entry.name) && entry.name.size() > 2 && entry.name[1] != '0';
+        if (has_number_above_9 && is_directory(child_path(mail_directory, entry.name))) {
+            versions.append(QString::fromLatin1(entry.name));
+        }
+    }
     std::sort(versions.begin(), versions.end(), is_newer);
     return versions;
 }
 
 } // namespace
 
-QList<source_user> list_source_users(const QString& source_root)
+std::vector<QByteArray> find_users(const QByteArray& source)
 {
-    const QDir users(QDir(source_root).filePath(QStringLiteral("Users")));
-    QList<source_user> found;
-    for (const QByteArray& raw_name : find_users(QFile::encodeName(source_root))) {
-        const QString name = QFile::decodeName(raw_name);
-        const QString mail_directory = users.filePath(name + QStringLiteral("/Library/Mail"));
-        source_user& user = found.emplaceBack();
-        user.name = name;
-        user.is_reachable = QFile::encodeName(name) == raw_name;
-        if (QFileInfo(mail_directory).isDir()) {
-            user.mail_directory = mail_directory;
-            user.newer_mail_versions = newer_mail_versions(mail_directory);
+    const QByteArray users_directory = child_path(source, "Users");
+    std::vector<QByteArray> names;
+    for (const named_entry& entry : quiet_list(users_directory).entries) {
+        if (!entry.facts.hidden && entry.name != "Shared" && is_directory(child_path(users_directory, entry.name))) {
+            names.push_back(entry.name);
         }
+    }
+    return names;
+}
+
+QByteArray mail_directory_of(const QByteArray& user)
+{
+    return "Users/" + user + "/Library/Mail";
+}
+
+std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std::vector<QByteArray>& users)
+{
+    std::vector<QByteArray> directories;
+    directories.reserve(users.size());
+    for (const QByteArray& user : users) {
+        directories.push_back(child_path(source, mail_directory_of(user)));
+    }
+    return directories;
+}
+
+QList<source_user> list_source_users(const QByteArray& source)
+{
+    QList<source_user> found;
+    for (const QByteArray& name : find_users(source)) {
+        const QByteArray mail_directory = child_path(source, mail_directory_of(name));
+        found.append({QFile::decodeName(name),
+                      is_utf8(name),
+                      is_directory(mail_directory),
+                      newer_mail_versions(mail_directory),
+                      {}});
     }
     return found;
 }

@@ -3,6 +3,8 @@
 #include "host/display_text.h"
 #include "host/property_list.h"
 #include "host/source_tree.h"
+#include "host/source_users.h"
+#include "host/utf8.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -18,7 +20,7 @@ bool is_directory(const QByteArray& path)
 
 QByteArray below_source(const QByteArray& source, const QByteArray& path)
 {
-    return path.size() > source.size() && lies_within(path, source)
+    return path.size() > source.size() && is_at_or_below(path, source)
                ? path.mid(source.endsWith('/') ? source.size() : source.size() + 1)
                : path;
 }
@@ -28,26 +30,13 @@ QString no_permission()
     return QStringLiteral("no permission to read the file");
 }
 
-QString special_reason(entry_kind kind)
-{
-    switch (kind) {
-    case entry_kind::fifo:
-        return QStringLiteral("named pipe");
-    case entry_kind::socket:
-        return QStringLiteral("socket");
-    case entry_kind::device:
-        return QStringLiteral("device");
-    default:
-        return QStringLiteral("neither file, directory nor link");
-    }
-}
-
 void note_if_broken(source_survey& survey, const QByteArray& link)
 {
     const entry_facts target = quiet_stat(link, link_handling::follow);
-    if (!target.error.isEmpty())
+    if (!target.error.isEmpty()) {
         survey.broken_links.push_back({below_source(survey.source, link),
                                        QStringLiteral("-> %1: %2").arg(display_text(link_text(link)), target.error)});
+    }
 }
 
 /// Says why there is no Mail directory where it is more than missing.
@@ -55,10 +44,11 @@ void note_unreachable(source_survey& survey, std::initializer_list<QByteArray> w
 {
     for (const QByteArray& path : way) {
         const entry_facts facts = quiet_stat(path);
-        if (facts.kind == entry_kind::link)
+        if (facts.kind == entry_kind::link) {
             note_if_broken(survey, path);
-        else if (facts.kind == entry_kind::unknown)
+        } else if (facts.kind == entry_kind::unknown) {
             survey.unreadable.push_back({below_source(survey.source, path), facts.error});
+        }
     }
 }
 
@@ -73,10 +63,11 @@ public:
         note_findings(entry);
         whole.links += entry.facts.kind == entry_kind::link ? 1 : 0;
         const qsizetype depth = entry.relative_path.count('/');
-        if (entry.facts.kind == entry_kind::directory && !entry.hidden)
+        if (entry.facts.kind == entry_kind::directory && !entry.hidden) {
             open_folder(entry, depth);
-        else if (entry.facts.kind == entry_kind::file)
+        } else if (entry.facts.kind == entry_kind::file) {
             count(entry, depth);
+        }
         return true;
     }
 
@@ -89,26 +80,29 @@ private:
     void note_findings(const tree_entry& entry)
     {
         const entry_facts& facts = entry.facts;
-        if (!facts.error.isEmpty() || !entry.listing_error.isEmpty())
+        if (!facts.error.isEmpty() || !entry.listing_error.isEmpty()) {
             note(whole.unreadable, entry.path, facts.error.isEmpty() ? entry.listing_error : facts.error);
-        else if (facts.kind == entry_kind::file && !quiet_is_readable(entry.path))
+        } else if (facts.kind == entry_kind::file && !quiet_is_readable(entry.path)) {
             note(whole.unreadable, entry.path, no_permission());
-        else if (facts.kind == entry_kind::link)
+        } else if (facts.kind == entry_kind::link) {
             note_if_broken(whole, entry.path);
-        else if (facts.kind != entry_kind::file && facts.kind != entry_kind::directory)
-            note(whole.special_files, entry.path, special_reason(facts.kind));
+        } else if (facts.kind != entry_kind::file && facts.kind != entry_kind::directory) {
+            note(whole.special_files, entry.path, kind_text(facts.kind));
+        }
         const QByteArray name = entry.relative_path.mid(entry.relative_path.lastIndexOf('/') + 1);
-        if (!QUtf8StringView(name.constData(), name.size()).isValidUtf8())
+        if (!is_utf8(name)) {
             note(whole.undecodable_names, entry.path, QStringLiteral("the name is not UTF-8"));
+        }
     }
 
     void open_folder(const tree_entry& entry, qsizetype depth)
     {
         const QByteArray name = entry.relative_path.mid(entry.relative_path.lastIndexOf('/') + 1);
-        if (depth == 0 && !name.isEmpty())
+        if (depth == 0 && !name.isEmpty()) {
             owner.folders.push_back({name, is_version_name(name), {}, {}, {}});
-        else if (depth == 1 && owner.folders.back().is_version)
+        } else if (depth == 1 && owner.folders.back().is_version) {
             owner.folders.back().folders.push_back({name, naming_of(name), {}});
+        }
     }
 
     // A directory comes before its content and siblings in order, so an entry belongs to the folder opened last.
@@ -118,18 +112,22 @@ private:
         const bool is_in_folder = !owner.folders.empty() && is_below(entry.relative_path, owner.folders.back().name);
         if (entry.hidden) {
             owner.hidden += one;
-            if (is_in_folder)
+            if (is_in_folder) {
                 owner.folders.back().hidden += one;
+            }
             return;
         }
-        if (depth == 0)
+        if (depth == 0) {
             owner.loose += one;
-        if (!is_in_folder)
+        }
+        if (!is_in_folder) {
             return;
+        }
         mail_folder& folder = owner.folders.back();
         folder.visible += one;
-        if (depth > 1 && !folder.folders.empty())
+        if (depth > 1 && !folder.folders.empty()) {
             folder.folders.back().visible += one;
+        }
     }
 
     static bool is_below(const QByteArray& path, const QByteArray& folder)
@@ -164,9 +162,11 @@ std::optional<qint64> file_size(const QByteArray& path)
 /// Returns the link that leads the way to `path` out of the source; empty when none does.
 QByteArray leaving_link(const source_survey& survey, const QByteArray& path)
 {
-    for (const link_problem& problem : survey.link_problems)
-        if (problem.kind == link_problem_kind::leaves_source && lies_within(path, problem.path))
+    for (const link_problem& problem : survey.link_problems) {
+        if (problem.kind == link_problem_kind::leaves_source && is_at_or_below(path, problem.path)) {
             return problem.path;
+        }
+    }
     return {};
 }
 
@@ -178,21 +178,25 @@ void find_account_stores(source_survey& survey, user_survey& user, const QByteAr
     for (const char* name : {"Accounts4.sqlite", "Accounts3.sqlite"}) {
         const QByteArray path = child_path(accounts_directory, name);
         const auto bytes = size_inside(path);
-        if (!bytes)
+        if (!bytes) {
             continue;
+        }
         user.stores.push_back({name, *bytes, size_inside(path + "-wal"), size_inside(path + "-shm")});
-        if (!quiet_is_readable(path))
+        if (!quiet_is_readable(path)) {
             survey.unreadable.push_back({below_source(survey.source, path), no_permission()});
+        }
     }
 }
 
 /// Version directories come first and by their number, "V9" before "V10".
 bool precedes(const mail_folder& left, const mail_folder& right)
 {
-    if (left.is_version != right.is_version)
+    if (left.is_version != right.is_version) {
         return left.is_version;
-    if (left.is_version && left.name.size() != right.name.size())
+    }
+    if (left.is_version && left.name.size() != right.name.size()) {
         return left.name.size() < right.name.size();
+    }
     return left.name < right.name;
 }
 
@@ -202,8 +206,9 @@ user_survey survey_user(source_survey& survey, const QByteArray& name, const QBy
     user.name = name;
     const QByteArray library = mail_directory.left(mail_directory.lastIndexOf('/'));
     user.not_followed = below_source(survey.source, leaving_link(survey, mail_directory));
-    if (user.not_followed.isEmpty())
+    if (user.not_followed.isEmpty()) {
         user.has_mail_directory = is_directory(mail_directory);
+    }
     if (user.has_mail_directory) {
         walk_tree(mail_directory, mail_directory_survey(survey, user));
         std::sort(user.folders.begin(), user.folders.end(), precedes);
@@ -217,25 +222,6 @@ user_survey survey_user(source_survey& survey, const QByteArray& name, const QBy
 
 } // namespace
 
-std::vector<QByteArray> find_users(const QByteArray& source)
-{
-    const QByteArray users_directory = child_path(source, "Users");
-    std::vector<QByteArray> names;
-    for (const named_entry& entry : quiet_list(users_directory).entries)
-        if (!entry.facts.hidden && entry.name != "Shared" && is_directory(child_path(users_directory, entry.name)))
-            names.push_back(entry.name);
-    return names;
-}
-
-std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std::vector<QByteArray>& users)
-{
-    std::vector<QByteArray> directories;
-    directories.reserve(users.size());
-    for (const QByteArray& user : users)
-        directories.push_back(child_path(source, "Users/" + user + "/Library/Mail"));
-    return directories;
-}
-
 source_survey survey_source(const QByteArray& source, const QString& result)
 {
     source_survey survey;
@@ -245,16 +231,21 @@ source_survey survey_source(const QByteArray& source, const QString& result)
         return survey;
     }
     const QByteArray users_directory = child_path(survey.source, "Users");
-    if (const QString error = quiet_list(users_directory).error; !error.isEmpty())
+    if (const QString error = quiet_list(users_directory).error; !error.isEmpty()) {
         survey.unreadable.push_back({"Users", error});
+    }
     const std::vector<QByteArray> names = find_users(survey.source);
     const std::vector<QByteArray> mail_directories = mail_directories_of(survey.source, names);
-    survey.link_problems = find_link_problems(survey.source, mail_directories);
-    for (std::size_t index = 0; index < names.size(); ++index)
+    const copy_forecast forecast = forecast_copies(survey.source, mail_directories);
+    survey.link_problems = forecast.link_problems;
+    for (std::size_t index = 0; index < names.size(); ++index) {
         survey.users.push_back(survey_user(survey, names[index], mail_directories[index]));
-    for (link_problem& problem : survey.link_problems)
+    }
+    for (link_problem& problem : survey.link_problems) {
         problem.path = below_source(survey.source, problem.path);
-    if (!result.isEmpty())
-        survey.room = estimate_room(survey.source, mail_directories, result);
+    }
+    if (!result.isEmpty()) {
+        survey.room = estimate_room(forecast, result);
+    }
     return survey;
 }

@@ -2,7 +2,6 @@
 
 #include "host/file_amount.h"
 #include "host/folder_names.h"
-#include "host/link_guard.h"
 #include "host/room_guard.h"
 
 #include <QByteArray>
@@ -70,12 +69,6 @@ struct source_survey
     std::vector<survey_finding> undecodable_names; ///< not UTF-8: the copy passes them over
     std::optional<room_estimate> room;             ///< only when a result was named
 };
-
-/// Returns the names of the source's users, sorted: every directory below Users/ but hidden ones and "Shared".
-std::vector<QByteArray> find_users(const QByteArray& source);
-
-/// Returns SOURCE/Users/NAME/Library/Mail for each name, whether it exists or not.
-std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std::vector<QByteArray>& users);
 
 /// Surveys the source without changing anything; `result` may be empty.
 source_survey survey_source(const QByteArray& source, const QString& result);

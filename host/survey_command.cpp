@@ -15,14 +15,16 @@ int survey_command(const survey_options& options)
         complain(QStringLiteral("cannot survey %1: %2").arg(options.source, survey.error));
         return exit_code::could_not_run;
     }
-    if (options.json)
+    if (options.json) {
         print_bytes(survey_json(survey));
-    else
+    } else {
         print_line(survey_text(survey));
+    }
     const bool has_mail = std::any_of(survey.users.begin(), survey.users.end(),
                                       [](const user_survey& user) { return user.has_mail_directory; });
-    if (has_mail)
+    if (has_mail) {
         return exit_code::whole;
+    }
     complain(QStringLiteral("no Mail directory found below %1").arg(options.source));
     return exit_code::no_mail_directory;
 }

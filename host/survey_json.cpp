@@ -15,8 +15,9 @@ template <typename Items, typename Convert>
 QJsonArray array_of(const Items& items, const Convert& convert)
 {
     QJsonArray array;
-    for (const auto& item : items)
+    for (const auto& item : items) {
         array.append(convert(item));
+    }
     return array;
 }
 
@@ -82,8 +83,9 @@ QJsonObject link_object(const link_problem& problem)
 
 QJsonValue room_value(const std::optional<room_estimate>& room)
 {
-    if (!room)
+    if (!room) {
         return {};
+    }
     return QJsonObject{{"needed", room->needed()},
                        {"mail_trees", room->mail_trees},
                        {"account_folders", room->account_folders},

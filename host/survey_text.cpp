@@ -22,22 +22,27 @@ QString amount_text(const file_amount& amount)
 QString namings_text(const mail_folder& folder)
 {
     std::array<qint64, naming_words.size()> counts = {};
-    for (const account_folder& account : folder.folders)
+    for (const account_folder& account : folder.folders) {
         ++counts[static_cast<std::size_t>(account.naming)];
+    }
     QStringList parts;
-    for (std::size_t naming = 0; naming < counts.size(); ++naming)
-        if (counts[naming] > 0)
+    for (std::size_t naming = 0; naming < counts.size(); ++naming) {
+        if (counts[naming] > 0) {
             parts += QStringLiteral("%1 %2").arg(display_number(counts[naming]), QLatin1String(naming_words[naming]));
+        }
+    }
     return parts.join(QStringLiteral(", "));
 }
 
 QString store_text(const account_store& store)
 {
     QString text = QStringLiteral("%1 %2").arg(display_text(store.name), display_bytes(store.bytes));
-    if (store.wal_bytes)
+    if (store.wal_bytes) {
         text += QStringLiteral(" + wal %1").arg(display_bytes(*store.wal_bytes));
-    if (store.shm_bytes)
+    }
+    if (store.shm_bytes) {
         text += QStringLiteral(" + shm %1").arg(display_bytes(*store.shm_bytes));
+    }
     return text;
 }
 
@@ -48,10 +53,12 @@ bool is_live(const mail_folder& folder, const user_survey& user)
 
 QString live_text(const user_survey& user)
 {
-    if (!user.has_mail_directory)
+    if (!user.has_mail_directory) {
         return QStringLiteral("-");
-    if (!user.live_version_problem.isEmpty())
+    }
+    if (!user.live_version_problem.isEmpty()) {
         return QStringLiteral("unknown: ") + user.live_version_problem;
+    }
     const bool is_there = std::any_of(user.folders.begin(), user.folders.end(),
                                       [&](const mail_folder& folder) { return is_live(folder, user); });
     return display_text(user.live_version) + (is_there ? QString() : QStringLiteral(", which is not there"));
@@ -65,12 +72,14 @@ QString cut_note(qsizetype left_out)
 void append_table(QStringList& page, const QList<table_column>& columns, QList<QStringList> rows)
 {
     const qsizetype left_out = rows.size() - longest_table;
-    if (left_out > 0)
+    if (left_out > 0) {
         rows.resize(longest_table);
+    }
     page += QString();
     page += table_lines(columns, rows, page_width);
-    if (left_out > 0)
+    if (left_out > 0) {
         page += cut_note(left_out);
+    }
 }
 
 void append_folders(QStringList& page, const source_survey& survey)
@@ -97,12 +106,12 @@ void append_folders(QStringList& page, const source_survey& survey)
         }
     }
     append_table(page,
-                 {{QStringLiteral("User"), false, true},
-                  {QStringLiteral("Mail folder"), false, true},
-                  {QStringLiteral("Files"), true, false},
-                  {QStringLiteral("Size"), true, false},
-                  {QStringLiteral("Hidden, not copied"), false, false},
-                  {QStringLiteral("Folders by naming"), false, true}},
+                 {{QStringLiteral("User"), false, narrow_column},
+                  {QStringLiteral("Mail folder"), false, narrow_column},
+                  {QStringLiteral("Files"), true},
+                  {QStringLiteral("Size"), true},
+                  {QStringLiteral("Hidden, not copied")},
+                  {QStringLiteral("Folders by naming"), false, narrow_column}},
                  rows);
 }
 
@@ -111,36 +120,41 @@ void append_stores(QStringList& page, const source_survey& survey)
     QList<QStringList> rows;
     for (const user_survey& user : survey.users) {
         QStringList lead{display_text(user.name), live_text(user)};
-        if (user.stores.empty())
+        if (user.stores.empty()) {
             rows += lead + QStringList{QStringLiteral("none")};
+        }
         for (const account_store& store : user.stores) {
             rows += lead + QStringList{store_text(store)};
             lead = {QString(), QString()};
         }
     }
     append_table(page,
-                 {{QStringLiteral("User"), false, true},
-                  {QStringLiteral("Live version"), false, true},
-                  {QStringLiteral("Account stores"), false, true}},
+                 {{QStringLiteral("User"), false, narrow_column},
+                  {QStringLiteral("Live version"), false, narrow_column},
+                  {QStringLiteral("Account stores"), false, narrow_column}},
                  rows);
 }
 
 void append_list(QStringList& page, const QString& title, const QStringList& lines)
 {
-    if (lines.isEmpty())
+    if (lines.isEmpty()) {
         return;
+    }
     page += QStringLiteral("%1: %2").arg(title, display_number(lines.size()));
-    for (const QString& line : lines.first(std::min(lines.size(), longest_list)))
+    for (const QString& line : lines.first(std::min(lines.size(), longest_list))) {
         page += QStringLiteral("  ") + shortened_in_middle(line, page_width - 2);
-    if (lines.size() > longest_list)
+    }
+    if (lines.size() > longest_list) {
         page += cut_note(lines.size() - longest_list);
+    }
 }
 
 QStringList finding_lines(const std::vector<survey_finding>& findings)
 {
     QStringList lines;
-    for (const survey_finding& finding : findings)
+    for (const survey_finding& finding : findings) {
         lines += QStringLiteral("%1: %2").arg(display_text(finding.path), finding.reason);
+    }
     return lines;
 }
 
@@ -148,9 +162,10 @@ void append_findings(QStringList& page, const source_survey& survey)
 {
     QStringList leaving;
     QStringList cycles;
-    for (const link_problem& problem : survey.link_problems)
+    for (const link_problem& problem : survey.link_problems) {
         (problem.kind == link_problem_kind::cycle ? cycles : leaving) +=
             QStringLiteral("%1 -> %2").arg(display_text(problem.path), display_text(problem.target));
+    }
     page += QString();
     page += QStringLiteral("Links below the Mail directories: ") + display_number(survey.links);
     append_list(page, QStringLiteral("Links that leave the source"), leaving);
@@ -178,8 +193,9 @@ QString survey_text(const source_survey& survey)
     file_amount loose;
     qint64 with_mail = 0;
     for (const user_survey& user : survey.users) {
-        for (const mail_folder& folder : user.folders)
+        for (const mail_folder& folder : user.folders) {
             visible += folder.visible;
+        }
         hidden += user.hidden;
         loose += user.loose;
         with_mail += user.has_mail_directory ? 1 : 0;
@@ -196,7 +212,8 @@ QString survey_text(const source_survey& survey)
         append_stores(page, survey);
     }
     append_findings(page, survey);
-    if (survey.room)
+    if (survey.room) {
         append_room(page, *survey.room);
+    }
     return page.join(QLatin1Char('\n'));
 }

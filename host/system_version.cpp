@@ -1,6 +1,7 @@
 #include "host/system_version.h"
 
 #include "host/property_list.h"
+#include "host/quiet_reading.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,17 +9,14 @@
 namespace {
 
 // The real file has less than a kilobyte; what stands in its place in a source may be anything.
-constexpr qint64 longest_statement = 64 * 1024;
+constexpr qint64 longest_statement = 65'536;
 
 } // namespace
 
 QString system_version(const QString& source_root)
 {
-    QFile file(QDir(source_root).filePath(QStringLiteral("System/Library/CoreServices/SystemVersion.plist")));
-    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    const QByteArray data = file.read(longest_statement);
+    const QString path = QDir(source_root).filePath(QStringLiteral("System/Library/CoreServices/SystemVersion.plist"));
+    const QByteArray data = quiet_read(QFile::encodeName(path), longest_statement).data;
     const auto value = [&data](const char* key) { return property_list_string(data, QLatin1String(key)).value; };
     const QString build = value("ProductBuildVersion");
     QString version = value("ProductName") + QLatin1Char(' ') + value("ProductVersion");

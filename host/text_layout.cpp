@@ -1,25 +1,51 @@
 #include "host/text_layout.h"
 
 #include <algorithm>
+#include <numeric>
 #include <string>
+
+namespace {
+
+bool is_mark(char32_t point)
+{
+    const QChar::Category category = QChar::category(point);
+    return category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing;
+}
+
+qsizetype columns_of(char32_t point)
+{
+    return is_mark(point) ? 0 : 1;
+}
+
+} // namespace
 
 qsizetype text_width(const QString& text)
 {
-    const auto low_surrogates =
-        std::count_if(text.begin(), text.end(), [](QChar unit) { return unit.isLowSurrogate(); });
-    return text.size() - low_surrogates;
+    const std::u32string points = text.toStdU32String();
+    return std::accumulate(points.begin(), points.end(), qsizetype(0),
+                           [](qsizetype sum, char32_t point) { return sum + columns_of(point); });
 }
 
 QString shortened_in_middle(const QString& text, qsizetype width)
 {
-    const std::u32string points = text.toStdU32String();
-    const auto room = static_cast<size_t>(std::max<qsizetype>(width, 1));
-    if (points.size() <= room) {
+    const qsizetype kept = std::max<qsizetype>(width, 1) - 1;
+    if (text_width(text) <= kept + 1) {
         return text;
     }
-    const size_t kept = room - 1;
-    const size_t tail = kept / 2;
-    return QString::fromStdU32String(points.substr(0, kept - tail) + U'…' + points.substr(points.size() - tail));
+    const std::u32string points = text.toStdU32String();
+    std::size_t head = 0;
+    for (qsizetype left = kept - kept / 2; columns_of(points[head]) <= left; ++head) {
+        left -= columns_of(points[head]);
+    }
+    std::size_t tail = points.size();
+    for (qsizetype left = kept / 2; columns_of(points[tail - 1]) <= left; --tail) {
+        left -= columns_of(points[tail - 1]);
+    }
+    // A mark belongs to the letter before it.
+    while (tail < points.size() && is_mark(points[tail])) {
+        ++tail;
+    }
+    return QString::fromStdU32String(points.substr(0, head) + U'…' + points.substr(tail));
 }
 
 QString duration_text(qint64 seconds)

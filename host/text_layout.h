@@ -2,10 +2,10 @@
 
 #include <QString>
 
-/// Returns the number of code points.
+/// Returns the columns that a text takes on a terminal: one a code point, none for a mark on the letter before it.
 qsizetype text_width(const QString& text);
 
-/// Returns a text of at most `width` code points (at least 1): its beginning and end with "…" between them.
+/// Returns a text of at most `width` columns (at least 1): its beginning and end with "…" between them.
 QString shortened_in_middle(const QString& text, qsizetype width);
 
 /// Returns a duration as "m:ss" or "h:mm:ss".

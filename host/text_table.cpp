@@ -9,7 +9,6 @@
 namespace {
 
 constexpr qsizetype column_gap = 2;
-constexpr qsizetype narrowest_column = 8;
 
 QString line_of(const QList<table_column>& columns, const QStringList& texts, const QList<qsizetype>& widths)
 {
@@ -33,7 +32,8 @@ void shrink_to(qsizetype width, const QList<table_column>& columns, QList<qsizet
     for (; line_width > width; --line_width) {
         qsizetype widest = -1;
         for (qsizetype i = 0; i < columns.size(); ++i) {
-            if (columns[i].may_shrink && widths[i] > narrowest_column && (widest < 0 || widths[i] > widths[widest])) {
+            const qsizetype narrowest = columns[i].narrowest;
+            if (narrowest > 0 && widths[i] > narrowest && (widest < 0 || widths[i] > widths[widest])) {
                 widest = i;
             }
         }

@@ -4,14 +4,17 @@
 #include <QString>
 #include <QStringList>
 
+/// As narrow as a column may get whose texts are recognised by a few letters.
+inline constexpr qsizetype narrow_column = 8;
+
 /// One column of a table for a person.
 struct table_column
 {
     QString title;
     bool right_aligned = false;
-    bool may_shrink = false; ///< its texts may be shortened in the middle when the table is too wide
+    qsizetype narrowest = 0; ///< to this its texts may be shortened when the table is too wide; 0 for not at all
 };
 
-/// Lays out rows below their titles; each row holds one text a column. Lines are at most `width` code points long when
+/// Lays out rows below their titles; each row holds one text a column. Lines are at most `width` columns wide when
 /// the columns that may shrink allow it, and end in no blanks.
 QStringList table_lines(const QList<table_column>& columns, const QList<QStringList>& rows, qsizetype width);

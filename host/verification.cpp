@@ -13,21 +13,18 @@ QByteArray absolute_path(const QString& path)
     return QFile::encodeName(QDir(path).absolutePath());
 }
 
-bool is_failure(entry_status status)
-{
-    return status == entry_status::missing || status == entry_status::different || status == entry_status::unreadable;
-}
-
 void take_in(verification_result& result, const copy_pair& pair)
 {
     const manifest_entry& entry = pair.entry;
     ++result.summary.files;
     result.summary.bytes += entry.size;
     ++result.summary.totals[static_cast<std::size_t>(entry.status)];
-    if (is_failure(entry.status) && ++result.failure_count <= qint64(most_named_failures))
+    if (is_fault(entry.status) && ++result.failure_count <= qint64(most_named_failures)) {
         result.failures.push_back(entry);
-    if (pair.time_refused && ++result.time_refused_count == 1)
+    }
+    if (pair.time_refused && ++result.time_refused_count == 1) {
         result.time_refused = entry;
+    }
 }
 
 } // namespace
@@ -57,8 +54,9 @@ verification_result verify_copies(const verification_request& request,
     verification_result found;
     found.notes = assignment.notes;
     found.users = static_cast<qint64>(assignment.users.size());
-    if (assignment.users.empty())
+    if (assignment.users.empty()) {
         return found;
+    }
 
     manifest_writer writer;
     if (!writer.open(QDir(request.result).absoluteFilePath(QStringLiteral("mail-extract")))) {
@@ -73,16 +71,19 @@ verification_result verify_copies(const verification_request& request,
         pair_pipeline pipeline(source, result, {finished, progress, cancelled});
         const pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); },
                                    [&](const QByteArray& copy) {
-                                       if (++found.surplus_count <= qint64(most_named_failures))
+                                       if (++found.surplus_count <= qint64(most_named_failures)) {
                                            found.surplus.push_back(copy);
+                                       }
                                        return true;
                                    }};
         found.cancelled = !walk_copy_pairs(source, result, std::move(assignment.users), visitor) || !pipeline.drain();
     }
-    if (found.cancelled)
+    if (found.cancelled) {
         return found;
-    if (!writer.commit())
+    }
+    if (!writer.commit()) {
         found.error = writer.error();
+    }
     found.summary.whole = found.failure_count == 0;
     found.summary.finished = QDateTime::currentDateTimeUtc();
     progress(found.summary.files, found.summary.bytes);

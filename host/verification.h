@@ -50,8 +50,8 @@ verification_result verify_copies(const verification_request& request,
                                   const std::function<void(qint64 files, qint64 bytes)>& progress,
                                   const std::function<bool()>& cancelled);
 
-/// Returns the lines that tell a person what is not as it should be; empty when all is whole. Of many failures the
-/// first are named and the rest is counted.
+/// Returns the lines that tell a person what is not as it should be, without the notes; empty when all is whole. Of
+/// many failures the first are named and the rest is counted.
 QStringList verification_complaints(const verification_result& result);
 /// Returns the line that sums a verification up.
 QString verification_summary_text(const verification_summary& summary);

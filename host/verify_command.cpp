@@ -1,44 +1,36 @@
 #include "host/verify_command.h"
 
+#include "host/command_failure.h"
 #include "host/console.h"
 #include "host/exit_codes.h"
 #include "host/interruption.h"
-#include "host/progress.h"
-#include "host/source_tree.h"
-#include "host/verification.h"
+#include "host/path_checks.h"
+#include "host/result_paths.h"
+#include "host/verification_progress.h"
 
-#include <QDir>
-#include <QFile>
+#include <QFileInfo>
 
 namespace {
-
-/// Returns why the two directories cannot be compared; empty when they can.
-QString refusal(const verify_options& options)
-{
-    for (const QString& directory : {options.source, options.result})
-        if (!QFileInfo(directory).isDir())
-            return directory + QStringLiteral(": this is no directory");
-    // Manifest and copies are written to.
-    if (lies_within(resolved_path(QFile::encodeName(options.result)), resolved_path(QFile::encodeName(options.source))))
-        return options.result + QStringLiteral(": the result lies inside the source, which must not be written to");
-    return {};
-}
 
 /// Returns the users that the result's last run was to extract, and says so when it did not come to its end.
 QStringList users_of_last_run(const QString& result)
 {
     QString error;
     const std::optional<run_record> record = read_run_record(result, error);
-    if (!error.isEmpty())
+    if (!error.isEmpty()) {
         complain(error);
-    if (!record)
+    }
+    if (!record) {
         return {};
-    if (record->status != QLatin1String("finished"))
+    }
+    if (record->status != QLatin1String("finished")) {
         complain(QStringLiteral("%1: the run did not come to its end (\"%2\")")
                      .arg(run_record_path(result), record->status));
+    }
     QStringList users;
-    for (const user_record& user : record->users)
+    for (const user_record& user : record->users) {
         users += user.name;
+    }
     return users;
 }
 
@@ -46,31 +38,21 @@ QStringList users_of_last_run(const QString& result)
 
 int verify_command(const verify_options& options)
 {
-    if (const QString reason = refusal(options); !reason.isEmpty()) {
-        complain(reason);
-        return exit_code::could_not_run;
+    for (const QString& directory : {options.source, options.result}) {
+        if (!QFileInfo(directory).isDir()) {
+            refuse(QStringLiteral("cannot verify %1: not a directory").arg(directory));
+        }
     }
+    keep_out_of_source(options.source, options.result);
     interruption::watch();
-    const verification_request request{options.source, options.result, users_of_last_run(options.result)};
-    progress shown(QStringLiteral("verifying"), verification_amount(request, interruption::requested),
-                   progress_style_for(options.quiet));
-    const verification_result found = verify_copies(
-        request,
-        [&](qint64 files, qint64 bytes) {
-            shown.update({files, bytes});
-        },
-        interruption::requested);
-    shown.finish();
-
-    for (const QString& line : verification_complaints(found))
-        complain(line);
+    const verification_result found =
+        verify_with_progress({options.source, options.result, users_of_last_run(options.result)}, options.quiet);
     if (found.cancelled) {
         complain(QStringLiteral("%1: cancelled; the manifest is not written").arg(options.result));
         return exit_code::cancelled;
     }
     if (!found.error.isEmpty()) {
-        complain(found.error);
-        return exit_code::could_not_run;
+        refuse(found.error);
     }
     if (found.users == 0) {
         complain(QStringLiteral("%1: the source has no Mail directory of which %2 holds a copy")
@@ -78,6 +60,6 @@ int verify_command(const verify_options& options)
         return exit_code::no_mail_directory;
     }
     print_line(verification_summary_text(found.summary));
-    print_line(QDir(options.result).filePath(QStringLiteral("mail-extract/manifest.csv")));
+    print_line(product_path(options.result, "manifest.csv"));
     return found.summary.whole ? exit_code::whole : exit_code::with_failures;
 }

@@ -1,9 +1,9 @@
 #include "tests/extraction/driven_plugin.h"
 
 #include "tests/extraction/evidence_source.h"
+#include "tests/unit/files.h"
 
 #include <QDate>
-#include <QFile>
 #include <QLibrary>
 #include <QRegularExpression>
 #include <QSqlDatabase>
@@ -124,13 +124,11 @@ QStringList driven_plugin::rows() const
 
 QStringList driven_plugin::log() const
 {
-    QFile file(source.result() + "/log.txt");
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {file.errorString()};
-    }
     static const QRegularExpression head("^\\[\\d{4}-[A-Z][a-z]{2}-\\d\\dT\\d\\d-\\d\\d-\\d\\d\\]"
                                          "\\[KAVRO_DESK\\]\\[Artifacts Extraction\\]\\[([^\\]]+)\\]:-- ");
-    return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts).replaceInStrings(head, "\\1: ");
+    return QString::fromUtf8(content_of(source.result() + "/log.txt"))
+        .split('\n', Qt::SkipEmptyParts)
+        .replaceInStrings(head, "\\1: ");
 }
 
 QString driven_plugin::mail_copy(const QString& user) const

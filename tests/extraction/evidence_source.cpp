@@ -1,8 +1,7 @@
 #include "tests/extraction/evidence_source.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
+#include "tests/unit/files.h"
+
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -52,11 +51,7 @@ evidence_source::~evidence_source()
 
 QString evidence_source::add_file(const QString& path_below_root, const QByteArray& content) const
 {
-    QFile file(root() + path_below_root);
-    require(QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly) &&
-                file.write(content) == content.size(),
-            file.fileName());
-    return file.fileName();
+    return write_file(root() + path_below_root, content);
 }
 
 void evidence_source::add_mail(const QString& user, const QString& names) const

@@ -24,8 +24,7 @@ public:
     /// Makes a link in ann's Mail directory; the target is taken as it stands.
     void add_link(const QString& name, const QString& target) const;
     /// Writes a user's account store in WAL mode. Accounts are "Z_PK:ZIDENTIFIER:ZPARENTACCOUNT:ZUSERNAME", separated
-    /// by
-    /// "|", with NULL for what is empty; those of the second list live in the "-wal" file alone.
+    /// by "|", with NULL for what is empty; those of the second list live in the "-wal" file alone.
     void add_store(const QString& user, const QString& accounts, const QString& only_in_log = {},
                    const QString& name = QStringLiteral("Accounts4.sqlite")) const;
 

@@ -1,8 +1,7 @@
 #include "tests/extraction/driven_plugin.h"
 #include "tests/extraction/evidence_source.h"
+#include "tests/unit/files.h"
 
-#include <QDir>
-#include <QFile>
 #include <QMap>
 #include <QTest>
 
@@ -12,22 +11,21 @@ namespace fs = std::filesystem;
 
 namespace {
 
+const QString copy_today = QStringLiteral("/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_%1_DATE/");
+
 /// A row as the account store gives it; `folder` lies below the Mail directory, `store` below "Users".
-QString store_row(const QString& user, const QString& account, int files, const QString& folder, QString store = {})
+QString store_row(const QString& user, const QString& account, int files, const QString& folder,
+                  const QString& store = "%1/Library/Accounts/Accounts4.sqlite")
 {
-    if (store.isEmpty()) {
-        store = user + "/Library/Accounts/Accounts4.sqlite";
-    }
-    return QString("%1|%2||%3|/Users/%1/Library/Mail/%4;++::++;/Users/%5||"
-                   "/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_%1_DATE/%6|macOS 14|Source7")
-        .arg(user, account, QString::number(files), folder.section('/', 0, 0), store, folder);
+    return QString("%1|%2||%3|/Users/%1/Library/Mail/%4;++::++;/Users/" + store + "||" + copy_today +
+                   "%5|macOS 14|Source7")
+        .arg(user, account, QString::number(files), folder.section('/', 0, 0), folder);
 }
 
 /// A row as the name of a Mail folder gives it.
 QString folder_row(const QString& user, const QString& account, const QString& type, int files, const QString& folder)
 {
-    return QString("%1|%2|%3|%4|/Users/%1/Library/Mail/%5||"
-                   "/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_%1_DATE/%5|NULL|Source7")
+    return QString("%1|%2|%3|%4|/Users/%1/Library/Mail/%5||" + copy_today + "%5|NULL|Source7")
         .arg(user, account, type, QString::number(files), folder);
 }
 
@@ -152,9 +150,8 @@ QMap<QString, QByteArray> files_of_folders(const QString& directory)
         if (entry->path().filename().string().front() == '.') {
             entry.disable_recursion_pending();
         } else if (entry.depth() > 0 && entry->is_regular_file(none)) {
-            QFile file(QString::fromStdString(entry->path().string()));
-            files.insert(file.fileName().mid(directory.size()),
-                         file.open(QIODevice::ReadOnly) ? file.readAll() : file.errorString().toUtf8());
+            const QString path = QString::fromStdString(entry->path().string());
+            files.insert(path.mid(directory.size()), content_of(path));
         }
     }
     return files;
@@ -167,194 +164,164 @@ class tst_extracted_rows : public QObject
     Q_OBJECT
 
 private slots:
-    void rows_and_copies_data();
-    void rows_and_copies();
-    void home_directory_sources_record_two_paths();
-    void the_last_matching_entry_wins();
-    void the_result_table();
-    void existing_files_stay_and_count();
-    void counts_go_on_until_essentials();
-    void a_second_source_info_adds_users();
-    void engine_types_and_tables_data();
-    void engine_types_and_tables();
-};
-
-void tst_extracted_rows::rows_and_copies_data()
-{
-    QTest::addColumn<int>("index");
-    for (int i = 0; i < int(std::size(scenarios)); ++i) {
-        QTest::newRow(scenarios[i].name) << i;
+    void rows_and_copies_data()
+    {
+        QTest::addColumn<const scenario*>("given");
+        for (const scenario& given : scenarios) {
+            QTest::newRow(given.name) << &given;
+        }
     }
-}
 
-void tst_extracted_rows::rows_and_copies()
-{
-    QFETCH(const int, index);
-    const scenario& given = scenarios[index];
-    const evidence_source source;
-    given.build(source);
-    driven_plugin plugin(source, given.settings);
-    plugin.run();
-
-    QStringList expected = given.rows;
-    expected.sort();
-    QCOMPARE(plugin.rows(), expected);
-    for (const QString& user : given.settings.users) {
-        const QString mail = source.root() + "Users/" + user + "/Library/Mail";
-        QCOMPARE(QDir(plugin.mail_copy(user)).exists(), !user.isEmpty() && QDir(mail).exists());
-        QCOMPARE(files_of_folders(plugin.mail_copy(user)),
-                 user.isEmpty() ? decltype(files_of_folders(mail))() : files_of_folders(mail));
-        QVERIFY(QDir(plugin.mail_copy(user)).entryList(QDir::Files | QDir::Hidden).isEmpty());
-    }
-    QVERIFY(!QDir(plugin.plugin_directory + "tmp").exists());
-    const QString records = QString("records %1").arg(expected.size());
-    QCOMPARE(plugin.events.first(), "records 0");
-    QCOMPARE(plugin.events.last(4), QStringList({records, "tabs 1", records, records}));
-}
-
-void tst_extracted_rows::home_directory_sources_record_two_paths()
-{
-    // The path is cut behind the first place where the user's name occurs, inside "Users" too.
-    for (const auto& [user, cut] : {std::pair("ann", ""), std::pair("ser", "/s/ser")}) {
+    void rows_and_copies()
+    {
+        QFETCH(const scenario*, given);
         const evidence_source source;
-        source.add_mail(user, "V9/ID-A/1|V9/IMAP-a@host/1");
-        source.add_store(user, "1:ID-A::a");
-        driven_plugin plugin(source, {.users = {user}, .source_type = "macOS_Home_Directory"});
+        given->build(source);
+        driven_plugin plugin(source, given->settings);
         plugin.run();
-        const QString store_paths("%1/Library/Mail/V9;++::++;%1/Library/Accounts/Accounts4.sqlite");
-        const QString folder_path("%1/Library/Mail/V9/IMAP-a@host");
-        const QString complete = QString("/Users/") + user;
-        QCOMPARE(rows_of(plugin.database_path, "SELECT source_file, artifacts_relation_source_file FROM accounts "
-                                               "ORDER BY account_type"),
-                 QStringList({store_paths.arg(cut) + '|' + store_paths.arg(complete),
-                              folder_path.arg(cut) + '|' + folder_path.arg(complete)}));
+
+        QStringList expected = given->rows;
+        expected.sort();
+        QCOMPARE(plugin.rows(), expected);
+        for (const QString& user : given->settings.users) {
+            const QString mail = source.root() + "Users/" + user + "/Library/Mail";
+            QCOMPARE(QDir(plugin.mail_copy(user)).exists(), !user.isEmpty() && QDir(mail).exists());
+            QCOMPARE(files_of_folders(plugin.mail_copy(user)), files_of_folders(mail));
+            QVERIFY(QDir(plugin.mail_copy(user)).entryList(QDir::Files | QDir::Hidden).isEmpty());
+        }
+        QVERIFY(!QDir(plugin.plugin_directory + "tmp").exists());
+        const QString records = QString("records %1").arg(expected.size());
+        QCOMPARE(plugin.events.first(), "records 0");
+        QCOMPARE(plugin.events.last(4), QStringList({records, "tabs 1", records, records}));
     }
-}
 
-void tst_extracted_rows::the_last_matching_entry_wins()
-{
-    const evidence_source source;
-    source.add_mail("ann", "V9/e@host/1|V9/folder/1|V9/folder/2|V9/other/1|V9/other/2|V9/other/3");
-    // An account without an identifier matches every entry.
-    source.add_store("ann", "1:::e@host");
-    QString last;
-    for (const auto& entry : fs::directory_iterator((source.root() + "Users/ann/Library/Mail/V9").toStdString())) {
-        last = QString::fromStdString(entry.path().filename().string());
+    void home_directory_sources_record_two_paths()
+    {
+        // The path is cut behind the first place where the user's name occurs, inside "Users" too.
+        for (const auto& [user, cut] : {std::pair("ann", ""), std::pair("ser", "/s/ser")}) {
+            const evidence_source source;
+            source.add_mail(user, "V9/ID-A/1|V9/IMAP-a@host/1");
+            source.add_store(user, "1:ID-A::a");
+            driven_plugin plugin(source, {.users = {user}, .source_type = "macOS_Home_Directory"});
+            plugin.run();
+            const QString store_paths("%1/Library/Mail/V9;++::++;%1/Library/Accounts/Accounts4.sqlite");
+            const QString folder_path("%1/Library/Mail/V9/IMAP-a@host");
+            const QString complete = QString("/Users/") + user;
+            QCOMPARE(rows_of(plugin.database_path, "SELECT source_file, artifacts_relation_source_file FROM accounts "
+                                                   "ORDER BY account_type"),
+                     QStringList({store_paths.arg(cut) + '|' + store_paths.arg(complete),
+                                  folder_path.arg(cut) + '|' + folder_path.arg(complete)}));
+        }
     }
-    driven_plugin plugin(source, {{"ann"}});
-    plugin.run();
-    const int files = last == "other" ? 3 : last == "folder" ? 2 : 1;
-    QCOMPARE(plugin.rows(), QStringList(store_row("ann", "e@host", files, "V9/" + last)));
-}
 
-void tst_extracted_rows::the_result_table()
-{
-    const evidence_source source;
-    build_many_versions(source);
-    driven_plugin plugin(source, {{"ann"}});
-    plugin.run();
-    plugin.prepare();
-    QCOMPARE(rows_of(plugin.database_path, "SELECT sql FROM sqlite_master WHERE type = 'table'"),
-             QStringList("CREATE TABLE 'accounts'(bookmark INTEGER,INT INTEGER PRIMARY KEY,system_user VARCHAR(1024),"
-                         "domain_user VARCHAR(100),account VARCHAR(1024),account_type VARCHAR(1024),"
-                         "files_copied VARCHAR(1024),dest_path VARCHAR(1024),kavro_tag_value VARCHAR(1024),"
-                         "notes_icon VARCHAR(1024),tags_icon VARCHAR(1024),os_scheme_display VARCHAR(1024),"
-                         "source_count_name VARCHAR(1024),source_file VARCHAR(1024),"
-                         "artifacts_relation_source_file VARCHAR(1024),notes VARCHAR(1024))"));
-    QCOMPARE(rows_of(plugin.database_path, "SELECT DISTINCT bookmark, domain_user, kavro_tag_value, notes_icon, "
-                                           "tags_icon, notes FROM accounts"),
-             QStringList("0|NULL|NULL|NULL|NULL|NULL"));
-}
+    void the_last_matching_entry_wins()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V9/e@host/1|V9/folder/1|V9/folder/2|V9/other/1|V9/other/2|V9/other/3");
+        // An account without an identifier matches every entry.
+        source.add_store("ann", "1:::e@host");
+        QString last;
+        for (const auto& entry : fs::directory_iterator((source.root() + "Users/ann/Library/Mail/V9").toStdString())) {
+            last = QString::fromStdString(entry.path().filename().string());
+        }
+        driven_plugin plugin(source, {{"ann"}});
+        plugin.run();
+        const int files = last == "other" ? 3 : last == "folder" ? 2 : 1;
+        QCOMPARE(plugin.rows(), QStringList(store_row("ann", "e@host", files, "V9/" + last)));
+    }
 
-void tst_extracted_rows::existing_files_stay_and_count()
-{
-    const evidence_source source;
-    source.add_mail("ann", "V9/IMAP-a@host/1|V9/IMAP-a@host/2|V9/IMAP-b@host/1");
-    driven_plugin plugin(source, {{"ann"}});
-    QFile earlier(plugin.mail_copy("ann") + "/V9/IMAP-a@host/1");
-    QVERIFY(QDir().mkpath(plugin.mail_copy("ann") + "/V9/IMAP-a@host") && earlier.open(QIODevice::WriteOnly));
-    earlier.write("earlier");
-    earlier.close();
-    plugin.run();
-    QVERIFY(earlier.open(QIODevice::ReadOnly));
-    QCOMPARE(earlier.readAll(), "earlier");
-    // Both account folders hold a "1" and meet in the scratch directory.
-    QCOMPARE(plugin.rows(), QStringList({folder_row("ann", "a@host", "IMAP", 2, "V9/IMAP-a@host"),
-                                         folder_row("ann", "b@host", "IMAP", 1, "V9/IMAP-b@host")}));
-    QVERIFY(plugin.copied.first() == "copied 1 1" && plugin.copied.contains("copied 3 3"));
-}
+    void the_result_table()
+    {
+        const evidence_source source;
+        build_many_versions(source);
+        driven_plugin plugin(source, {{"ann"}});
+        plugin.run();
+        plugin.prepare();
+        QCOMPARE(
+            rows_of(plugin.database_path, "SELECT sql FROM sqlite_master WHERE type = 'table'"),
+            QStringList("CREATE TABLE 'accounts'(bookmark INTEGER,INT INTEGER PRIMARY KEY,system_user VARCHAR(1024),"
+                        "domain_user VARCHAR(100),account VARCHAR(1024),account_type VARCHAR(1024),"
+                        "files_copied VARCHAR(1024),dest_path VARCHAR(1024),kavro_tag_value VARCHAR(1024),"
+                        "notes_icon VARCHAR(1024),tags_icon VARCHAR(1024),os_scheme_display VARCHAR(1024),"
+                        "source_count_name VARCHAR(1024),source_file VARCHAR(1024),"
+                        "artifacts_relation_source_file VARCHAR(1024),notes VARCHAR(1024))"));
+        QCOMPARE(rows_of(plugin.database_path, "SELECT DISTINCT bookmark, domain_user, kavro_tag_value, notes_icon, "
+                                               "tags_icon, notes FROM accounts"),
+                 QStringList("0|NULL|NULL|NULL|NULL|NULL"));
+    }
 
-void tst_extracted_rows::counts_go_on_until_essentials()
-{
-    const evidence_source source;
-    source.add_mail("ann", "V9/ID-A/1|V9/IMAP-b@host/1");
-    source.add_store("ann", "1:ID-A::ann@host");
-    driven_plugin plugin(source, {{"ann"}});
-    plugin.prepare();
-    plugin.extract();
-    // A second search starts afresh, the counts do not.
-    plugin.extract();
-    plugin->pub_set_essentials();
-    plugin.set_users({"ann"});
-    plugin->pub_extract_artifacts();
-    QCOMPARE(plugin.events.join(", "),
-             "records 0, records 2, tabs 1, records 2, records 2, records 0, records 4, tabs 2, records 4, records 4, "
-             "records 0, records 2, tabs 1, records 2, records 2");
-    QCOMPARE(plugin.rows().size(), 6);
-}
+    void existing_files_stay_and_count()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V9/IMAP-a@host/1|V9/IMAP-a@host/2|V9/IMAP-b@host/1");
+        driven_plugin plugin(source, {{"ann"}});
+        const QString earlier = write_file(plugin.mail_copy("ann") + "/V9/IMAP-a@host/1", "earlier");
+        plugin.run();
+        QCOMPARE(content_of(earlier), "earlier");
+        // Both account folders hold a "1" and meet in the scratch directory.
+        QCOMPARE(plugin.rows(), QStringList({folder_row("ann", "a@host", "IMAP", 2, "V9/IMAP-a@host"),
+                                             folder_row("ann", "b@host", "IMAP", 1, "V9/IMAP-b@host")}));
+        QVERIFY(plugin.copied.first() == "copied 1 1" && plugin.copied.contains("copied 3 3"));
+    }
 
-void tst_extracted_rows::a_second_source_info_adds_users()
-{
-    const evidence_source source;
-    source.add_mail("ann", "V9/IMAP-a@host/");
-    source.add_mail("bob", "V9/IMAP-b@host/");
-    driven_plugin plugin(source, {{"ann"}});
-    plugin.prepare();
-    plugin.set_users({"bob", "ann"});
-    plugin.extract();
-    QCOMPARE(plugin.rows(), QStringList({folder_row("ann", "a@host", "IMAP", 0, "V9/IMAP-a@host"),
-                                         folder_row("bob", "b@host", "IMAP", 0, "V9/IMAP-b@host")}));
-}
+    void counts_and_users_go_on_until_essentials()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V9/ID-A/1|V9/IMAP-a@host/1");
+        source.add_store("ann", "1:ID-A::ann@host");
+        source.add_mail("bob", "V9/IMAP-b@host/");
+        driven_plugin plugin(source, {{"ann"}});
+        plugin.prepare();
+        plugin.extract();
+        // A second search starts afresh, the counts do not, and a user comes in addition, once.
+        plugin.set_users({"bob", "ann"});
+        plugin.extract();
+        plugin->pub_cancel_extraction();
+        plugin->pub_set_essentials();
+        plugin.set_users({"ann"});
+        plugin->pub_extract_artifacts();
+        QCOMPARE(
+            plugin.events.join(", "),
+            "records 0, records 2, tabs 1, records 2, records 2, records 0, records 5, tabs 2, records 5, records 5, "
+            "records 0, records 3, tabs 1, records 3, records 3");
+        QCOMPARE(plugin.rows().size(), 8);
+    }
 
-void tst_extracted_rows::engine_types_and_tables_data()
-{
-    QTest::addColumn<int>("engine_type");
-    QTest::addColumn<QStringList>("tables");
-    QTest::addColumn<int>("rows_after_clearing");
-    QTest::addColumn<bool>("copies");
-    QTest::addColumn<bool>("extracts");
-    QTest::newRow("engine unset") << -1 << QStringList("accounts") << 1 << false << false;
-    QTest::newRow("desk") << 0 << QStringList("accounts") << 0 << true << true;
-    QTest::newRow("live") << 2 << QStringList("accounts") << 0 << true << true;
-    QTest::newRow("engine beyond") << 3 << QStringList("accounts") << 1 << false << false;
-    QTest::newRow("no table") << 0 << QStringList() << 1 << true << false;
-    QTest::newRow("another case") << 0 << QStringList("Accounts") << 0 << true << false;
-    QTest::newRow("broken names") << 0 << QStringList({"unknown", "it's", "accounts"}) << 0 << true << true;
-}
+    void engine_types_and_tables()
+    {
+        struct engine_case
+        {
+            int type;
+            QStringList tables;
+            int rows_after_clearing;
+            bool copies, extracts;
+        };
+        for (const auto& [type, tables, rows_after_clearing, copies, extracts] :
+             {engine_case{-1, {"accounts"}, 1, false, false},
+              {0, {"accounts"}, 0, true, true},
+              {2, {"accounts"}, 0, true, true},
+              {3, {"accounts"}, 1, false, false},
+              {0, {}, 1, true, false},
+              {0, {"Accounts"}, 0, true, false},
+              {0, {"unknown", "it's", "accounts"}, 0, true, true}}) {
+            const evidence_source source;
+            source.add_mail("ann", "V9/IMAP-a@host/1");
+            driven_plugin(source, {{"ann"}}).run();
 
-void tst_extracted_rows::engine_types_and_tables()
-{
-    QFETCH(const int, engine_type);
-    QFETCH(const QStringList, tables);
-    QFETCH(const int, rows_after_clearing);
-    QFETCH(const bool, copies);
-    QFETCH(const bool, extracts);
-    const evidence_source source;
-    source.add_mail("ann", "V9/IMAP-a@host/1");
-    driven_plugin(source, {{"ann"}}).run();
-
-    driven_plugin plugin(source, {.users = {"ann"}, .tables = tables, .engine_type = engine_type, .clear = true});
-    QVERIFY(QDir(plugin.mail_copy("ann")).removeRecursively());
-    plugin.prepare();
-    QCOMPARE(plugin.rows().size(), rows_after_clearing);
-    QCOMPARE(plugin.log().filter("CALLER FUNCTION -  void apple_mail_extractor::clear_db_tables()").size(),
-             tables.size() == 3 ? 2 : 0);
-    plugin.extract();
-    QCOMPARE(plugin.rows().size(), rows_after_clearing + (extracts ? 1 : 0));
-    QCOMPARE(QFile::exists(plugin.mail_copy("ann") + "/V9/IMAP-a@host/1"), copies);
-    QCOMPARE(plugin.events.join(", "),
-             extracts ? "records 0, records 1, tabs 1, records 1, records 1" : "records 0, records 0, records 0");
-}
+            driven_plugin plugin(source, {.users = {"ann"}, .tables = tables, .engine_type = type, .clear = true});
+            QVERIFY(QDir(plugin.mail_copy("ann")).removeRecursively());
+            plugin.prepare();
+            QCOMPARE(plugin.rows().size(), rows_after_clearing);
+            QCOMPARE(plugin.log().filter("CALLER FUNCTION -  void apple_mail_extractor::clear_db_tables()").size(),
+                     tables.size() == 3 ? 2 : 0);
+            plugin.extract();
+            QCOMPARE(plugin.rows().size(), rows_after_clearing + (extracts ? 1 : 0));
+            QCOMPARE(QFile::exists(plugin.mail_copy("ann") + "/V9/IMAP-a@host/1"), copies);
+            QCOMPARE(plugin.events.join(", "), extracts ? "records 0, records 1, tabs 1, records 1, records 1"
+                                                        : "records 0, records 0, records 0");
+        }
+    }
+};
 
 QTEST_MAIN(tst_extracted_rows)
 #include "tst_extracted_rows.moc"

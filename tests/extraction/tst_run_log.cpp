@@ -11,6 +11,13 @@ const QString account_statement =
     QStringLiteral("select Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,ZDATACLASSPROPERTIES "
                    "from ZACCOUNT where (ZIDENTIFIER = '%1' OR ZUSERNAME = '%1')");
 
+const char* const failed_lookup = R"(
+~extract_account: START
+~sub_compare_identifier_with_db: [sub_compare_identifier_with_db]source_url query execution --------FAILED------->> @1
+~sub_compare_identifier_with_db: @2
+~sub_compare_identifier_with_db: @3
+~extract_account: END)";
+
 /// Expected lines: "/" stands for the plug-in object, "~" for the macOS extractor, @1 to @3 for the values.
 QStringList lines(const char* text, const QStringList& values = {})
 {
@@ -50,25 +57,13 @@ class tst_run_log : public QObject
     Q_OBJECT
 
 private slots:
-    void a_whole_run();
-    void connections_carry_whole_signatures();
-    void other_schemes_data();
-    void other_schemes();
-    void users_without_a_store();
-    void broken_stores_data();
-    void broken_stores();
-    void quotes_break_statements();
-    void no_result_database();
-    void no_result_table();
-};
-
-void tst_run_log::a_whole_run()
-{
-    const evidence_source source;
-    add_one_account(source);
-    driven_plugin plugin(source, {.users = {"ann"}, .clear = true});
-    plugin.run();
-    QCOMPARE(plugin.log(), lines(R"(
+    void a_whole_run()
+    {
+        const evidence_source source;
+        add_one_account(source);
+        driven_plugin plugin(source, {.users = {"ann"}, .clear = true});
+        plugin.run();
+        QCOMPARE(plugin.log(), lines(R"(
 /set_destination_location: starts
 /set_destination_location: ends
 /clear_db_tables: [clear_db_tables]DB not exists and so returning...
@@ -86,136 +81,108 @@ void tst_run_log::a_whole_run()
 ~extract_mail_extractor: ends
 ~extract_plugin_artifacts: ends
 /pub_extract_artifacts: END)"));
-}
+    }
 
-// Log lines show a signature reduced; a connection is named after the whole of it.
-void tst_run_log::connections_carry_whole_signatures()
-{
-    const evidence_source source;
-    add_one_account(source);
-    driven_plugin(source, {{"ann"}}).run();
-    driven_plugin(source, {.users = {"ann"}, .clear = true}).run();
-    QStringList names = QSqlDatabase::connectionNames();
-    names.sort();
-    QCOMPARE(names.join('\n'),
-             "QList<apple_mail_extractor_macos::struct_apple_mail_extractor_account_details> "
-             "apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList, QString)\n"
-             "source_void apple_mail_extractor_macos::extract_account(QString, QString, QString)\n"
-             "static bool plugin_static_function::execute_db_command_by_dbpath(QString, QString, QString)"
-             "void apple_mail_extractor::clear_db_tables()\n"
-             "void apple_mail_extractor::create_db_tables()\n"
-             "void apple_mail_extractor_macos::extract_account(QString, QString, QString)\n"
-             "void apple_mail_extractor_macos::extract_mail_extractor()");
-}
+    // Log lines show a signature reduced; a connection is named after the whole of it.
+    void connections_carry_whole_signatures()
+    {
+        const evidence_source source;
+        add_one_account(source);
+        driven_plugin(source, {{"ann"}}).run();
+        driven_plugin(source, {.users = {"ann"}, .clear = true}).run();
+        QStringList names = QSqlDatabase::connectionNames();
+        names.sort();
+        QCOMPARE(names.join('\n'),
+                 "QList<apple_mail_extractor_macos::struct_apple_mail_extractor_account_details> "
+                 "apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList, QString)\n"
+                 "source_void apple_mail_extractor_macos::extract_account(QString, QString, QString)\n"
+                 "static bool plugin_static_function::execute_db_command_by_dbpath(QString, QString, QString)"
+                 "void apple_mail_extractor::clear_db_tables()\n"
+                 "void apple_mail_extractor::create_db_tables()\n"
+                 "void apple_mail_extractor_macos::extract_account(QString, QString, QString)\n"
+                 "void apple_mail_extractor_macos::extract_mail_extractor()");
+    }
 
-void tst_run_log::other_schemes_data()
-{
-    QTest::addColumn<bool>("known");
-    QTest::newRow("macos") << false;
-    QTest::newRow("") << false;
-    QTest::newRow("iOS_UID") << true;
-    QTest::newRow("winOS") << true;
-}
+    void other_schemes()
+    {
+        for (const auto& [scheme, known] :
+             {std::pair("macos", false), {"", false}, {"iOS_UID", true}, {"winOS", true}}) {
+            const evidence_source source;
+            add_one_account(source);
+            driven_plugin plugin(source, {.users = {"ann"}, .scheme = scheme});
+            const QString failure = QString("------FAILED------- supported os scheme internal not matched, received os "
+                                            "scheme internal =  %1, plugin name is Apple Mail Extractor")
+                                        .arg(scheme);
+            QCOMPARE(log_of_extraction(plugin),
+                     known ? lines("/pub_extract_artifacts: START\n/pub_extract_artifacts: END")
+                           : lines("/pub_find_source_file: @1\n/pub_extract_artifacts: START\n"
+                                   "/pub_extract_artifacts: @1\n/pub_extract_artifacts: END",
+                                   {failure}));
+            QVERIFY(plugin.rows().isEmpty() && plugin.copied.isEmpty());
+            plugin->pub_cancel_extraction();
+            plugin->pub_extract_artifacts();
+            QCOMPARE(plugin.events.join(", "), "records 0, records 0, records 0, records 0");
+            QCOMPARE(plugin.log().last().endsWith("END"), !known);
+        }
+    }
 
-void tst_run_log::other_schemes()
-{
-    QFETCH(const bool, known);
-    const evidence_source source;
-    add_one_account(source);
-    driven_plugin plugin(source, {.users = {"ann"}, .scheme = QTest::currentDataTag()});
-    const QString failure = QString("------FAILED------- supported os scheme internal not matched, received os scheme "
-                                    "internal =  %1, plugin name is Apple Mail Extractor")
-                                .arg(QTest::currentDataTag());
-    QCOMPARE(log_of_extraction(plugin), known ? lines("/pub_extract_artifacts: START\n/pub_extract_artifacts: END")
-                                              : lines("/pub_find_source_file: @1\n/pub_extract_artifacts: START\n"
-                                                      "/pub_extract_artifacts: @1\n/pub_extract_artifacts: END",
-                                                      {failure}));
-    QVERIFY(plugin.rows().isEmpty() && plugin.copied.isEmpty());
-    plugin->pub_cancel_extraction();
-    plugin->pub_extract_artifacts();
-    QCOMPARE(plugin.events.join(", "), "records 0, records 0, records 0, records 0");
-    QCOMPARE(plugin.log().last().endsWith("END"), !known);
-}
+    void unusable_stores()
+    {
+        // Without a store at all, with no database in it, with nothing in it, cut off behind its header.
+        for (const QByteArray& content : {QByteArray(), QByteArray(5000, '?'), QByteArray(""),
+                                          QByteArray("SQLite format 3\0\x10\0\x01\x01\0\x40\x20\x20", 24)}) {
+            const evidence_source source;
+            source.add_mail("ann", "V9/ID-A/1");
+            driven_plugin plugin(source, {{"ann"}});
+            if (content.isNull()) {
+                QCOMPARE(log_of_extraction(plugin).mid(4, 2),
+                         lines("~extract_account: START\n~extract_mail_extractor: starts"));
+                continue;
+            }
+            source.add_file("Users/ann/Library/Accounts/Accounts4.sqlite", content);
+            const QString statement = account_statement.arg("ID-A");
+            const QString error = error_of(source.add_file("the same", content), statement);
+            QVERIFY(!error.isEmpty());
+            QCOMPARE(log_of_extraction(plugin).mid(4, 5),
+                     lines(failed_lookup, {plugin.plugin_directory + "tmp/Accounts4.sqlite", error, statement}));
+        }
+    }
 
-void tst_run_log::users_without_a_store()
-{
-    const evidence_source source;
-    source.add_mail("ann", "V9/ID-A/1|V8/ID-A/1");
-    driven_plugin plugin(source, {{"ann"}});
-    QCOMPARE(log_of_extraction(plugin).mid(4, 3),
-             lines("~extract_account: START\n~extract_account: START\n~extract_mail_extractor: starts"));
-    QVERIFY(plugin.events.contains("tabs 1"));
-}
-
-void tst_run_log::broken_stores_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::newRow("no database") << QByteArray(5000, '?');
-    QTest::newRow("empty file") << QByteArray();
-    QTest::newRow("cut off behind its header") << QByteArray("SQLite format 3\0\x10\0\x01\x01\0\x40\x20\x20", 24);
-}
-
-void tst_run_log::broken_stores()
-{
-    QFETCH(const QByteArray, content);
-    const evidence_source source;
-    source.add_mail("ann", "V9/ID-A/1");
-    source.add_file("Users/ann/Library/Accounts/Accounts4.sqlite", content);
-    driven_plugin plugin(source, {{"ann"}});
-    const QString statement = account_statement.arg("ID-A");
-    const QString error = error_of(source.add_file("the same", content), statement);
-    QVERIFY(!error.isEmpty());
-    QCOMPARE(log_of_extraction(plugin).mid(4, 6),
-             lines(R"(
-~extract_account: START
-~sub_compare_identifier_with_db: [sub_compare_identifier_with_db]source_url query execution --------FAILED------->> @1
-~sub_compare_identifier_with_db: @2
-~sub_compare_identifier_with_db: @3
-~extract_account: END
-~extract_mail_extractor: starts)",
-                   {plugin.plugin_directory + "tmp/Accounts4.sqlite", error, statement}));
-}
-
-void tst_run_log::quotes_break_statements()
-{
-    const evidence_source source;
-    source.add_mail("ann", "V9/it's/1");
-    source.add_mail("bob", "V9/ID-B/1");
-    source.add_store("ann", "1:it's::ann@host");
-    source.add_store("bob", "1:ID-B::o'neil@host");
-    driven_plugin plugin(source, {{"ann", "bob"}});
-    const QString store = source.root() + "Users/ann/Library/Accounts/Accounts4.sqlite";
-    const QString by_identifier = account_statement.arg("it's");
-    const QString by_name = "select Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,ZACCOUNTDESCRIPTION from "
-                            "ZACCOUNT where ZUSERNAME = 'o'neil@host'";
-    const QString scratch = plugin.plugin_directory + "tmp/";
-    QCOMPARE(log_of_extraction(plugin).mid(4, 10),
-             lines(R"(
-~extract_account: START
-~sub_compare_identifier_with_db: [sub_compare_identifier_with_db]source_url query execution --------FAILED------->> @1
-~sub_compare_identifier_with_db: @2
-~sub_compare_identifier_with_db: @3
-~extract_account: END)",
-                   {scratch + "Accounts4.sqlite", error_of(store, by_identifier), by_identifier}) +
-                 lines(R"(
+    void quotes_break_statements()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V9/it's/1");
+        source.add_mail("bob", "V9/ID-B/1");
+        source.add_store("ann", "1:it's::ann@host");
+        source.add_store("bob", "1:ID-B::o'neil@host");
+        driven_plugin plugin(source, {{"ann", "bob"}});
+        const QString store = source.root() + "Users/ann/Library/Accounts/Accounts4.sqlite";
+        const QString by_identifier = account_statement.arg("it's");
+        const QString by_name =
+            "select Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,ZACCOUNTDESCRIPTION from "
+            "ZACCOUNT where ZUSERNAME = 'o'neil@host'";
+        const QString scratch = plugin.plugin_directory + "tmp/";
+        QCOMPARE(log_of_extraction(plugin).mid(4, 10),
+                 lines(failed_lookup, {scratch + "Accounts4.sqlite", error_of(store, by_identifier), by_identifier}) +
+                     lines(R"(
 ~extract_account: START
 ~extract_account: source_url query execution --------FAILED-------@1
 ~extract_account: ERROR :- @2
 ~extract_account: Query :- @3
 ~extract_account: END)",
-                       {scratch + "1_Accounts4.sqlite", error_of(store, by_name), by_name}));
-    QVERIFY(plugin.rows().isEmpty());
-}
+                           {scratch + "1_Accounts4.sqlite", error_of(store, by_name), by_name}));
+        QVERIFY(plugin.rows().isEmpty());
+    }
 
-void tst_run_log::no_result_database()
-{
-    const evidence_source source;
-    add_one_account(source);
-    driven_plugin plugin(source, {.users = {"ann"}, .clear = true});
-    // A folder in the place of the file.
-    QVERIFY(QDir().mkpath(plugin.database_path));
-    plugin.run();
-    QCOMPARE(plugin.log().mid(2), lines(R"(
+    void no_result_database()
+    {
+        const evidence_source source;
+        add_one_account(source);
+        driven_plugin plugin(source, {.users = {"ann"}, .clear = true});
+        // A folder in the place of the file.
+        QVERIFY(QDir().mkpath(plugin.database_path));
+        plugin.run();
+        QCOMPARE(plugin.log().mid(2), lines(R"(
 plugin_static_function::execute_db_command_by_dbpath:  Destination Db opening --------FAILED------ @1
 plugin_static_function::execute_db_command_by_dbpath: CALLER FUNCTION -  void apple_mail_extractor::clear_db_tables()
 plugin_static_function::execute_db_command_by_dbpath:  error -  @2
@@ -237,46 +204,38 @@ plugin_static_function::execute_db_command_by_dbpath:  error -  @2
 ~extract_mail_extractor: ERROR :- @2
 ~extract_plugin_artifacts: ends
 /pub_extract_artifacts: END)",
-                                        {plugin.database_path, error_of(plugin.database_path, {})}));
-    QCOMPARE(plugin.events.join(", "), "records 0, records 0, tabs 1, records 0, records 0");
-}
+                                            {plugin.database_path, error_of(plugin.database_path, {})}));
+        QCOMPARE(plugin.events.join(", "), "records 0, records 0, tabs 1, records 0, records 0");
+    }
 
-void tst_run_log::no_result_table()
-{
-    const evidence_source source;
-    add_one_account(source);
-    driven_plugin plugin(source, {{"ann"}});
-    plugin.prepare();
-    const qsizetype prepared = plugin.log().size();
-    QCOMPARE(rows_of(plugin.database_path, "DROP TABLE accounts"), QStringList());
-    plugin.extract();
-    const auto failed = [&plugin](const QString& statement) {
-        const QVariantList values(statement.count('?'), "0");
-        return rows_of(plugin.database_path, statement, values).replaceInStrings("FAILED: ", "");
-    };
-    QCOMPARE(plugin.log().mid(prepared + 4, 10),
-             lines(R"(
-~extract_account: START
-~extract_account: insert in  mailaccounts ---------FAILED------ @3
-~extract_account: ERROR :- @1
-~extract_account: Query :- @2
-~extract_account: END)",
-                   failed("insert into accounts (bookmark, system_user, account,account_type, files_copied,source_file,"
-                          "artifacts_relation_source_file,dest_path,os_scheme_display ,source_count_name)"
-                          "values(?,?,?,?,? ,?,?,?,?,?)") +
-                       QStringList(plugin.database_path)) +
-                 lines(R"(
-~extract_mail_extractor: starts
-~extract_mail_extractor: insert in  mailaccounts ---------FAILED------ @3
-~extract_mail_extractor: ERROR :- @1
-~extract_mail_extractor: Query :- @2
-~extract_mail_extractor: ends)",
-                       failed("insert into accounts (bookmark, system_user, account,account_type, files_copied, "
-                              "source_file,artifacts_relation_source_file,dest_path,source_count_name) "
-                              "values(?,?,?,?,? ,?,?,?,?)") +
-                           QStringList(plugin.database_path)));
-    QCOMPARE(plugin.events.last(), "records 0");
-}
+    void no_result_table()
+    {
+        const evidence_source source;
+        add_one_account(source);
+        driven_plugin plugin(source, {{"ann"}});
+        plugin.prepare();
+        QCOMPARE(rows_of(plugin.database_path, "DROP TABLE accounts"), QStringList());
+        plugin.extract();
+        const auto failed_row = [&plugin](const char* operation, const QString& statement) {
+            const QVariantList values(statement.count('?'), "0");
+            const QStringList failure =
+                rows_of(plugin.database_path, statement, values).replaceInStrings("FAILED: ", "");
+            return lines("~@4: insert in  mailaccounts ---------FAILED------ @1\n~@4: ERROR :- @2\n~@4: Query :- @3",
+                         {plugin.database_path, failure.value(0), failure.value(1), operation});
+        };
+        QCOMPARE(
+            plugin.log().filter(QRegularExpression("FAILED|ERROR|Query")),
+            failed_row("extract_account",
+                       "insert into accounts (bookmark, system_user, account,account_type, files_copied,source_file,"
+                       "artifacts_relation_source_file,dest_path,os_scheme_display ,source_count_name)"
+                       "values(?,?,?,?,? ,?,?,?,?,?)") +
+                failed_row("extract_mail_extractor",
+                           "insert into accounts (bookmark, system_user, account,account_type, files_copied, "
+                           "source_file,artifacts_relation_source_file,dest_path,source_count_name) "
+                           "values(?,?,?,?,? ,?,?,?,?)"));
+        QCOMPARE(plugin.events.last(), "records 0");
+    }
+};
 
 QTEST_MAIN(tst_run_log)
 #include "tst_run_log.moc"

@@ -1,20 +1,10 @@
 #include "support/plugin_helper_functions.h"
 #include "support/plugin_static_function.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
+#include "tests/fuzz/fuzz_target.h"
 
 using plugin = plugin_static_function;
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 bool is_empty_or_integer(const QString& text)
 {
@@ -53,7 +43,7 @@ void convert_texts(const QString& text)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static plugin_helper_functions helper(nullptr);
-    const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const QString text = QString::fromUtf8(bytes_of(data, size));
     convert_times(text);
     convert_texts(text);
     require(!helper.check_is_audio_by_extn(text) || helper.check_is_video_by_extn(text));

@@ -1,19 +1,9 @@
 #include "support/encryptor_string.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
+#include "tests/fuzz/fuzz_target.h"
 
 namespace {
 
 void discard_message(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& /*text*/) {}
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
 
 /// Deciphers bytes and their text form, which must agree.
 void decipher(const QByteArray& bytes)
@@ -29,7 +19,7 @@ void decipher(const QByteArray& bytes)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     [[maybe_unused]] static const QtMessageHandler previous = qInstallMessageHandler(discard_message);
-    const QByteArray input(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const QByteArray input = bytes_of(data, size);
 
     decipher(input);
     encryptor_string cipher;

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <QFile>
+#include <QJsonDocument>
 #include <QProcess>
 #include <QStringList>
+
+#include <functional>
 
 /// How a run of the program ended, and what it said.
 struct program_result
@@ -9,6 +13,8 @@ struct program_result
     int exit_code = -1; ///< -1 when it did not end by itself
     QByteArray output;
     QByteArray errors;
+
+    QJsonDocument json() const { return QJsonDocument::fromJson(output); }
 };
 
 /// Waits for a started program to end.
@@ -20,10 +26,18 @@ inline program_result ending_of(QProcess& program)
     return {program.exitCode(), program.readAllStandardOutput(), program.readAllStandardError()};
 }
 
-/// Runs the program that was built.
-inline program_result run_program(const QStringList& arguments)
+/// Runs the program that was built; `in_child` is called in its process before it starts.
+inline program_result run_program(const QStringList& arguments, const std::function<void()>& in_child = {})
 {
     QProcess program;
-    program.start(QStringLiteral(MAIL_EXTRACT_PROGRAM), arguments);
+    program.setChildProcessModifier(in_child);
+    program.start(MAIL_EXTRACT_PROGRAM, arguments);
     return ending_of(program);
+}
+
+/// Returns the bytes of a file; nothing when it cannot be read.
+inline QByteArray content_of(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }

@@ -61,6 +61,7 @@ private slots:
         QTest::newRow("short") << sound.left(2).toBase64() + marker << QByteArray("truncated");
         QTest::newRow("empty") << marker << QByteArray("truncated");
         QTest::newRow("not base64") << "AwI!" + marker << QByteArray("base64");
+        QTest::newRow("log that ends in it") << QByteArray() << QByteArray("truncated");
         QTest::newRow("endless") << QByteArray(40 << 20, 'A') + marker << QByteArray("longer than 16 MiB");
     }
 
@@ -68,22 +69,13 @@ private slots:
     {
         QFETCH(QByteArray, damaged);
         QFETCH(QByteArray, reason);
-        const program_result read = decipher(record("first") + damaged + record("third"));
+        const bool is_end = damaged.isEmpty();
+        const program_result read =
+            decipher(record("first") + (is_end ? record("second").chopped(8) : damaged + record("third")));
         QCOMPARE(read.exit_code, 3);
-        QCOMPARE(read.output, "first\nthird\n");
+        QCOMPARE(read.output, is_end ? "first\n" : "first\nthird\n");
         QVERIFY2(read.errors.count('\n') == 1 && read.errors.contains(": record 2: ") && read.errors.contains(reason),
                  read.errors);
-    }
-
-    void log_that_ends_within_a_record()
-    {
-        const QByteArray log = record("first") + record("second");
-        for (const qsizetype cut : {1, 7, 8, 12}) {
-            const program_result read = decipher(log.chopped(cut));
-            QCOMPARE(read.exit_code, 3);
-            QCOMPARE(read.output, "first\n");
-            QVERIFY2(read.errors.contains("record 2: truncated"), read.errors);
-        }
     }
 
     void nothing_to_decipher()
@@ -93,9 +85,6 @@ private slots:
         QVERIFY(plain.output.isEmpty());
         QVERIFY2(plain.errors.contains("plain log"), plain.errors);
 
-        const program_result absent = run_program({"decipher", "/absent/log"});
-        QCOMPARE(absent.exit_code, 1);
-        QVERIFY2(absent.errors.contains("/absent/log"), absent.errors);
         QCOMPARE(decipher("").exit_code, 0);
     }
 };

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "support/plugin_static_function.h"
+#include "tests/unit/files.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 
 /// The debug log, written into a file of its own for as long as the object lives.
@@ -23,11 +23,7 @@ public:
 
     QString path() const { return directory.filePath(QStringLiteral("log.txt")); }
 
-    QByteArray bytes() const
-    {
-        QFile file(path());
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : file.errorString().toUtf8();
-    }
+    QByteArray bytes() const { return content_of(path()); }
 
     /// The lines as "class::operation: message".
     QStringList lines() const

@@ -45,6 +45,8 @@ struct member
 
     bool named(const char* part) const { return QString(name).contains(part); }
     bool binds() const { return named("bind"); }
+    bool reads() const { return named("stringlist"); }
+    bool lists_tables() const { return named("total"); }
     bool keeps_connection() const { return *connection != '\0' && QString(connection) != "time"; }
 };
 
@@ -92,19 +94,6 @@ const member members[] = {
 };
 // clang-format on
 
-/// The lines that a member is to write.
-QStringList lines_of(const member& of, const QStringList& texts, const QStringList& values = {})
-{
-    QStringList lines = texts.join('|').split('|', Qt::SkipEmptyParts);
-    for (QString& line : lines) {
-        for (qsizetype i = 0; i < values.size(); ++i) {
-            line.replace('%' + QString::number(i + 1), values.at(i));
-        }
-        line.prepend(QString("plugin_static_function::%1: ").arg(of.name));
-    }
-    return lines;
-}
-
 /// The registered connections but the caller's; one that goes by the clock counts as "time".
 QString registered()
 {
@@ -120,152 +109,128 @@ class tst_database_commands : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        directory = std::make_unique<QTemporaryDir>();
+        path = directory->filePath("test.sqlite");
+        database = QSqlDatabase::addDatabase("QSQLITE", caller_connection);
+        database.setDatabaseName(path);
+        QVERIFY(database.open());
+        for (const char* statement : {"CREATE TABLE t (n INTEGER, v VARCHAR)", "CREATE VIEW w AS SELECT * FROM t",
+                                      "INSERT INTO t VALUES (1, ' one '), (2, 'two'), (3, 'Three\n')"}) {
+            QVERIFY(QSqlQuery(database).exec(statement));
+        }
+    }
+
+    void cleanup()
+    {
+        plugin::set_essentials();
+        database = QSqlDatabase();
+        for (const QString& name : QSqlDatabase::connectionNames()) {
+            QSqlDatabase::removeDatabase(name);
+        }
+    }
+
     void success_data() { members_data(); }
-    void success();
-    void failing_statements_data() { members_data(); }
-    void failing_statements();
-    void failing_openings_data() { members_data(); }
-    void failing_openings();
+    void success()
+    {
+        QFETCH(const member*, called);
+        // A connection left from the first call is no hindrance to the second. A text is greater than any number.
+        for (int i = 0; i < 2; ++i) {
+            check(called,
+                  called->binds() ? "SELECT n, v FROM t WHERE n > CAST(? AS INTEGER) AND typeof(?) = 'text'"
+                                  : "SELECT n, v FROM t WHERE n > 1",
+                  called->binds() ? QStringList({"1", "2"}) : QStringList(),
+                  called->lists_tables() ? "t"
+                  : called->reads()      ? "two,Three"
+                                         : "true",
+                  QString(called->start) + '|' + called->end);
+        }
+    }
+
+    void failures_data() { members_data(); }
+    void failures()
+    {
+        QFETCH(const member*, called);
+        const QString start = QString(called->start) + '|';
+        const QString command = "SELECT * FROM missing";
+        QSqlQuery same(database);
+        QVERIFY(!same.prepare(command) && !same.exec());
+        const QString nothing = called->reads() ? "" : "false";
+        check(called, command, {}, called->lists_tables() ? "t" : nothing, start + called->execution_failure,
+              same.lastError().text());
+
+        if (*called->connection != '\0') {
+            path = directory->filePath("missing/folder.sqlite");
+            check(called, "SELECT 1, 2", {}, called->lists_tables() ? "" : nothing, start + called->opening_failure,
+                  "unable to open database file Error opening database");
+        }
+    }
+
     void cancelled_data() { members_data(); }
-    void cancelled();
-    void values_are_compared_trimmed_and_by_case();
+    void cancelled()
+    {
+        QFETCH(const member*, called);
+        const bool is_polled = called->binds() || called->reads() || called->named("check");
+        const bool deletes = !is_polled && !called->lists_tables();
+        const QString command = called->reads() || called->named("check") ? "SELECT n, v FROM t" : "DELETE FROM t";
+        plugin::set_cancel_extraction(true);
+        check(called, called->binds() ? command + " WHERE n > ?" : command,
+              called->binds() ? QStringList("0") : QStringList(),
+              called->lists_tables() ? "t"
+              : called->reads()      ? ""
+                                     : text_of(deletes),
+              called->start);
+        QSqlQuery rows("SELECT count(*) FROM t", database);
+        QVERIFY(rows.next());
+        QCOMPARE(rows.value(0).toInt(), deletes ? 0 : 3);
+        rows.finish();
+        // Without a value to bind nothing is polled before the execution.
+        if (called->binds() && !called->reads()) {
+            QCOMPARE(called->run({command, {}, path, database}), "true");
+        }
+    }
+
+    void values_are_compared_trimmed_and_by_case()
+    {
+        for (const auto& [value, exists] :
+             {std::pair("\tThree ", true), {"one", true}, {"three", false}, {"", false}}) {
+            QCOMPARE(plugin::check_value_existence_in_db_by_dbreference("SELECT v FROM t", 0, value, database), exists);
+        }
+    }
 
 private:
-    void members_data();
-    QString run(const member& called, const QString& command, const QStringList& values = {});
+    void members_data()
+    {
+        QTest::addColumn<const member*>("called");
+        for (const member& called : members) {
+            QTest::newRow(called.name) << &called;
+        }
+    }
+
+    /// Calls the member and compares its result, the texts that it logs, and the connections that it leaves.
+    void check(const member* called, const QString& command, const QStringList& values, const QString& result,
+               const QString& texts, const QString& error = {})
+    {
+        const captured_log log;
+        QCOMPARE(called->run({command, values, path, database}), result);
+        QVERIFY2(database.isOpen(), "the caller's connection was closed");
+        QStringList lines = texts.split('|', Qt::SkipEmptyParts);
+        lines.replaceInStrings("%1", path).replaceInStrings("%2", command).replaceInStrings("%3", error);
+        lines.replaceInStrings(QRegularExpression("^"), QString("plugin_static_function::%1: ").arg(called->name));
+        QCOMPARE(log.lines(), lines);
+        const bool cancelled = plugin::bool_cancel_extraction && (called->binds() || called->reads());
+        QCOMPARE(registered(), cancelled || called->keeps_connection() ? called->connection : "");
+        for (const QString& left : QSqlDatabase::connectionNames()) {
+            QVERIFY2(QSqlDatabase::database(left, false).isOpen() == (cancelled || left == caller_connection),
+                     "only a cancelled call leaves its connection open");
+        }
+    }
 
     std::unique_ptr<QTemporaryDir> directory;
     QString path;
     QSqlDatabase database;
 };
-
-void tst_database_commands::init()
-{
-    directory = std::make_unique<QTemporaryDir>();
-    path = directory->filePath("test.sqlite");
-    database = QSqlDatabase::addDatabase("QSQLITE", caller_connection);
-    database.setDatabaseName(path);
-    QVERIFY(database.open());
-    for (const char* statement : {"CREATE TABLE t (n INTEGER, v VARCHAR)", "CREATE VIEW w AS SELECT * FROM t",
-                                  "INSERT INTO t VALUES (1, ' one '), (2, 'two'), (3, 'Three\n')"}) {
-        QVERIFY(QSqlQuery(database).exec(statement));
-    }
-}
-
-void tst_database_commands::cleanup()
-{
-    plugin::set_essentials();
-    database = QSqlDatabase();
-    for (const QString& name : QSqlDatabase::connectionNames()) {
-        QSqlDatabase::removeDatabase(name);
-    }
-}
-
-void tst_database_commands::members_data()
-{
-    QTest::addColumn<int>("index");
-    for (int i = 0; i < int(std::size(members)); ++i) {
-        QTest::newRow(members[i].name) << i;
-    }
-}
-
-QString tst_database_commands::run(const member& called, const QString& command, const QStringList& values)
-{
-    const QString result = called.run({command, values, path, database});
-    return database.isOpen() ? result : "the caller's connection was closed";
-}
-
-void tst_database_commands::success()
-{
-    QFETCH(const int, index);
-    const member& called = members[index];
-    const captured_log log;
-    // A connection left from the first call is no hindrance to the second. A text is greater than any number.
-    for (int i = 0; i < 2; ++i) {
-        QCOMPARE(run(called,
-                     called.binds() ? "SELECT n, v FROM t WHERE n > CAST(? AS INTEGER) AND typeof(?) = 'text'"
-                                    : "SELECT n, v FROM t WHERE n > 1",
-                     called.binds() ? QStringList({"1", "2"}) : QStringList()),
-                 called.named("total")  ? "t"
-                 : called.named("list") ? "two,Three"
-                                        : "true");
-    }
-    QCOMPARE(log.lines(), lines_of(called, {called.start, called.end, called.start, called.end}));
-    QCOMPARE(registered(), called.keeps_connection() ? called.connection : "");
-    QVERIFY(!called.keeps_connection() || !QSqlDatabase::database(called.connection, false).isOpen());
-}
-
-void tst_database_commands::failing_statements()
-{
-    QFETCH(const int, index);
-    const member& called = members[index];
-    const captured_log log;
-    const QString command = "SELECT * FROM missing";
-    QSqlQuery same(database);
-    QVERIFY(!same.prepare(command) && !same.exec());
-    QCOMPARE(run(called, command), called.named("total") ? "t" : called.named("list") ? "" : "false");
-    const QString named = called.named("check") ? caller_connection : path;
-    QCOMPARE(log.lines(),
-             lines_of(called, {called.start, called.execution_failure}, {named, command, same.lastError().text()}));
-    QCOMPARE(registered(), called.keeps_connection() ? called.connection : "");
-    QVERIFY(!called.keeps_connection() || !QSqlDatabase::database(called.connection, false).isOpen());
-}
-
-void tst_database_commands::failing_openings()
-{
-    QFETCH(const int, index);
-    const member& called = members[index];
-    const captured_log log;
-    path = directory->filePath("missing/folder.sqlite");
-    const bool own = *called.connection != '\0';
-    if (own) {
-        QCOMPARE(run(called, "SELECT 1, 2"), called.named("list") ? "" : "false");
-        QCOMPARE(log.lines(), lines_of(called, {called.start, called.opening_failure},
-                                       {path, {}, "unable to open database file Error opening database"}));
-    }
-    QCOMPARE(registered(), called.keeps_connection() ? called.connection : "");
-}
-
-void tst_database_commands::cancelled()
-{
-    QFETCH(const int, index);
-    const member& called = members[index];
-    const captured_log log;
-    const bool reads = called.named("stringlist");
-    const QString command = reads || called.named("check") ? "SELECT n, v FROM t" : "DELETE FROM t";
-    plugin::set_cancel_extraction(true);
-    QCOMPARE(run(called, called.binds() ? command + " WHERE n > ?" : command,
-                 called.binds() ? QStringList("0") : QStringList()),
-             called.named("total")                     ? "t"
-             : reads                                   ? ""
-             : called.binds() || called.named("check") ? "false"
-                                                       : "true");
-    QCOMPARE(log.lines(), lines_of(called, {called.start}));
-    if (called.binds() || reads) {
-        QCOMPARE(registered(), called.connection);
-        for (const QString& left : QSqlDatabase::connectionNames()) {
-            QVERIFY2(QSqlDatabase::database(left, false).isOpen(), "a cancelled call closes nothing");
-        }
-    }
-    QSqlQuery rows("SELECT count(*) FROM t", database);
-    QVERIFY(rows.next());
-    const bool deletes = !reads && !called.binds() && called.named("execute");
-    QCOMPARE(rows.value(0).toInt(), deletes ? 0 : 3);
-    rows.finish();
-    // Without a value to bind nothing is polled before the execution.
-    if (called.binds() && !reads) {
-        QCOMPARE(run(called, command), "true");
-    }
-}
-
-void tst_database_commands::values_are_compared_trimmed_and_by_case()
-{
-    for (const auto& [value, exists] : {std::pair("\tThree ", true), {"one", true}, {"three", false}, {"", false}}) {
-        QCOMPARE(plugin::check_value_existence_in_db_by_dbreference("SELECT v FROM t", 0, value, database), exists);
-    }
-}
 
 QTEST_MAIN(tst_database_commands)
 #include "tst_database_commands.moc"

@@ -1,4 +1,5 @@
 #include "host/manifest.h"
+#include "tests/unit/files.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -34,19 +35,20 @@ private slots:
     {
         QTest::addColumn<QByteArray>("name");
         QTest::addColumn<QByteArray>("text");
-        QTest::newRow("plain") << QByteArray("a b'c\\") << QByteArray("a b'c\\");
-        QTest::newRow("line ends") << QByteArray("a\r\nb") << QByteArray("a%0D%0Ab");
-        QTest::newRow("percent") << QByteArray("100%25") << QByteArray("100%2525");
-        QTest::newRow("csv marks") << QByteArray("\"a\",b") << QByteArray("\"a\",b");
-        QTest::newRow("umlauts, NFC and NFD") << QByteArray("\u00fcu\u0308") << QByteArray("\u00fcu\u0308");
-        QTest::newRow("beyond the BMP") << QByteArray("\U0001F4E7") << QByteArray("\U0001F4E7");
-        QTest::newRow("C1 control, delete") << QByteArray("\u0085\x7f") << QByteArray("%C2%85%7F");
-        QTest::newRow("latin-1") << QByteArray("b\xfc"
-                                               "cher")
-                                 << QByteArray("b%FCcher");
-        QTest::newRow("cut short") << QByteArray("\xe2\x82") << QByteArray("%E2%82");
-        QTest::newRow("overlong slash") << QByteArray("\xc0\xaf") << QByteArray("%C0%AF");
-        QTest::newRow("surrogate") << QByteArray("\xed\xa0\x80") << QByteArray("%ED%A0%80");
+        const auto row = [](const char* title, const QByteArray& name, const QByteArray& text) {
+            QTest::newRow(title) << name << text;
+        };
+        row("plain", "a b'c\\", "a b'c\\");
+        row("line ends", "a\r\nb", "a%0D%0Ab");
+        row("percent", "100%25", "100%2525");
+        row("csv marks", "\"a\",b", "\"a\",b");
+        row("umlauts, NFC and NFD", "\u00fcu\u0308", "\u00fcu\u0308");
+        row("beyond the BMP", "\U0001F4E7", "\U0001F4E7");
+        row("C1 control, delete", "\u0085\x7f", "%C2%85%7F");
+        row("latin-1", "b\374cher", "b%FCcher");
+        row("cut short", "\xe2\x82", "%E2%82");
+        row("overlong slash", "\xc0\xaf", "%C0%AF");
+        row("surrogate", "\xed\xa0\x80", "%ED%A0%80");
     }
 
     void names_are_written_on_one_line_and_read_back()
@@ -105,37 +107,34 @@ private slots:
         std::filesystem::remove_all(folder_path);
     }
 
-    void times_data()
-    {
-        QTest::addColumn<qint64>("nanoseconds");
-        QTest::addColumn<QByteArray>("text");
-        QTest::newRow("epoch") << qint64(0) << QByteArray("1970-01-01T00:00:00.000000000Z");
-        QTest::newRow("before") << qint64(-1) << QByteArray("1969-12-31T23:59:59.999999999Z");
-        QTest::newRow("leap day") << qint64(1709211661000000042) << QByteArray("2024-02-29T13:01:01.000000042Z");
-        QTest::newRow("first") << std::numeric_limits<qint64>::min() << QByteArray("1677-09-21T00:12:43.145224192Z");
-        QTest::newRow("last") << std::numeric_limits<qint64>::max() << QByteArray("2262-04-11T23:47:16.854775807Z");
-    }
-
     void times()
     {
-        QFETCH(qint64, nanoseconds);
-        QFETCH(QByteArray, text);
-        QCOMPARE(time_to_text(nanoseconds), text);
-        QCOMPARE(time_from_text(text), nanoseconds);
+        for (const auto& [nanoseconds, text] :
+             {std::pair(qint64(0), "1970-01-01T00:00:00.000000000Z"),
+              {qint64(-1), "1969-12-31T23:59:59.999999999Z"},
+              {qint64(1709211661000000042), "2024-02-29T13:01:01.000000042Z"},
+              {std::numeric_limits<qint64>::min(), "1677-09-21T00:12:43.145224192Z"},
+              {std::numeric_limits<qint64>::max(), "2262-04-11T23:47:16.854775807Z"}}) {
+            QCOMPARE(time_to_text(nanoseconds), text);
+            QCOMPARE(time_from_text(text), nanoseconds);
+        }
     }
 
     void damaged_manifests_are_named_not_read_past_data()
     {
         QTest::addColumn<QByteArray>("from");
         QTest::addColumn<QByteArray>("to");
-        QTest::newRow("cut off") << QByteArray(",why\r\n") << QByteArray(",w");
-        QTest::newRow("column lost") << QByteArray(",3,") << QByteArray(",");
-        QTest::newRow("unknown status") << QByteArray("copied") << QByteArray("copyed");
-        QTest::newRow("digest short") << QByteArray("ba7816bf") << QByteArray("ba7816b");
-        QTest::newRow("open quote") << QByteArray("why") << QByteArray("\"why");
-        QTest::newRow("lower-case escape") << QByteArray("why") << QByteArray("%0a");
-        QTest::newRow("no such day") << QByteArray("1969-12-31") << QByteArray("1969-02-30");
-        QTest::newRow("far year") << QByteArray("1969-12-31") << QByteArray("9969-12-31");
+        const auto row = [](const char* title, const QByteArray& from, const QByteArray& to) {
+            QTest::newRow(title) << from << to;
+        };
+        row("cut off", ",why\r\n", ",w");
+        row("column lost", ",3,", ",");
+        row("unknown status", "copied", "copyed");
+        row("digest short", "ba7816bf", "ba7816b");
+        row("open quote", "why", "\"why");
+        row("lower-case escape", "why", "%0a");
+        row("no such day", "1969-12-31", "1969-02-30");
+        row("far year", "1969-12-31", "9969-12-31");
     }
 
     void damaged_manifests_are_named_not_read_past()
@@ -150,21 +149,16 @@ private slots:
         writer.write(entry);
         QVERIFY(writer.commit());
 
-        QFile file(folder.filePath("manifest.csv"));
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QByteArray text = file.readAll();
+        const QString path = folder.filePath("manifest.csv");
+        QByteArray text = content_of(path);
         const qsizetype place = text.lastIndexOf(from);
         QVERIFY(place > 0);
-        text.replace(place, from.size(), to);
-        file.resize(0);
-        file.seek(0);
-        file.write(text);
-        file.close();
+        write_file(path, text.replace(place, from.size(), to));
 
         manifest_reader reader;
-        QVERIFY(reader.open(file.fileName()));
+        QVERIFY(reader.open(path));
         QVERIFY(!reader.next());
-        QCOMPARE(reader.error(), file.fileName() + ": line 2 cannot be understood");
+        QCOMPARE(reader.error(), path + ": line 2 cannot be understood");
     }
 };
 
