@@ -77,12 +77,10 @@ qsizetype files_below(const QString& directory)
     return std::count_if(begin(entries), end(entries), [](const auto& entry) { return entry.is_regular_file(); });
 }
 
-constexpr int many_files = 5'000;
-
-void add_many_files(const evidence_source& source)
+void add_files(const evidence_source& source, int count)
 {
     const QString first = source.add_file("Users/anna/Library/Mail/V9/m.mbox/0.emlx", QByteArray(4096, 'x'));
-    for (int i = 1; i < many_files; ++i) {
+    for (int i = 1; i < count; ++i) {
         fs::create_hard_link(first.toStdString(), (QFileInfo(first).path() + "/%1.emlx").arg(i).toStdString());
     }
 }
@@ -124,6 +122,8 @@ private slots:
         row("log in source", run + "--log SOURCE/log", 1, "SOURCE/log: it lies inside the source");
         row("result by a link", "run --source SOURCE --result RESULT/link/new", 1, "RESULT/link/new: it lies inside");
         row("log by a link", run + "--log RESULT/log", 1, "RESULT/log: it lies inside the source");
+        row("source in copies", "run --clear --source RESULT/Artifacts_Result/Apple_Mail_Extractor --result RESULT", 1,
+            "cannot clear RESULT/Artifacts_Result/Apple_Mail_Extractor: the source");
         row("no plug-in", run + "--plugin SOURCE/absent.so", 1, "SOURCE/absent.so: no such file");
         row("file as plug-in", run + "--plugin SOURCE/a\nfile", 1, "cannot load the plug-in SOURCE/a\\nfile: ");
         if (QFile::exists(a_library)) {
@@ -147,6 +147,7 @@ private slots:
         add_two_users(source);
         source.add_file("a\nfile");
         source.add_file("Users/nomail/file");
+        QVERIFY(QDir().mkpath(copies(source)));
         QVERIFY(QFile::link(source.root() + "Users", source.result() + "/link"));
         QVERIFY(QFile::link(source.root() + "dangling", source.result() + "/log"));
         const QString root = QDir::cleanPath(source.root());
@@ -285,12 +286,14 @@ private slots:
     void cancelled_copy()
     {
         const evidence_source source;
-        add_many_files(source);
+        // The plug-in looks for a cancellation every 200 ms only.
+        constexpr int files = 5'000;
+        add_files(source, files);
         const program_result cancelled = ended_in_copy(source, SIGINT);
         QCOMPARE(cancelled.exit_code, 130);
         QVERIFY2(cancelled.errors.contains("cancelled"), cancelled.errors);
         const qsizetype copied = files_below(copies_of_today(source, "anna"));
-        QVERIFY2(copied > 0 && copied < many_files, qPrintable(QString::number(copied)));
+        QVERIFY2(copied > 0 && copied < files, qPrintable(QString::number(copied)));
         QVERIFY(!QFile::exists(product(source, "manifest.csv")));
         QVERIFY(content_of(product(source, "run.json")).contains("\"status\": \"cancelled\""));
     }
@@ -298,7 +301,8 @@ private slots:
     void killed_copy()
     {
         const evidence_source source;
-        add_many_files(source);
+        constexpr int files = 1'000;
+        add_files(source, files);
         // What an earlier run said must not pass for what the killed one says.
         QVERIFY(QDir().mkpath(product(source, "")));
         const QStringList stale{"manifest.csv", "SHA256SUMS", "report.html", "manifest.csv.aBcDeF"};
@@ -328,7 +332,7 @@ private slots:
         const program_result cleared = run(source, {"--clear"});
         QCOMPARE(cleared.exit_code, 0);
         QVERIFY2(cleared.errors.contains("removed the copies of earlier runs, 2 folders"), cleared.errors);
-        QCOMPARE(files_below(copies_of_today(source, "anna")), many_files);
+        QCOMPARE(files_below(copies_of_today(source, "anna")), files);
         QVERIFY(QFile::exists(elsewhere) && QFile::exists(link) && QFile::exists(no_date));
     }
 
