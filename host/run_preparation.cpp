@@ -125,6 +125,10 @@ run_plan prepare_run(const run_options& options)
 
     plan.left_out = without_unreachable(settings.users);
 
+    const QString copies = QDir(settings.result_directory).filePath(QLatin1String(copies_directory));
+    if (options.clear && lies_inside(settings.source_root, copies)) {
+        refuse(QStringLiteral("cannot clear %1: the source %2 lies inside it").arg(copies, settings.source_root));
+    }
     if (!options.clear) {
         plan.last_row = last_account_row(settings.result_directory);
         if (plan.last_row > 0 && !options.append) {
