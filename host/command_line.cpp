@@ -110,8 +110,8 @@ void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
             "Edition named in the log")
         ->check(CLI::IsMember(std::vector<std::string>(engine_names.begin(), engine_names.end())))
         ->default_str(engine_names.front());
-    CLI::Option* clear =
-        command.add_flag("--clear", options.clear, "Remove the accounts that the result already holds");
+    CLI::Option* clear = command.add_flag(
+        "--clear", options.clear, "Start over: remove the accounts and the copies of earlier runs from the result");
     command.add_flag("--append", options.append, "Add to the accounts that the result already holds")->excludes(clear);
     command.add_flag("--as-suite", options.as_suite, "One run for all users, exactly as a suite drives the plug-in");
     command.add_flag("--no-verify", options.no_verify, "Leave out the verification at the end");

@@ -7,7 +7,7 @@ namespace {
 constexpr QByteArrayView record_marker = "<[{()}]>";
 constexpr qint64 chunk_size = 262'144;
 // A log line has some hundred bytes; what is so long is no line, and reading on would fill the memory.
-constexpr qsizetype longest_record = qsizetype(16) << 20;
+constexpr qsizetype longest_record = qsizetype(1) << 20;
 constexpr qsizetype shortest_ciphertext = 3;
 
 struct deciphered

@@ -44,8 +44,9 @@ constexpr std::array<account_type, 19> account_types{{
 qint64 type_key(QLatin1StringView identifier)
 {
     for (std::size_t i = 0; i < account_types.size(); ++i) {
-        if (identifier == QLatin1StringView(account_types[i].identifier))
+        if (identifier == QLatin1StringView(account_types[i].identifier)) {
             return static_cast<qint64>(i) + 1;
+        }
     }
     Q_UNREACHABLE();
 }
@@ -66,8 +67,9 @@ public:
     {
         add_services_of_the_system(user);
         for (const sample_mail_account& account : user.accounts) {
-            if (!(leftover && account.only_in_log))
+            if (!(leftover && account.only_in_log)) {
                 add_mail_account(account);
+            }
         }
         // An account that was just set up, so that a store without mail accounts has something in its log, too.
         add({.type = "com.apple.account.GameCenter",
@@ -153,8 +155,9 @@ private:
                             .properties = properties,
                             .only_in_log = logged});
             for (const char* service :
-                 {"com.apple.account.CalDAV", "com.apple.account.CardDAV", "com.apple.account.IMAPNotes"})
+                 {"com.apple.account.CalDAV", "com.apple.account.CardDAV", "com.apple.account.IMAPNotes"}) {
                 add({.type = service, .parent = provider, .only_in_log = logged});
+            }
         }
         row mail{.type = account.kind->mail_type,
                  .parent = provider,
@@ -237,12 +240,14 @@ sample_database store_builder::statements()
                       QString::fromLatin1(type.identifier), QStringLiteral("com.apple.accountsd")});
     }
     sample_database content;
-    for (const QString& text : schema)
+    for (const QString& text : schema) {
         content.in_file.append({text, {}});
+    }
     content.in_file.append({QStringLiteral("INSERT INTO ZACCOUNTTYPE VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?)"), types});
     content.in_file.append({insert_account, accounts_in_file});
-    if (!properties_in_file.isEmpty())
+    if (!properties_in_file.isEmpty()) {
         content.in_file.append({insert_property, properties_in_file});
+    }
     content.in_file.append({QStringLiteral("INSERT INTO Z_PRIMARYKEY VALUES(?,?,?,?)"),
                             {{account_entity, QStringLiteral("Account"), 0, accounts_in_file.size()},
                              {property_entity, QStringLiteral("AccountProperty"), 0, properties_in_file.size()},
@@ -250,8 +255,9 @@ sample_database store_builder::statements()
     content.in_file.append({QStringLiteral("INSERT INTO Z_METADATA VALUES(?,?,?)"), {metadata()}});
 
     content.only_in_log.append({insert_account, accounts_in_log});
-    if (!properties_in_log.isEmpty())
+    if (!properties_in_log.isEmpty()) {
         content.only_in_log.append({insert_property, properties_in_log});
+    }
     content.only_in_log.append({update_maximum, {{last_account, account_entity}, {last_property, property_entity}}});
     return content;
 }
@@ -263,13 +269,15 @@ bool write_store(sample_writer& writer, const sample_user& user, bool older, QSt
     sample_random random(writer.seed(), QStringLiteral("store/") + path);
     const bool leftover = older && user.stores == account_stores::both;
     const auto files = make_wal_database(store_builder(random, older, leftover).build(user), random, error);
-    if (!files)
+    if (!files) {
         return false;
+    }
     writer.write_file(path, files->database);
     writer.write_file(path + QStringLiteral("-wal"), files->log);
     // SQLite builds the index of the log anew from whatever the file holds.
-    if (user.shared_memory_file)
+    if (user.shared_memory_file) {
         writer.write_file(path + QStringLiteral("-shm"), QByteArray(32'768, '\0'));
+    }
     return true;
 }
 

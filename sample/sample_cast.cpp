@@ -98,8 +98,9 @@ QList<sample_mail_account> cast_accounts(const sample_user& user, const std::arr
         account.domain = *kind.domain ? QString::fromLatin1(kind.domain) : domains[i % domains.size()];
         account.host = QString::fromLatin1(kind.host).replace(QStringLiteral("%1"), account.domain);
         account.identifier = random.uuid();
-        if (*kind.provider_type)
+        if (*kind.provider_type) {
             account.provider_identifier = random.uuid();
+        }
         account.only_in_log = user.stores != account_stores::none && i > 0 && i + 1 == options.accounts_per_user;
         accounts.append(account);
     }
@@ -135,8 +136,9 @@ sample_user cast_drawn_user(int number, const sample_options& options)
     sample_user user{};
     user.login = QStringLiteral("%1.%2%3").arg(first, last).arg(number);
     user.name = user.login;
-    if (options.odd_names && random.below(4) == 0)
+    if (options.odd_names && random.below(4) == 0) {
         user.name.replace(u'.', u' ');
+    }
     user.full_name = first.left(1).toUpper() + first.mid(1) + u' ' + last.left(1).toUpper() + last.mid(1);
     user.mail_versions = versions;
     user.stores = versions.first() < 6 ? account_stores::accounts3 : account_stores::accounts4;
@@ -144,8 +146,9 @@ sample_user cast_drawn_user(int number, const sample_options& options)
     user.binary_persistence_info = random.below(2) == 0;
     std::array<kind_index, kind_count> order{};
     const int start = random.below(kind_count);
-    for (std::size_t i = 0; i < kind_count; ++i)
+    for (std::size_t i = 0; i < kind_count; ++i) {
         order[i] = static_cast<kind_index>((i + static_cast<std::size_t>(start)) % kind_count);
+    }
     user.accounts = cast_accounts(user, order, options);
     return user;
 }
@@ -171,10 +174,12 @@ QList<sample_user> cast_sample_users(const sample_options& options)
 bool is_named_by_identifier(const sample_user& user, qsizetype account, int mail_version)
 {
     const bool stands_alone = user.accounts[account].provider_identifier.isEmpty();
-    if (mail_version <= 4)
+    if (mail_version <= 4) {
         return false;
-    if (mail_version == 5)
+    }
+    if (mail_version == 5) {
         return account % 2 == 1;
+    }
     // Folders that an upgrade carried over keep their old names.
     return !stands_alone || (mail_version >= 8 && user.stores != account_stores::none);
 }
@@ -182,12 +187,14 @@ bool is_named_by_identifier(const sample_user& user, qsizetype account, int mail
 QString account_folder_name(const sample_user& user, qsizetype index, int mail_version)
 {
     const sample_mail_account& account = user.accounts[index];
-    if (is_named_by_identifier(user, index, mail_version))
+    if (is_named_by_identifier(user, index, mail_version)) {
         return account.identifier;
+    }
     const QString prefix = QString::fromLatin1(account.kind->prefix) + u'-';
     const bool own_host = account.host.contains(account.domain);
-    if (own_host && prefix == u"IMAP-" && mail_version % 3 == 1)
+    if (own_host && prefix == u"IMAP-" && mail_version % 3 == 1) {
         return prefix + account.address();
+    }
     const bool full_address = prefix == u"IMAP-" && (!own_host || mail_version % 3 == 2);
     return prefix + (full_address ? account.address() : account.login) + u'@' + account.host;
 }

@@ -13,8 +13,9 @@ public:
     qint64 key(const QString& text)
     {
         const auto known = keys.constFind(text);
-        if (known != keys.constEnd())
+        if (known != keys.constEnd()) {
             return *known;
+        }
         rows.append({rows.size() + 1, text});
         keys.insert(text, rows.size());
         return rows.size();
@@ -37,16 +38,18 @@ QList<sample_statement> schema()
               "CREATE TABLE messages (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, remote_id INTEGER, sender INTEGER, "
               "subject INTEGER, date_sent INTEGER, date_received INTEGER, mailbox INTEGER NOT NULL, "
               "flags INTEGER, read INTEGER, deleted INTEGER)"),
-          QStringLiteral("CREATE INDEX messages_mailbox_index ON messages (mailbox)")})
+          QStringLiteral("CREATE INDEX messages_mailbox_index ON messages (mailbox)")}) {
         statements.append({text, {}});
+    }
     return statements;
 }
 
 void append_rows(QList<sample_statement>& statements, const QString& table, const QString& marks,
                  const QList<QVariantList>& rows)
 {
-    if (!rows.isEmpty())
+    if (!rows.isEmpty()) {
         statements.append({QStringLiteral("INSERT INTO %1 VALUES(%2)").arg(table, marks), rows});
+    }
 }
 
 } // namespace
@@ -64,10 +67,12 @@ bool write_envelope_index(sample_writer& writer, const QString& directory, const
                      message.received - 2, message.received, message.mailbox + 1, message.flags, message.flags & 1, 0});
     }
     QList<QVariantList> mailboxes;
-    for (const QString& url : mailbox_urls)
+    for (const QString& url : mailbox_urls) {
         mailboxes.append({mailboxes.size() + 1, url});
-    for (QVariantList& row : senders.rows)
+    }
+    for (QVariantList& row : senders.rows) {
         row.append(QString());
+    }
 
     const QString marks = QStringLiteral("?,?,?,?,?,?,?,?,?,?");
     sample_database content{schema(), {}};
@@ -80,8 +85,9 @@ bool write_envelope_index(sample_writer& writer, const QString& directory, const
     const QString path = directory + QStringLiteral("/Envelope Index");
     sample_random salts(writer.seed(), QStringLiteral("index/") + path);
     const auto files = make_wal_database(content, salts, error);
-    if (!files)
+    if (!files) {
         return false;
+    }
     writer.write_file(path, files->database);
     writer.write_file(path + QStringLiteral("-wal"), files->log);
     writer.write_file(path + QStringLiteral("-shm"), QByteArray(32'768, '\0'));

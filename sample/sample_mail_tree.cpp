@@ -26,8 +26,9 @@ const QStringList& mailbox_names(bool odd)
 QString data_folder(qint64 number)
 {
     QString folder = QStringLiteral("Data");
-    for (qint64 thousands = number / 1000; thousands > 0; thousands /= 10)
+    for (qint64 thousands = number / 1000; thousands > 0; thousands /= 10) {
         folder += u'/' + QString::number(thousands % 10);
+    }
     return folder;
 }
 
@@ -71,8 +72,9 @@ private:
 void version_writer::write(const QString& path, const QByteArray& content, std::optional<sample_time> modified)
 {
     writer.write_file(path, content, modified);
-    if (!path.contains(u"/."))
+    if (!path.contains(u"/.")) {
         ++visible_files;
+    }
 }
 
 void version_writer::write_message(const QString& store, const sample_message_context& context)
@@ -82,10 +84,11 @@ void version_writer::write_message(const QString& store, const sample_message_co
     const QString folder = store + u'/' + data_folder(number);
     const QString ending = message.partial ? QStringLiteral(".partial.emlx") : QStringLiteral(".emlx");
     write(QStringLiteral("%1/Messages/%2%3").arg(folder).arg(number).arg(ending), message.emlx, message.received);
-    for (const sample_attachment& attachment : message.attachments)
+    for (const sample_attachment& attachment : message.attachments) {
         write(
             QStringLiteral("%1/Attachments/%2/%3/%4").arg(folder).arg(number).arg(attachment.part).arg(attachment.name),
             attachment.content, message.received);
+    }
     indexed.append({number, static_cast<int>(mailbox_urls.size()) - 1, message.sender, message.subject,
                     message.received.seconds, message.flags});
 }
@@ -104,8 +107,9 @@ void version_writer::write_mailbox(const QString& mailbox, const sample_mail_acc
     const sample_message_context context{account.address(), user.full_name, first_year, first_year + 1,
                                          options.odd_names};
     const QString store = mailbox + u'/' + random.uuid();
-    for (int i = 0; i < messages; ++i)
+    for (int i = 0; i < messages; ++i) {
         write_message(store, context);
+    }
 }
 
 sample_account_folder version_writer::write_account(const sample_mail_account& account, const QString& folder,
@@ -114,8 +118,9 @@ sample_account_folder version_writer::write_account(const sample_mail_account& a
     visible_files = 0;
     const QStringList& names = mailbox_names(options.odd_names);
     QList<int> shares(names.size(), 0);
-    for (int i = 0; i < messages; ++i)
+    for (int i = 0; i < messages; ++i) {
         ++shares[i < names.size() ? i : random.below(2) == 0 ? 0 : random.below(static_cast<int>(names.size()))];
+    }
 
     QVariantList cached;
     for (qsizetype i = 0; i < names.size(); ++i) {
@@ -151,9 +156,10 @@ bool version_writer::write(QList<sample_account_folder>& folders, QString& error
     const bool newest = version == user.mail_versions.first();
     const int all = options.messages_per_account;
     const int messages = newest ? all : (all + 3) / 4;
-    for (qsizetype i = 0; i < user.accounts.size(); ++i)
+    for (qsizetype i = 0; i < user.accounts.size(); ++i) {
         folders.append(
             write_account(user.accounts[i], directory + u'/' + account_folder_name(user, i, version), messages));
+    }
     if (version == 3 && !user.accounts.isEmpty()) {
         sample_mail_account imported = user.accounts.first();
         imported.domain = QStringLiteral("example.net");
@@ -162,8 +168,9 @@ bool version_writer::write(QList<sample_account_folder>& folders, QString& error
         folders.append(write_account(imported, nested, std::min(messages, 1)));
     }
     // A regular file named like an account folder.
-    if (options.odd_names)
+    if (options.odd_names) {
         writer.write_file(directory + QStringLiteral("/IMAP-export.log"), "export finished\n");
+    }
     write_mail_data();
     return write_envelope_index(writer, directory + QStringLiteral("/MailData"), mailbox_urls, indexed, error);
 }

@@ -57,12 +57,13 @@ sample_attachment make_attachment(sample_random& random, bool odd_names, int par
 {
     sample_attachment made{random.pick(attachment_names(odd_names)), part, {}};
     const QByteArray filling = random.bytes(400 + random.below(2400));
-    if (made.name.endsWith(u".pdf"))
+    if (made.name.endsWith(u".pdf")) {
         made.content = "%PDF-1.4\n%\xe2\xe3\xcf\xd3\n" + filling + "\n%%EOF\n";
-    else if (made.name.endsWith(u".jpg"))
+    } else if (made.name.endsWith(u".jpg")) {
         made.content = QByteArray("\xff\xd8\xff\xe0\x00\x10JFIF\x00\x01", 12) + filling + "\xff\xd9";
-    else
+    } else {
         made.content = filling.toBase64() + '\n';
+    }
     return made;
 }
 
@@ -74,8 +75,9 @@ QByteArray file_name_parameter(const QString& name)
 QByteArray body_text(sample_random& random)
 {
     QByteArray text;
-    for (int left = 1 + random.below(9); left > 0; --left)
+    for (int left = 1 + random.below(9); left > 0; --left) {
         text += QByteArray(random.pick(sentences)) + (left % 3 == 0 ? "\n\n" : "\n");
+    }
     return text;
 }
 
@@ -90,12 +92,14 @@ QByteArray attachment_part(const sample_attachment& attachment, bool left_out)
     QByteArray part = "Content-Type: application/octet-stream\nContent-Transfer-Encoding: base64\n"
                       "Content-Disposition: attachment;\n\t" +
                       file_name_parameter(attachment.name) + '\n';
-    if (left_out)
+    if (left_out) {
         return part + "X-Apple-Content-Length: " + QByteArray::number(attachment.content.size()) + "\n\n\n";
+    }
     const QByteArray encoded = attachment.content.toBase64();
     part += '\n';
-    for (qsizetype at = 0; at < encoded.size(); at += 76)
+    for (qsizetype at = 0; at < encoded.size(); at += 76) {
         part += encoded.mid(at, 76) + '\n';
+    }
     return part;
 }
 
@@ -103,8 +107,9 @@ QByteArray multipart(sample_random& random, const char* subtype, const QByteArra
 {
     const QByteArray boundary = "Apple-Mail=_" + random.uuid().toLatin1();
     QByteArray body = QByteArray("Content-Type: multipart/") + subtype + ";\n\tboundary=\"" + boundary + "\"\n\n";
-    for (const QByteArray& part : parts)
+    for (const QByteArray& part : parts) {
         body += "--" + boundary + '\n' + part;
+    }
     return body + "--" + boundary + "--\n";
 }
 
@@ -133,8 +138,9 @@ sample_message compose_message(sample_random& random, const sample_message_conte
     message.partial = form == 3;
     if (form >= 3) {
         const int last_part = 2 + random.below(2);
-        for (int part = 2; part <= last_part; ++part)
+        for (int part = 2; part <= last_part; ++part) {
             message.attachments.append(make_attachment(random, context.odd_names, part));
+        }
     }
     message.flags += static_cast<qint64>(message.attachments.size()) << 10;
 
@@ -145,8 +151,9 @@ sample_message compose_message(sample_random& random, const sample_message_conte
         body = multipart(random, "alternative", {body, text_part("html", html)});
     } else if (!message.attachments.isEmpty()) {
         QByteArrayList parts{body};
-        for (const sample_attachment& attachment : std::as_const(message.attachments))
+        for (const sample_attachment& attachment : std::as_const(message.attachments)) {
             parts.append(attachment_part(attachment, message.partial));
+        }
         body = multipart(random, "mixed", parts);
     }
 
@@ -162,7 +169,8 @@ sample_message compose_message(sample_random& random, const sample_message_conte
     message.emlx =
         QByteArray::number(mail.size()).leftJustified(10) + '\n' + mail + property_list(random, message, number);
     // With the message inside, the files beside it would be copies; the mail program keeps them for partial ones.
-    if (!message.partial)
+    if (!message.partial) {
         message.attachments.clear();
+    }
     return message;
 }

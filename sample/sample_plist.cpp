@@ -32,19 +32,22 @@ QByteArray integer_object(qint64 value)
 
 QByteArray sized_marker(int kind, qsizetype size)
 {
-    if (size < 15)
+    if (size < 15) {
         return QByteArray(1, static_cast<char>(kind << 4 | static_cast<int>(size)));
+    }
     return char(kind << 4 | 15) + integer_object(size);
 }
 
 QByteArray string_object(const QString& text)
 {
     const bool ascii = std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
-    if (ascii)
+    if (ascii) {
         return sized_marker(5, text.size()) + text.toLatin1();
+    }
     QByteArray units;
-    for (const QChar unit : text)
+    for (const QChar unit : text) {
         units += big_endian(unit.unicode(), 2);
+    }
     return sized_marker(6, text.size()) + units;
 }
 
@@ -60,13 +63,15 @@ public:
         for (const object& item : std::as_const(objects)) {
             offsets.append(static_cast<quint64>(result.size()));
             result += item.head;
-            for (const qsizetype reference : item.references)
+            for (const qsizetype reference : item.references) {
                 result += big_endian(static_cast<quint64>(reference), reference_width);
+            }
         }
         const quint64 table = static_cast<quint64>(result.size());
         const int offset_width = width_for(table);
-        for (const quint64 offset : std::as_const(offsets))
+        for (const quint64 offset : std::as_const(offsets)) {
             result += big_endian(offset, offset_width);
+        }
         return result + QByteArray(6, '\0') + char(offset_width) + char(reference_width) +
                big_endian(static_cast<quint64>(objects.size()), 8) + big_endian(0, 8) + big_endian(table, 8);
     }
@@ -93,17 +98,20 @@ private:
         case QMetaType::QVariantMap: {
             const QVariantMap map = value.toMap();
             object made{sized_marker(13, map.size()), {}};
-            for (auto entry = map.begin(); entry != map.end(); ++entry)
+            for (auto entry = map.begin(); entry != map.end(); ++entry) {
                 made.references.append(add(entry.key()));
-            for (const QVariant& entry : map)
+            }
+            for (const QVariant& entry : map) {
                 made.references.append(add(entry));
+            }
             return made;
         }
         case QMetaType::QVariantList: {
             const QVariantList list = value.toList();
             object made{sized_marker(10, list.size()), {}};
-            for (const QVariant& entry : list)
+            for (const QVariant& entry : list) {
                 made.references.append(add(entry));
+            }
             return made;
         }
         case QMetaType::Bool:
@@ -139,14 +147,16 @@ QString xml_value(const QVariant& value, const QString& indent)
     case QMetaType::QVariantMap: {
         const QVariantMap map = value.toMap();
         QString body;
-        for (auto entry = map.begin(); entry != map.end(); ++entry)
+        for (auto entry = map.begin(); entry != map.end(); ++entry) {
             body += xml_element("key", entry.key().toHtmlEscaped(), inner) + xml_value(entry.value(), inner);
+        }
         return indent + QStringLiteral("<dict>\n") + body + indent + QStringLiteral("</dict>\n");
     }
     case QMetaType::QVariantList: {
         QString body;
-        for (const QVariant& entry : value.toList())
+        for (const QVariant& entry : value.toList()) {
             body += xml_value(entry, inner);
+        }
         return indent + QStringLiteral("<array>\n") + body + indent + QStringLiteral("</array>\n");
     }
     case QMetaType::Bool:

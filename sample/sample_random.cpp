@@ -5,8 +5,9 @@
 
 sample_random::sample_random(quint32 seed, QStringView topic) : state(0xcbf29ce484222325ULL)
 {
-    for (const char byte : topic.toUtf8())
+    for (const char byte : topic.toUtf8()) {
         state = (state ^ static_cast<unsigned char>(byte)) * 0x100000001b3ULL;
+    }
     state ^= quint64{seed} * 0x9e3779b97f4a7c15ULL;
 }
 

@@ -63,24 +63,28 @@ void write_home(sample_writer& writer, const sample_user& user)
 
 std::optional<sample_summary> write_sample_source(const sample_options& options, QString& error)
 {
-    if (!prepare_root(options, error))
+    if (!prepare_root(options, error)) {
         return {};
+    }
     sample_writer writer(QDir(options.root).absolutePath(), options.seed);
     sample_summary summary;
     write_system(writer);
     for (const sample_user& user : cast_sample_users(options)) {
         write_home(writer, user);
         if (!write_account_stores(writer, user, error) ||
-            !write_mail_tree(writer, user, options, summary.account_folders, error))
+            !write_mail_tree(writer, user, options, summary.account_folders, error)) {
             break;
+        }
         summary.users.append(user.name);
         summary.accounts += static_cast<int>(user.accounts.size());
     }
     writer.set_directory_times();
-    if (!writer.error().isEmpty())
+    if (!writer.error().isEmpty()) {
         error = writer.error();
-    if (summary.users.size() != options.users || !writer.error().isEmpty())
+    }
+    if (summary.users.size() != options.users || !writer.error().isEmpty()) {
         return {};
+    }
     summary.files = writer.files();
     summary.bytes = writer.bytes();
     summary.directories = writer.directories();

@@ -45,11 +45,13 @@ bool execute(QSqlDatabase& database, const QList<sample_statement>& statements, 
     QSqlQuery query(database);
     for (const sample_statement& statement : statements) {
         bool done = query.prepare(statement.text);
-        if (done && statement.rows.isEmpty())
+        if (done && statement.rows.isEmpty()) {
             done = query.exec();
+        }
         for (qsizetype row = 0; done && row < statement.rows.size(); ++row) {
-            for (qsizetype column = 0; column < statement.rows[row].size(); ++column)
+            for (qsizetype column = 0; column < statement.rows[row].size(); ++column) {
                 query.bindValue(static_cast<int>(column), statement.rows[row][column]);
+            }
             done = query.exec();
         }
         if (!done) {
@@ -62,8 +64,9 @@ bool execute(QSqlDatabase& database, const QList<sample_statement>& statements, 
 
 bool execute_in_transaction(QSqlDatabase& database, const QList<sample_statement>& statements, QString& error)
 {
-    if (statements.isEmpty())
+    if (statements.isEmpty()) {
         return true;
+    }
     return execute(database, {{QStringLiteral("begin"), {}}}, error) && execute(database, statements, error) &&
            execute(database, {{QStringLiteral("commit"), {}}}, error);
 }
@@ -71,8 +74,9 @@ bool execute_in_transaction(QSqlDatabase& database, const QList<sample_statement
 QList<sample_statement> plain(const QStringList& texts)
 {
     QList<sample_statement> statements;
-    for (const QString& text : texts)
+    for (const QString& text : texts) {
         statements.append({text, {}});
+    }
     return statements;
 }
 
@@ -108,14 +112,16 @@ bool read_file(const QString& path, QByteArray& content, QString& error)
 
 bool replace_wal_salts(QByteArray& log, quint32 first_salt, quint32 second_salt)
 {
-    if (log.size() < log_header_size)
+    if (log.size() < log_header_size) {
         return false;
+    }
     char* const header = log.data();
     const auto magic = qFromBigEndian<quint32>(header);
     const qsizetype page_size = qFromBigEndian<quint32>(header + 8);
     if ((magic & ~1U) != log_magic || page_size < 512 ||
-        (log.size() - log_header_size) % (frame_header_size + page_size) != 0)
+        (log.size() - log_header_size) % (frame_header_size + page_size) != 0) {
         return false;
+    }
 
     wal_checksum checksum{(magic & 1U) != 0};
     qToBigEndian(first_salt, header + 16);
@@ -152,8 +158,9 @@ std::optional<sample_database_files> make_wal_database(const sample_database& co
                read_file(path + QStringLiteral("-wal"), files.log, error);
     }
     QSqlDatabase::removeDatabase(path);
-    if (!done)
+    if (!done) {
         return {};
+    }
     const quint64 drawn = salts.next();
     if (!files.log.isEmpty() &&
         !replace_wal_salts(files.log, static_cast<quint32>(drawn >> 32), static_cast<quint32>(drawn))) {

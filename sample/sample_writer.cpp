@@ -37,10 +37,12 @@ sample_writer::sample_writer(const QString& root_path, quint32 seed_value) : roo
 void sample_writer::write_file(const QString& path, const QByteArray& content, std::optional<sample_time> modified)
 {
     const qsizetype slash = path.lastIndexOf(u'/');
-    if (slash > 0)
+    if (slash > 0) {
         make_directory(path.left(slash));
-    if (!first_error.isEmpty())
+    }
+    if (!first_error.isEmpty()) {
         return;
+    }
     QFile file(root + u'/' + path);
     // Unbuffered, so that nothing is written after the time has been set.
     if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered) ||
@@ -55,13 +57,16 @@ void sample_writer::write_file(const QString& path, const QByteArray& content, s
 
 void sample_writer::make_directory(const QString& path)
 {
-    if (!first_error.isEmpty() || known_directories.contains(path))
+    if (!first_error.isEmpty() || known_directories.contains(path)) {
         return;
+    }
     const qsizetype slash = path.lastIndexOf(u'/');
-    if (slash > 0)
+    if (slash > 0) {
         make_directory(path.left(slash));
-    if (!first_error.isEmpty())
+    }
+    if (!first_error.isEmpty()) {
         return;
+    }
     const QString absolute = root + u'/' + path;
     if (!QDir().mkdir(absolute)) {
         first_error = failure(QStringLiteral("cannot make directory"), absolute, qt_error_string(errno));
@@ -74,11 +79,13 @@ void sample_writer::make_directory(const QString& path)
 void sample_writer::set_directory_times()
 {
     for (const QString& path : std::as_const(created)) {
-        if (!first_error.isEmpty())
+        if (!first_error.isEmpty()) {
             return;
+        }
         const QString absolute = root + u'/' + path;
-        if (!set_directory_time(absolute, drawn_time(path)))
+        if (!set_directory_time(absolute, drawn_time(path))) {
             first_error = failure(QStringLiteral("cannot set the time of"), absolute, qt_error_string(errno));
+        }
     }
 }
 
