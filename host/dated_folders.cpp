@@ -3,6 +3,7 @@
 #include "host/result_paths.h"
 #include "host/source_tree.h"
 #include "host/source_users.h"
+#include "host/utf8.h"
 
 #include <QFile>
 
@@ -37,11 +38,19 @@ std::map<QByteArray, std::vector<dated_folder>> find_dated_folders(const QByteAr
     return folders;
 }
 
-copy_assignment assign_copies(const QByteArray& source, const QByteArray& result, const QStringList& users_of_run)
+copy_assignment assign_copies(const QByteArray& source, const QByteArray& result, const QStringList& users_of_run,
+                              bool unnamed_users)
 {
     auto folders = find_dated_folders(result);
     for (const QString& user : users_of_run) {
         folders.try_emplace(QFile::encodeName(user));
+    }
+    if (unnamed_users) {
+        for (const QByteArray& user : find_users(source)) {
+            if (!is_utf8(user)) {
+                folders.try_emplace(user);
+            }
+        }
     }
 
     copy_assignment assignment;

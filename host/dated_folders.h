@@ -26,5 +26,6 @@ struct copy_assignment
 };
 
 /// Assigns each user the newest of his dated folders. A user of the source without one takes part, with no copy, when
-/// `users_of_run` names it. Paths absolute.
-copy_assignment assign_copies(const QByteArray& source, const QByteArray& result, const QStringList& users_of_run);
+/// `users_of_run` names it or, with `unnamed_users`, when its name is not UTF-8 and cannot stand there. Paths absolute.
+copy_assignment assign_copies(const QByteArray& source, const QByteArray& result, const QStringList& users_of_run,
+                              bool unnamed_users);

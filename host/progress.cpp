@@ -95,24 +95,35 @@ QString progress::status_text(int columns) const
     const auto of_total = [total_known](const QString& part, const QString& whole) {
         return total_known ? part + QStringLiteral(" of ") + whole : part;
     };
-    QString text = QStringLiteral("%1, %2 files, %3/s")
-                       .arg(of_total(display_bytes(done.bytes), display_bytes(total.bytes)),
-                            of_total(display_number(done.files), display_number(total.files)), display_bytes(rate));
+    const QString bytes = of_total(display_bytes(done.bytes), display_bytes(total.bytes));
+    const QString files = display_number(done.files);
+    const auto text_with = [&](const QString& file_count) {
+        return QStringLiteral("%1, %2 files, %3/s").arg(bytes, file_count, display_bytes(rate));
+    };
+    const QString text = text_with(of_total(files, display_number(total.files)));
     if (!total_known) {
         return label + QStringLiteral(": ") + text;
     }
     const double share = share_done();
+    QString left;
     if (share > 0 && elapsed_ms >= shortest_forecast_base_ms) {
         const double left_ms = static_cast<double>(elapsed_ms) * (1 - share) / share;
-        text += QStringLiteral(", %1 left").arg(duration_text(static_cast<qint64>(left_ms / 1000)));
+        left = QStringLiteral(", %1 left").arg(duration_text(static_cast<qint64>(left_ms / 1000)));
     }
     const QString percent = QString::number(static_cast<int>(share * 100)) + QLatin1Char('%');
-    const int bar_width =
-        std::min(widest_bar, columns - static_cast<int>(label.size() + percent.size() + text.size()) - 5);
+    const auto room_for_bar = [&](const QString& beside) {
+        return std::min(widest_bar, columns - static_cast<int>(label.size() + percent.size() + beside.size()) - 5);
+    };
+    QString beside = text + left;
+    if (room_for_bar(beside) < narrowest_bar) {
+        // The share says it already.
+        beside = text_with(files) + left;
+    }
+    const int bar_width = room_for_bar(beside);
     if (bar_width < narrowest_bar) {
-        return QStringLiteral("%1 %2 %3").arg(label, percent, text).left(columns > 0 ? columns : -1);
+        return QStringLiteral("%1 %2 %3").arg(label, percent, text + left).left(columns > 0 ? columns : -1);
     }
     const int filled = static_cast<int>(share * bar_width);
     return QStringLiteral("%1 [%2%3] %4 %5")
-        .arg(label, QString(filled, QLatin1Char('#')), QString(bar_width - filled, QLatin1Char('.')), percent, text);
+        .arg(label, QString(filled, QLatin1Char('#')), QString(bar_width - filled, QLatin1Char('.')), percent, beside);
 }

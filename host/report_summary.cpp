@@ -36,6 +36,8 @@ void write_run_notice(report_html& html, const run_record& run)
         write_notice(html, "bad", QStringLiteral("This run was cancelled. What follows is not whole."));
     } else if (run.status == QStringLiteral("failed")) {
         write_notice(html, "bad", QStringLiteral("This run failed: ") + display_text(run.error));
+    } else if (!run.error.isEmpty()) {
+        write_notice(html, "bad", QStringLiteral("This run ended, but: ") + display_text(run.error));
     }
 }
 

@@ -93,13 +93,13 @@ void take_stock(const run_plan& plan, QDate begun, run_record& record)
     }
 }
 
-void verify_run(run_record& record, bool quiet)
+void verify_run(run_record& record, const run_options& options)
 {
-    verification_request request{record.source, record.result, {}};
+    verification_request request{record.source, record.result, {}, options.users.isEmpty()};
     for (const user_record& user : record.users) {
         request.users.append(user.name);
     }
-    const verification_result found = verify_with_progress(request, quiet);
+    const verification_result found = verify_with_progress(request, options.quiet);
     if (!found.error.isEmpty()) {
         record.add_error(found.error);
     } else if (!found.cancelled) {
@@ -152,7 +152,9 @@ int run_command(const run_options& options)
     interruption::watch();
     run_plan plan = prepare_run(options);
     const plugin_library library(options.plugin_file);
-    guard_run(plan.settings, options.follow_links_outside);
+    if (plan.settings.scheme == macos_scheme) {
+        guard_run(plan.settings, options.follow_links_outside);
+    }
     if (interruption::requested()) {
         throw command_failure(exit_code::cancelled, QStringLiteral("cancelled; nothing was done"));
     }
@@ -163,11 +165,23 @@ int run_command(const run_options& options)
         // Without the new record, the old one would speak for a run that is killed.
         refuse(error);
     }
+    try {
+        remove_earlier_results(options, plan.settings);
+    } catch (const command_failure& failure) {
+        record.status = QStringLiteral("failed");
+        record.exit_code = exit_code::could_not_run;
+        record.add_error(failure.message());
+        record.ended = QDateTime::currentDateTimeUtc();
+        if (QString error; !write_run_record(record.result, record, error)) {
+            complain(error);
+        }
+        throw;
+    }
     const QDate begun = QDate::currentDate();
     extract(library, plan.settings, progress_style_for(options.quiet));
     take_stock(plan, begun, record);
     if (!options.no_verify && plan.settings.scheme == macos_scheme && !interruption::requested()) {
-        verify_run(record, options.quiet);
+        verify_run(record, options);
     }
     end_record(plan, record);
     publish(record);

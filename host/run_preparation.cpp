@@ -149,15 +149,6 @@ void create_result(const run_options& options, run_plan& plan)
     if (!QDir().mkpath(own_folder)) {
         refuse(QStringLiteral("cannot create %1: %2").arg(own_folder, reason_for_no_directory(own_folder)));
     }
-    remove_earlier_products(settings.result_directory);
-    if (settings.clear) {
-        const qint64 removed = remove_earlier_copies(settings.result_directory);
-        if (removed > 0 && !options.quiet) {
-            complain(QStringLiteral("removed the copies of earlier runs, %1 folders below %2")
-                         .arg(display_number(removed),
-                              QDir(settings.result_directory).filePath(QLatin1String(copies_directory))));
-        }
-    }
     if (has_other_form(settings.log_path, settings.log_enciphered)) {
         set_aside(settings.log_path, options.quiet);
     }
@@ -166,4 +157,18 @@ void create_result(const run_options& options, run_plan& plan)
         refuse(QStringLiteral("cannot write the log %1: %2").arg(settings.log_path, log.errorString()));
     }
     plan.log_begin = log.size();
+}
+
+void remove_earlier_results(const run_options& options, const extraction_settings& settings)
+{
+    remove_earlier_products(settings.result_directory);
+    if (!settings.clear) {
+        return;
+    }
+    const qint64 removed = remove_earlier_copies(settings.result_directory);
+    if (removed > 0 && !options.quiet) {
+        complain(QStringLiteral("removed the copies of earlier runs, folders below %1: %2")
+                     .arg(QDir(settings.result_directory).filePath(QLatin1String(copies_directory)),
+                          display_number(removed)));
+    }
 }

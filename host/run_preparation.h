@@ -17,6 +17,9 @@ struct run_plan
 run_plan prepare_run(const run_options& options);
 
 /// Creates the result directory with the program's own folder, and the log. A log in the other form, plain or
-/// enciphered, is set aside under the next free number. What earlier runs said of the result is removed, and with
-/// `--clear` their copies are as well. Throws a command_failure.
+/// enciphered, is set aside under the next free number. Nothing of an earlier run is lost yet. Throws a
+/// command_failure.
 void create_result(const run_options& options, run_plan& plan);
+
+/// Removes what earlier runs said of the result, and with `--clear` their copies as well. Throws a command_failure.
+void remove_earlier_results(const run_options& options, const extraction_settings& settings);

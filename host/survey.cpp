@@ -34,8 +34,9 @@ void note_if_broken(source_survey& survey, const QByteArray& link)
 {
     const entry_facts target = quiet_stat(link, link_handling::follow);
     if (!target.error.isEmpty()) {
-        survey.broken_links.push_back({below_source(survey.source, link),
-                                       QStringLiteral("-> %1: %2").arg(display_text(link_text(link)), target.error)});
+        survey.broken_links.push_back(
+            {below_source(survey.source, link),
+             QStringLiteral("link to %1: %2").arg(display_text(link_text(link)), target.error)});
     }
 }
 

@@ -39,7 +39,8 @@ file_amount verification_amount(const verification_request& request, const std::
                                    return amount.files % 1000 != 0 || !cancelled();
                                },
                                [](const QByteArray&) { return true; }};
-    const bool complete = walk_copy_pairs(source, result, assign_copies(source, result, request.users).users, visitor);
+    const bool complete = walk_copy_pairs(
+        source, result, assign_copies(source, result, request.users, request.unnamed_users).users, visitor);
     return complete ? amount : file_amount();
 }
 
@@ -49,7 +50,7 @@ verification_result verify_copies(const verification_request& request,
 {
     const QByteArray source = absolute_path(request.source);
     const QByteArray result = absolute_path(request.result);
-    copy_assignment assignment = assign_copies(source, result, request.users);
+    copy_assignment assignment = assign_copies(source, result, request.users, request.unnamed_users);
 
     verification_result found;
     found.notes = assignment.notes;

@@ -16,6 +16,7 @@ struct verification_request
     QString source;
     QString result;
     QStringList users; ///< those of the run; others that have a copy in the result and are in the source take part too
+    bool unnamed_users = true; ///< also users whose names are not UTF-8, whose mail no run can copy
 };
 
 /// What a verification found. "manifest.csv" and "SHA256SUMS" are in place unless it was cancelled, had nothing to

@@ -9,29 +9,31 @@
 #include "host/verification_progress.h"
 
 #include <QFileInfo>
+#include <QJsonArray>
 
 namespace {
 
-/// Returns the users that the result's last run was to extract, and says so when it did not come to its end.
-QStringList users_of_last_run(const QString& result)
+/// Asks for the users that the result's last run was to extract, and says so when it did not come to its end.
+verification_request request_for(const QString& source, const QString& result)
 {
+    verification_request request{source, result, {}};
     QString error;
     const std::optional<run_record> record = read_run_record(result, error);
     if (!error.isEmpty()) {
         complain(error);
     }
     if (!record) {
-        return {};
+        return request;
     }
     if (record->status != QLatin1String("finished")) {
         complain(QStringLiteral("%1: the run did not come to its end (\"%2\")")
                      .arg(run_record_path(result), record->status));
     }
-    QStringList users;
     for (const user_record& user : record->users) {
-        users += user.name;
+        request.users += user.name;
     }
-    return users;
+    request.unnamed_users = record->options.value(QLatin1String("users")).toArray().isEmpty();
+    return request;
 }
 
 } // namespace
@@ -45,8 +47,7 @@ int verify_command(const verify_options& options)
     }
     keep_out_of_source(options.source, options.result);
     interruption::watch();
-    const verification_result found =
-        verify_with_progress({options.source, options.result, users_of_last_run(options.result)}, options.quiet);
+    const verification_result found = verify_with_progress(request_for(options.source, options.result), options.quiet);
     if (found.cancelled) {
         complain(QStringLiteral("%1: cancelled; the manifest is not written").arg(options.result));
         return exit_code::cancelled;

@@ -329,9 +329,12 @@ private slots:
         const QString no_date = copies(source, "Apple_Mail_Extractor_anna_13-02-2020");
         QVERIFY(QDir().mkpath(copies(source, "Apple_Mail_Extractor_gone_01-02-2020/V9")));
         QVERIFY(QDir().mkpath(elsewhere) && QDir().mkpath(no_date) && QFile::link(elsewhere, link));
+        QCOMPARE(run(source, {"--clear", "--log", source.result() + "/none/log.txt"}).exit_code, 1);
+        QVERIFY2(QFile::exists(cut), "a run that is refused must not remove anything");
         const program_result cleared = run(source, {"--clear"});
         QCOMPARE(cleared.exit_code, 0);
-        QVERIFY2(cleared.errors.contains("removed the copies of earlier runs, 2 folders"), cleared.errors);
+        QVERIFY2(cleared.errors.contains("removed the copies of earlier runs"), cleared.errors);
+        QVERIFY2(cleared.errors.contains("/Artifacts_Result/Apple_Mail_Extractor: 2\n"), cleared.errors);
         QCOMPARE(files_below(copies_of_today(source, "anna")), files);
         QVERIFY(QFile::exists(elsewhere) && QFile::exists(link) && QFile::exists(no_date));
     }

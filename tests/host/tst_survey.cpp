@@ -194,7 +194,7 @@ private slots:
             QSKIP("the program cannot be started without the superuser's privileges here");
         }
         for (const char* line :
-             {"V9/pipe: named pipe", "V9/nowhere: -> /private/gone: No such file or directory",
+             {"V9/pipe: named pipe", "V9/nowhere: link to /private/gone: No such file or directory",
               "V9/closed directory: Permission denied", "V9/closed file: no permission to read the file"}) {
             QVERIFY2(result.output.contains(line + QByteArray("\n")), result.output);
         }
