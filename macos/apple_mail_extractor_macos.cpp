@@ -3,6 +3,8 @@
 #include "support/engine_types.h"
 #include "support/plugin_static_function.h"
 
+#include <QRegularExpression>
+
 apple_mail_extractor_macos::apple_mail_extractor_macos(QWidget* parent) : QWidget(parent) {}
 
 void apple_mail_extractor_macos::macos_find_artifacts_source()
@@ -69,9 +71,11 @@ QString apple_mail_extractor_macos::account_store_for(qsizetype position) const
 void apple_mail_extractor_macos::set_additional_mail_versions(const QStringList& versions)
 {
     // Only names directly below the Mail directory: anything else would be taken for a version directory of a user.
+    // "V3" to "V9" are looked for anyway, and twice would mean every row twice.
+    static const QRegularExpression refused(QStringLiteral("^$|^\\.|/|^V[3-9]$"));
     additional_mail_version_list.clear();
     for (const QString& version : versions) {
-        if (!version.isEmpty() && !version.contains(QLatin1Char('/')) && !version.startsWith(QLatin1Char('.'))) {
+        if (!refused.match(version).hasMatch()) {
             additional_mail_version_list.append(version);
         }
     }

@@ -73,7 +73,7 @@ public:
     /// Returns the further Mail version directory names.
     QStringList additional_mail_versions() const { return additional_mail_version_list; }
     /// Takes further Mail version directory names, probed in list order before "V9"; what is no plain visible
-    /// folder name, and repetitions, are left out.
+    /// folder name, "V3" to "V9", and repetitions are left out.
     void set_additional_mail_versions(const QStringList& versions);
 
 signals:

@@ -27,7 +27,12 @@ directory_listing list_directory(const QString& path)
     QDirIterator entries(path, QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot);
     while (entries.hasNext()) {
         entries.next();
-        (entries.fileInfo().isDir() ? listing.directories : listing.files).append(entries.fileName());
+        const QFileInfo entry = entries.fileInfo();
+        if (entry.isDir()) {
+            listing.directories.append(entries.fileName());
+        } else if (entry.isFile()) { // a link to a pipe passes the filter, and opening it would wait for ever
+            listing.files.append(entries.fileName());
+        }
     }
     return listing;
 }

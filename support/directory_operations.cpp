@@ -12,10 +12,11 @@ constexpr qint64 chunk_size = 102400;
 /// Copies one file, replacing its destination; what does not open is logged under the caller's signature.
 void copy_file_in_chunks(const QString& source_path, const QString& destination_path, const char* signature)
 {
-    QFile source(source_path);
-    if (!source.exists()) {
+    // A link to a pipe is listed as a file, and opening it would wait for ever.
+    if (!QFileInfo(source_path).isFile()) {
         return;
     }
+    QFile source(source_path);
     const auto log_open_failure = [signature](const char* what, const QFile& file) {
         plugin_static_function::app_debug(QString::fromLatin1(what) + file.fileName(), signature);
         plugin_static_function::app_debug(QStringLiteral("[copy_directory] Error:") + file.errorString(), signature);

@@ -7,6 +7,8 @@
 
 #include <filesystem>
 
+#include <sys/stat.h>
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -124,6 +126,8 @@ const scenario scenarios[] = {
                                 ".Hidden/IMAP-below@host/1|loose.plist");
          source.add_link("V9/ID-A/linked", inner);
          source.add_link("V9/ID-A/dangling", "nowhere");
+         ::mkfifo(qPrintable(source.root() + "Users/ann/Library/Mail/V9/ID-A/pipe"), 0600);
+         source.add_link("V9/ID-A/link to pipe", "pipe"); // opening it would wait for ever
          source.add_link("V9/linked", source.root() + "Elsewhere");
          source.add_link("V9/IMAP-link@host", source.root() + "Elsewhere");
          source.add_link("V9/IMAP-dangling@host", "nowhere");

@@ -137,6 +137,7 @@ private slots:
         fs::create_symlink("nowhere", here.mail / "V9/dangling");
         fs::create_symlink("itself", here.mail / "V9/itself");
         QVERIFY(::mkfifo((here.mail / "V9/pipe").c_str(), 0600) == 0);
+        fs::create_symlink("pipe", here.mail / "V9/link to pipe");
         here.write(here.copies / "V9/deeper/planted", "by nobody");
 
         const entry_facts before = quiet_stat((here.mail / "V9/a/mail.emlx").c_str());
@@ -154,6 +155,7 @@ private slots:
             {"V9/link to file", "link: link to a.txt"},
             {"V9/link to folder", "link: link to the directory a"},
             {"V9/link to folder/mail.emlx", "copied"},
+            {"V9/link to pipe", "link: link to pipe, named pipe"},
             {"V9/pipe", "special: named pipe"},
             {"V9/round", "link: link to the directory .."},
             {"V9/round/", "link: in a circle of links; not walked again"},
