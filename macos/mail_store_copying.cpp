@@ -26,12 +26,11 @@ directory_listing list_directory(const QString& path)
     directory_listing listing;
     QDirIterator entries(path, QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot);
     while (entries.hasNext()) {
-        entries.next();
-        const QFileInfo entry = entries.fileInfo();
+        const QFileInfo entry = entries.nextFileInfo();
         if (entry.isDir()) {
-            listing.directories.append(entries.fileName());
+            listing.directories.append(entry.fileName());
         } else if (entry.isFile()) { // a link to a pipe passes the filter, and opening it would wait for ever
-            listing.files.append(entries.fileName());
+            listing.files.append(entry.fileName());
         }
     }
     return listing;
@@ -88,9 +87,7 @@ void apple_mail_extractor_macos::copy_directory(QString source, QString destinat
     if (!QDir(source).exists() || destination.isEmpty()) {
         return;
     }
-    if (!QDir(destination).exists()) {
-        QDir().mkpath(destination);
-    }
+    QDir().mkpath(destination);
 
     const directory_listing listing = list_directory(source);
     for (const QString& name : listing.files) {
@@ -98,10 +95,11 @@ void apple_mail_extractor_macos::copy_directory(QString source, QString destinat
             return;
         }
         const QString source_file = source + slash + name;
-        bytes_copied_count += QFileInfo(source_file).size();
+        QFile file(source_file);
+        bytes_copied_count += file.size();
         ++files_copied_count;
         ++files_attempted_in_run;
-        QFile::copy(source_file, destination + slash + name);
+        file.copy(destination + slash + name);
         signal_copy_progress();
     }
     for (const QString& name : listing.directories) {
