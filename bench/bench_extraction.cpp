@@ -1,150 +1,149 @@
 #include "bench/bench_measurement.h"
 #include "bench/bench_sources.h"
+#include "bench/bench_worker.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTextStream>
 
 #include <algorithm>
 #include <array>
-#include <limits>
+#include <iostream>
+#include <memory>
 #include <vector>
 
-// Prints ratios of times measured alternately in one run, because single times on a shared machine say little. Each
-// size is measured in a process of its own, so that the peak memory is that of one extraction.
+// Prints ratios of times measured side by side, because single times on a shared machine say little: child processes
+// work in turns of a fifth of a second, and each ratio is the median of the ratios of neighbouring turns.
 
 namespace {
 
-struct measured_size
-{
-    int files;
-    int rounds;
-};
-constexpr std::array measured_sizes{measured_size{1000, 20}, measured_size{20000, 6}, measured_size{100000, 4}};
-constexpr int account_rounds = 6;
+constexpr std::array file_counts{1000, 20000, 100000};
+constexpr std::array account_counts{100, 1000};
+constexpr int files_per_account = 10;
+constexpr int account_rounds = 7;
+
+const QString extract_option = QStringLiteral("--extract");
+const QString copy_option = QStringLiteral("--copy");
+const QString accounts_option = QStringLiteral("--accounts");
 
 void print(const QString& line)
 {
     QTextStream(stdout) << line << Qt::endl;
 }
 
-void print_ratio(const QString& what, double ratio, double limit)
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.at(values.size() / 2);
+}
+
+/// Returns the median ratio of the turns that both have taken.
+double turn_ratio(const bench_worker& worker, const bench_worker& base)
+{
+    std::vector<double> ratios;
+    for (std::size_t i = 0; i < std::min(worker.seconds_per_file().size(), base.seconds_per_file().size()); ++i) {
+        ratios.push_back(worker.seconds_per_file()[i] / base.seconds_per_file()[i]);
+    }
+    return median(ratios);
+}
+
+void print_figure(const QString& what, double value, double limit)
 {
     print(QStringLiteral("%1 %2  (at most %3)%4")
               .arg(what, -58)
-              .arg(ratio, 6, 'f', 3)
+              .arg(value, 7, 'f', 3)
               .arg(limit)
-              .arg(ratio <= limit ? QString() : QStringLiteral("  ABOVE")));
+              .arg(value <= limit ? QString() : QStringLiteral("  ABOVE")));
 }
 
-/// Measures one source and prints the least times as one line of numbers for the parent process: what disturbs a
-/// measurement only ever adds to it.
-int measure_one(const QString& source, const QString& scratch, int rounds)
+/// A child's work: the source so many times over, each time into a fresh directory.
+void measure(const QString& option, const QString& source, int files, int repeats)
 {
-    // Peak memory before the bare loop, which keeps a list of all files.
-    extraction_times least = measure_extraction(source, scratch + QStringLiteral("/first"));
-    const double memory = peak_memory_mib();
-    double bare_copy = std::numeric_limits<double>::max();
-    double bare_listing = std::numeric_limits<double>::max();
-    const QString extracted = scratch + QStringLiteral("/extracted");
-    const QString bare = scratch + QStringLiteral("/bare");
-    for (int round = 0; round < rounds; ++round) {
-        // Each goes first as often as the other, since the second one finds the disk busy.
-        const bool bare_first = round % 2 == 0;
-        if (bare_first) {
-            bare_copy = std::min(bare_copy, measure_bare_copy(source, bare));
+    bench_turns turns;
+    std::vector<double> walk_ratios;
+    double seconds = 0;
+    for (int i = 0; i < repeats; ++i) {
+        const QString result = QStringLiteral("%1-results/%2%3").arg(source, option).arg(i);
+        if (option == extract_option) {
+            walk_ratios.push_back(extract_in_turns(source, files, result, turns));
+        } else if (option == copy_option) {
+            copy_in_turns(source, result, turns);
+        } else {
+            seconds += extract(source, result);
         }
-        const extraction_times times = measure_extraction(source, extracted);
-        if (!bare_first) {
-            bare_copy = std::min(bare_copy, measure_bare_copy(source, bare));
-        }
-        bare_listing = std::min(bare_listing, measure_bare_listing(source));
-        least.whole_copy = std::min(least.whole_copy, times.whole_copy);
-        least.walk = std::min(least.walk, times.walk);
-        least.run = std::min(least.run, times.run);
-        QDir(extracted).removeRecursively();
-        QDir(bare).removeRecursively();
     }
-    print(QStringLiteral("%1 %2 %3 %4 %5")
-              .arg(least.whole_copy)
-              .arg(bare_copy)
-              .arg(least.walk / bare_listing)
-              .arg(least.run)
-              .arg(memory));
-    return 0;
+    std::cout << bench_end_word << ' ' << (walk_ratios.empty() ? seconds : median(walk_ratios)) << ' '
+              << peak_memory_mb() << std::endl;
 }
 
-struct measured
+std::unique_ptr<bench_worker> worker_on(const QString& option, const QString& source, int files, int repeats)
 {
-    double copy_seconds;
-    double bare_copy_seconds;
-    double walk_ratio;
-    double run_seconds;
-    double memory_mib;
-};
-
-measured measure_in_child(const QString& source, const QString& scratch, int rounds)
-{
-    QProcess child;
-    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    child.start(QCoreApplication::applicationFilePath(),
-                {QStringLiteral("--measure"), source, scratch, QString::number(rounds)});
-    child.waitForFinished(-1);
-    const QStringList numbers = QString::fromLatin1(child.readAllStandardOutput()).split(QLatin1Char(' '));
-    if (child.exitCode() != 0 || numbers.size() != 5) {
-        qFatal("the measurement of %s failed", qPrintable(source));
-    }
-    QDir(scratch).removeRecursively();
-    return {numbers[0].toDouble(), numbers[1].toDouble(), numbers[2].toDouble(), numbers[3].toDouble(),
-            numbers[4].toDouble()};
+    return std::make_unique<bench_worker>(
+        QStringList{option, source, QString::number(files), QString::number(repeats)});
 }
 
-int measure_all(const QString& directory)
+/// The whole-tree copy and the walk, against the bare operations and for the largest against the smallest source.
+void measure_files(const QTemporaryDir& scratch)
 {
-    const QTemporaryDir scratch(directory + QStringLiteral("/bench-extraction"));
-    if (!scratch.isValid()) {
-        qFatal("no scratch directory below %s: %s", qPrintable(directory), qPrintable(scratch.errorString()));
-    }
-    std::vector<double> seconds_per_file;
-    std::vector<double> bare_seconds_per_file;
-    for (const auto [files, rounds] : measured_sizes) {
-        const QString source = scratch.filePath(QStringLiteral("source%1").arg(files));
+    // Every worker copies as many files, so that a disk that slows down as it fills does so for all of them.
+    std::vector<std::unique_ptr<bench_worker>> extractions;
+    std::vector<std::unique_ptr<bench_worker>> copies;
+    std::vector<bench_worker*> working;
+    for (const int files : file_counts) {
+        const QString source = scratch.filePath(QStringLiteral("files%1").arg(files));
         write_message_source(source, files);
-        const measured result = measure_in_child(source, scratch.filePath(QStringLiteral("work")), rounds);
-        seconds_per_file.push_back(result.copy_seconds / files);
-        bare_seconds_per_file.push_back(result.bare_copy_seconds / files);
-        print(QStringLiteral("%1 files: copy %2 s, peak memory %3 MiB")
-                  .arg(files)
-                  .arg(result.copy_seconds, 0, 'f', 3)
-                  .arg(result.memory_mib, 0, 'f', 1));
-        print_ratio(QStringLiteral("  whole-tree copy / bare loop of QFile::copy"),
-                    result.copy_seconds / result.bare_copy_seconds, 1.05);
-        print_ratio(QStringLiteral("  Mail-folder walk / bare recursive listing"), result.walk_ratio, 1.3);
-        if (files == 100000) {
-            print_ratio(QStringLiteral("  peak memory in MB (10^6 bytes)"), result.memory_mib * 1.048576, 90);
-        }
-        QDir(source).removeRecursively();
+        const int repeats = file_counts.back() / files;
+        extractions.push_back(worker_on(extract_option, source, files, repeats));
+        copies.push_back(worker_on(copy_option, source, files, repeats));
+        working.insert(working.end(), {extractions.back().get(), copies.back().get()});
     }
-    print_ratio(QStringLiteral("seconds a file, 100000 files / 1000 files"),
-                seconds_per_file.back() / seconds_per_file.front(), 1.1);
-
-    // A disk that slows down under many files does so for the bare loop as well.
-    print(QStringLiteral("  the same of the bare loop: %1")
-              .arg(bare_seconds_per_file.back() / bare_seconds_per_file.front(), 0, 'f', 3));
-
-    std::vector<double> account_seconds;
-    for (const int accounts : {100, 1000}) {
-        const QString source = scratch.filePath(QStringLiteral("accounts%1").arg(accounts));
-        write_account_source(source, accounts, 10);
-        account_seconds.push_back(
-            measure_in_child(source, scratch.filePath(QStringLiteral("work")), account_rounds).run_seconds);
-        print(QStringLiteral("%1 account folders: run %2 s").arg(accounts).arg(account_seconds.back(), 0, 'f', 3));
+    while (!working.empty()) {
+        working.erase(
+            std::remove_if(working.begin(), working.end(), [](bench_worker* worker) { return !worker->take_turn(); }),
+            working.end());
     }
-    print_ratio(QStringLiteral("time of a run, 1000 account folders / 100"), account_seconds[1] / account_seconds[0],
-                12);
-    return 0;
+
+    for (std::size_t i = 0; i < file_counts.size(); ++i) {
+        print(QStringLiteral("%1 files, %2 us a file")
+                  .arg(file_counts.at(i))
+                  .arg(median(extractions[i]->seconds_per_file()) * 1e6, 0, 'f', 1));
+        print_figure(QStringLiteral("  whole-tree copy / bare loop of QFile::copy"),
+                     turn_ratio(*extractions[i], *copies[i]), 1.05);
+        print_figure(QStringLiteral("  Mail-folder walk / bare recursive listing"), extractions[i]->last_words().at(0),
+                     1.3);
+    }
+    print_figure(QStringLiteral("seconds a file, largest source / smallest"),
+                 turn_ratio(*extractions.back(), *extractions.front()), 1.1);
+    print(
+        QStringLiteral("  the same of the bare loop %1").arg(turn_ratio(*copies.back(), *copies.front()), 40, 'f', 3));
+    print_figure(QStringLiteral("peak memory in MB, largest source"), extractions.back()->last_words().at(1), 90);
+}
+
+double run_seconds(const QString& source, int repeats)
+{
+    const auto worker = worker_on(accounts_option, source, 0, repeats);
+    worker->take_turn();
+    QDir(source + QStringLiteral("-results")).removeRecursively();
+    return worker->last_words().at(0) / repeats;
+}
+
+/// A run over many account folders against one over few.
+void measure_accounts(const QTemporaryDir& scratch)
+{
+    std::array<QString, account_counts.size()> sources;
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        sources.at(i) = scratch.filePath(QStringLiteral("accounts%1").arg(account_counts.at(i)));
+        write_account_source(sources.at(i), account_counts.at(i), files_per_account);
+    }
+    std::vector<double> ratios;
+    for (int round = 0; round < account_rounds; ++round) {
+        const double few = run_seconds(sources.front(), account_counts.back() / account_counts.front());
+        ratios.push_back(run_seconds(sources.back(), 1) / few);
+    }
+    print_figure(
+        QStringLiteral("time of a run, %1 account folders / %2").arg(account_counts.back()).arg(account_counts.front()),
+        median(ratios), 12);
 }
 
 } // namespace
@@ -154,8 +153,16 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 5 && arguments[1] == QLatin1String("--measure")) {
-        return measure_one(arguments[2], arguments[3], arguments[4].toInt());
+    if (arguments.size() == 5) {
+        measure(arguments[1], arguments[2], arguments[3].toInt(), arguments[4].toInt());
+        return 0;
     }
-    return measure_all(arguments.value(1, QDir::tempPath()));
+    const QString directory = arguments.value(1, QDir::tempPath());
+    const QTemporaryDir scratch(directory + QStringLiteral("/bench-extraction"));
+    if (!scratch.isValid()) {
+        qFatal("no scratch directory below %s: %s", qPrintable(directory), qPrintable(scratch.errorString()));
+    }
+    measure_files(scratch);
+    measure_accounts(scratch);
+    return 0;
 }

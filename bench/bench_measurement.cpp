@@ -14,26 +14,29 @@
 
 namespace {
 
-double seconds(const QElapsedTimer& timer)
-{
-    return static_cast<double>(timer.nsecsElapsed()) / 1e9;
-}
-
 QString mail_directory(const QString& source)
 {
     return source + QStringLiteral("/Users/ann/Library/Mail");
 }
 
-} // namespace
+double list_mail_directory(const QString& source)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QDirIterator entries(mail_directory(source), QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        entries.next();
+    }
+    return elapsed_seconds(timer);
+}
 
-extraction_times measure_extraction(const QString& source, const QString& result)
+void prepare(apple_mail_extractor& extractor, const QString& source, const QString& result)
 {
     struct_GLOBAL_COMMON_KAVRO_AND_ARTIFACT_source_info info;
     info.source_root_path = source + QLatin1Char('/');
     info.os_scheme_internal = QStringLiteral("macOS");
     info.system_account_QList.append({QStringLiteral("ann"), {}});
 
-    apple_mail_extractor extractor;
     extractor.pub_set_engine_type(0);
     extractor.pub_set_essentials();
     extractor.pub_set_source_count(1);
@@ -42,66 +45,101 @@ extraction_times measure_extraction(const QString& source, const QString& result
     extractor.pub_set_result_directory(result);
     extractor.pub_create_db_tables();
     extractor.pub_find_source_file();
-
-    extraction_times times;
-    QElapsedTimer timer;
-    QObject::connect(&extractor, &apple_mail_extractor::signal_copy_progress_of_plugin_overall, &extractor,
-                     [&] { times.whole_copy = seconds(timer); });
-    QObject::connect(&extractor, &apple_mail_extractor::signal_tab_processed_of_plugin_overall, &extractor,
-                     [&] { times.walk = seconds(timer) - times.whole_copy; });
-    timer.start();
-    extractor.pub_extract_artifacts();
-    times.run = seconds(timer);
-    extractor.pub_remove_temporary_asthetics();
-    return times;
 }
 
-double measure_bare_copy(const QString& source, const QString& result)
+/// The copies to make of one directory's files.
+struct folder_copies
 {
-    const QString root = mail_directory(source);
+    QString target;
+    QList<std::pair<QString, QString>> files;
+};
+
+void collect_folders(const QString& source, const QString& target, QList<folder_copies>& folders)
+{
+    const QLatin1Char slash('/');
+    const QDir directory(source);
+    folder_copies folder{target, {}};
+    for (const QString& name : directory.entryList(QDir::Files, QDir::Unsorted)) {
+        folder.files.append({source + slash + name, target + slash + name});
+    }
+    folders.append(folder);
+    for (const QString& name : directory.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Unsorted)) {
+        collect_folders(source + slash + name, target + slash + name, folders);
+    }
+}
+
+} // namespace
+
+double extract_in_turns(const QString& source, int files, const QString& result, bench_turns& turns)
+{
+    apple_mail_extractor extractor;
+    prepare(extractor, source, result);
+
+    qint64 counted = 0;
+    double listing = 0;
+    double walk = 0;
+    QElapsedTimer walk_timer;
+    QObject::connect(&extractor, &apple_mail_extractor::signal_copy_progress_of_plugin_overall, &extractor,
+                     [&](qint64 copied, qint64) {
+                         turns.add(copied - counted);
+                         counted = copied;
+                         if (copied == files) {
+                             // The first listing brings into memory what the walk then finds there as well.
+                             list_mail_directory(source);
+                             listing = list_mail_directory(source);
+                             walk_timer.start();
+                             turns.resume();
+                         }
+                     });
+    QObject::connect(&extractor, &apple_mail_extractor::signal_tab_processed_of_plugin_overall, &extractor,
+                     [&] { walk = elapsed_seconds(walk_timer); });
+    turns.resume();
+    extractor.pub_extract_artifacts();
+    extractor.pub_remove_temporary_asthetics();
+    if (counted != files) {
+        qFatal("the extraction of %s copied %lld files, not %d", qPrintable(source), counted, files);
+    }
+    return walk / listing;
+}
+
+void copy_in_turns(const QString& source, const QString& result, bench_turns& turns)
+{
     // As deep as the extraction's own copies: the length of a path is part of every call's price.
     const QString target =
         result + QStringLiteral("/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_ann_01-01-2026");
-    QList<std::pair<QString, QString>> copies;
-    QDirIterator entries(root, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QString path = entries.next();
-        if (entries.fileName() == QLatin1String(".") || entries.fileName() == QLatin1String("..")) {
-            continue;
+    QList<folder_copies> folders;
+    collect_folders(mail_directory(source), target, folders);
+    for (const folder_copies& folder : folders) {
+        // Made in the extraction's order, because a file lies on the disk where its directory does.
+        QDir().mkpath(folder.target);
+        turns.resume();
+        for (const auto& [from, to] : folder.files) {
+            QFile::copy(from, to);
         }
-        const QString copy = target + path.mid(root.size());
-        if (entries.fileInfo().isDir()) {
-            QDir().mkpath(copy);
-        } else {
-            copies.append({path, copy});
-        }
+        turns.add(folder.files.size());
     }
-    QElapsedTimer timer;
-    timer.start();
-    for (const auto& [from, to] : copies) {
-        QFile::copy(from, to);
-    }
-    return seconds(timer);
 }
 
-double measure_bare_listing(const QString& source)
+double extract(const QString& source, const QString& result)
 {
+    apple_mail_extractor extractor;
+    prepare(extractor, source, result);
     QElapsedTimer timer;
     timer.start();
-    QDirIterator entries(mail_directory(source), QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        entries.next();
-    }
-    return seconds(timer);
+    extractor.pub_extract_artifacts();
+    const double seconds = elapsed_seconds(timer);
+    extractor.pub_remove_temporary_asthetics();
+    return seconds;
 }
 
-double peak_memory_mib()
+double peak_memory_mb()
 {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
 #ifdef Q_OS_MACOS
-    return static_cast<double>(usage.ru_maxrss) / (1024.0 * 1024.0);
+    constexpr double unit = 1;
 #else
-    return static_cast<double>(usage.ru_maxrss) / 1024.0;
+    constexpr double unit = 1024;
 #endif
+    return static_cast<double>(usage.ru_maxrss) * unit / 1e6;
 }

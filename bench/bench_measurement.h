@@ -1,23 +1,19 @@
 #pragma once
 
+#include "bench/bench_turns.h"
+
 #include <QString>
 
-/// The times of one extraction, in seconds.
-struct extraction_times
-{
-    double whole_copy = 0; ///< the copy of the Mail trees
-    double walk = 0;       ///< from the end of that copy to the last account folder
-    double run = 0;        ///< everything from the call to its return
-};
+/// Extracts user "ann", who has no account folders, into the fresh directory `result`, the whole-tree copy in turns.
+/// Returns the time of the walk after it, divided by that of a bare recursive listing of the same `files` files.
+double extract_in_turns(const QString& source, int files, const QString& result, bench_turns& turns);
 
-/// Runs one extraction of user "ann" of `source` into the fresh directory `result`.
-extraction_times measure_extraction(const QString& source, const QString& result);
+/// Copies the files of the Mail tree into the fresh directory `result` by a loop of QFile::copy, in turns; their list
+/// and their directories are made outside of the time.
+void copy_in_turns(const QString& source, const QString& result, bench_turns& turns);
 
-/// Copies the files of the Mail tree one by one, their list and their directories made beforehand; returns seconds.
-double measure_bare_copy(const QString& source, const QString& result);
+/// Extracts user "ann" of `source` into the fresh directory `result`; returns the seconds.
+double extract(const QString& source, const QString& result);
 
-/// Lists the Mail tree recursively and does nothing with the entries; returns seconds.
-double measure_bare_listing(const QString& source);
-
-/// Returns the largest resident size of this process so far, in MiB.
-double peak_memory_mib();
+/// Returns the largest resident size of this process so far, in MB (10^6 bytes).
+double peak_memory_mb();
