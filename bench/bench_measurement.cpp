@@ -70,35 +70,44 @@ void collect_folders(const QString& source, const QString& target, QList<folder_
 
 } // namespace
 
-double extract_in_turns(const QString& source, int files, const QString& result, bench_turns& turns)
+void extract_in_turns(const QString& source, int files, const QString& result, bench_turns& turns)
 {
     apple_mail_extractor extractor;
     prepare(extractor, source, result);
-
     qint64 counted = 0;
-    double listing = 0;
-    double walk = 0;
-    QElapsedTimer walk_timer;
     QObject::connect(&extractor, &apple_mail_extractor::signal_copy_progress_of_plugin_overall, &extractor,
                      [&](qint64 copied, qint64) {
                          turns.add(copied - counted);
                          counted = copied;
-                         if (copied == files) {
-                             // The first listing brings into memory what the walk then finds there as well.
-                             list_mail_directory(source);
-                             listing = list_mail_directory(source);
-                             walk_timer.start();
-                             turns.resume();
-                         }
                      });
-    QObject::connect(&extractor, &apple_mail_extractor::signal_tab_processed_of_plugin_overall, &extractor,
-                     [&] { walk = elapsed_seconds(walk_timer); });
     turns.resume();
     extractor.pub_extract_artifacts();
     extractor.pub_remove_temporary_asthetics();
     if (counted != files) {
         qFatal("the extraction of %s copied %lld files, not %d", qPrintable(source), counted, files);
     }
+}
+
+double walk_ratio(const QString& source, int files, const QString& result)
+{
+    apple_mail_extractor extractor;
+    prepare(extractor, source, result);
+    double listing = 0;
+    double walk = 0;
+    QElapsedTimer timer;
+    QObject::connect(&extractor, &apple_mail_extractor::signal_copy_progress_of_plugin_overall, &extractor,
+                     [&](qint64 copied, qint64) {
+                         if (copied == files) {
+                             // The first listing brings into memory what the walk then finds there as well.
+                             list_mail_directory(source);
+                             listing = list_mail_directory(source);
+                             timer.start();
+                         }
+                     });
+    QObject::connect(&extractor, &apple_mail_extractor::signal_tab_processed_of_plugin_overall, &extractor,
+                     [&] { walk = elapsed_seconds(timer); });
+    extractor.pub_extract_artifacts();
+    extractor.pub_remove_temporary_asthetics();
     return walk / listing;
 }
 
