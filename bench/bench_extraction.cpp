@@ -59,12 +59,19 @@ void print_figure(const QString& what, double value, double limit)
               .arg(value <= limit ? QString() : QStringLiteral("  ABOVE")));
 }
 
+double median_walk_ratio(const QString& source, int files, const QString& result)
+{
+    std::vector<double> ratios;
+    std::generate_n(std::back_inserter(ratios), walk_rounds, [&] { return walk_ratio(source, files, result); });
+    return median(ratios);
+}
+
 /// A child's work: the source so many times over, each time into a fresh directory. Its last words are the ratio of the
 /// walk or else the seconds of the runs, and the peak memory.
 void measure(const QString& option, const QString& source, int files, int repeats)
 {
     bench_turns turns;
-    double first_word = 0;
+    double run_seconds = 0;
     QString result;
     for (int i = 0; i < repeats; ++i) {
         result = QStringLiteral("%1-results/%2%3").arg(source, option).arg(i);
@@ -73,15 +80,11 @@ void measure(const QString& option, const QString& source, int files, int repeat
         } else if (option == copy_option) {
             copy_in_turns(source, result, turns);
         } else {
-            first_word += extract(source, result);
+            run_seconds += extract(source, result);
         }
     }
-    if (option == extract_option) {
-        std::vector<double> ratios;
-        std::generate_n(std::back_inserter(ratios), walk_rounds, [&] { return walk_ratio(source, files, result); });
-        first_word = median(ratios);
-    }
-    std::cout << bench_end_word << ' ' << first_word << ' ' << peak_memory_mb() << std::endl;
+    const double figure = option == extract_option ? median_walk_ratio(source, files, result) : run_seconds;
+    std::cout << bench_end_word << ' ' << figure << ' ' << peak_memory_mb() << std::endl;
 }
 
 std::unique_ptr<bench_worker> worker_on(const QString& option, const QString& source, int files, int repeats)
@@ -127,7 +130,7 @@ void measure_files(const QTemporaryDir& scratch)
     print_figure(QStringLiteral("peak memory in MB, largest source"), extractions.back()->last_words().at(1), 90);
 }
 
-double run_seconds(const QString& source, int repeats)
+double seconds_of_run(const QString& source, int repeats)
 {
     const auto worker = worker_on(accounts_option, source, 0, repeats);
     worker->take_turn();
@@ -145,8 +148,8 @@ void measure_accounts(const QTemporaryDir& scratch)
     }
     std::vector<double> ratios;
     for (int round = 0; round < account_rounds; ++round) {
-        const double few = run_seconds(sources.front(), account_counts.back() / account_counts.front());
-        ratios.push_back(run_seconds(sources.back(), 1) / few);
+        const double few = seconds_of_run(sources.front(), account_counts.back() / account_counts.front());
+        ratios.push_back(seconds_of_run(sources.back(), 1) / few);
     }
     print_figure(
         QStringLiteral("time of a run, %1 account folders / %2").arg(account_counts.back()).arg(account_counts.front()),

@@ -8,7 +8,9 @@
 #include <QFile>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <filesystem>
+#include <system_error>
 
 qint64 bytes_of_earlier_copies(const extraction_settings& settings)
 {
