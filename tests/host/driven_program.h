@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QStringList>
@@ -33,11 +32,4 @@ inline program_result run_program(const QStringList& arguments, const std::funct
     program.setChildProcessModifier(in_child);
     program.start(MAIL_EXTRACT_PROGRAM, arguments);
     return ending_of(program);
-}
-
-/// Returns the bytes of a file; nothing when it cannot be read.
-inline QByteArray content_of(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }

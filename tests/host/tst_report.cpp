@@ -4,6 +4,7 @@
 #include "host/run_record.h"
 #include "tests/host/driven_program.h"
 #include "tests/host/result_fixture.h"
+#include "tests/unit/files.h"
 
 #include <QTest>
 #include <QUrl>

@@ -1,5 +1,6 @@
 #include "tests/extraction/evidence_source.h"
 #include "tests/host/driven_program.h"
+#include "tests/unit/files.h"
 
 #include <QDir>
 #include <QDirIterator>

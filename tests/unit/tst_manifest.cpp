@@ -75,8 +75,9 @@ private slots:
     void sums_are_what_sha256sum_reads()
     {
         const QString program = QStandardPaths::findExecutable("sha256sum");
-        if (program.isEmpty())
+        if (program.isEmpty()) {
             QSKIP("sha256sum is not installed");
+        }
         const QTemporaryDir folder;
         manifest_writer writer;
         QVERIFY(writer.open(folder.filePath("mail-extract")));
@@ -86,8 +87,9 @@ private slots:
         for (const QByteArray& name : names) {
             // Not every file system takes the name that is not UTF-8, and Qt never does.
             std::ofstream file(folder_path / name.toStdString(), std::ios::binary);
-            if (!(file << "abc"))
+            if (!(file << "abc")) {
                 continue;
+            }
             writer.write(entry_named(name));
             ++written;
         }

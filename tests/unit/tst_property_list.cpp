@@ -10,15 +10,18 @@ QByteArray binary_list(const QList<std::pair<QByteArray, QByteArray>>& encoded)
     QByteArray data("bplist00");
     QByteArray offsets;
     const auto begin_object = [&] { offsets += char(data.size() >> 8), offsets += char(data.size() & 0xFF); };
-    for (const auto& [key, value] : encoded)
+    for (const auto& [key, value] : encoded) {
         begin_object(), data += key;
-    for (const auto& [key, value] : encoded)
+    }
+    for (const auto& [key, value] : encoded) {
         begin_object(), data += value;
+    }
     begin_object();
     const auto count = char(encoded.size());
     data += count < 15 ? QByteArray(1, char(0xD0 | count)) : QByteArray("\xDF\x10") + count;
-    for (char index = 0; index < 2 * count; ++index)
+    for (char index = 0; index < 2 * count; ++index) {
         data += index;
+    }
     const auto table = char(data.size() & 0xFF);
     const auto table_high = char(data.size() >> 8);
     data += offsets + QByteArray(6, '\0') + '\x02' + '\x01' + QByteArray(7, '\0') + char(2 * count + 1) +
