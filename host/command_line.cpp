@@ -1,15 +1,15 @@
 #include "host/command_line.h"
 
-#include "host/command_failure.h"
-#include "host/console.h"
-#include "host/decipher_command.h"
-#include "host/demo_command.h"
-#include "host/exit_codes.h"
-#include "host/report_command.h"
-#include "host/run_command.h"
-#include "host/show_command.h"
-#include "host/survey_command.h"
-#include "host/verify_command.h"
+#include "host/terminal/command_failure.h"
+#include "host/terminal/console.h"
+#include "host/log/decipher_command.h"
+#include "host/run/demo_command.h"
+#include "host/terminal/exit_codes.h"
+#include "host/report/report_command.h"
+#include "host/run/run_command.h"
+#include "host/result/show_command.h"
+#include "host/survey/survey_command.h"
+#include "host/verify/verify_command.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,5 +1,5 @@
-#include "tests/extraction/driven_plugin.h"
-#include "tests/extraction/evidence_source.h"
+#include "tests/common/driven_plugin.h"
+#include "tests/common/evidence_source.h"
 
 #include <QDir>
 #include <QDirIterator>

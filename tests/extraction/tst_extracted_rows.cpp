@@ -1,6 +1,6 @@
-#include "tests/extraction/driven_plugin.h"
-#include "tests/extraction/evidence_source.h"
-#include "tests/unit/files.h"
+#include "tests/common/driven_plugin.h"
+#include "tests/common/evidence_source.h"
+#include "tests/common/files.h"
 
 #include <QMap>
 #include <QTest>

@@ -1,0 +1,83 @@
+#include "host/files/file_tree.h"
+
+#include <vector>
+
+namespace {
+
+/// A directory whose content is being visited.
+struct open_directory
+{
+    QByteArray relative_path;
+    bool hidden = false;
+    std::vector<named_entry> entries;
+    std::size_t next = 0;
+};
+
+} // namespace
+
+void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit)
+{
+    directory_listing root_listing = quiet_list(root);
+    if (!root_listing.error.isEmpty()) {
+        tree_entry entry;
+        entry.path = root;
+        entry.facts = quiet_stat(root, link_handling::follow);
+        entry.listing_error = root_listing.error;
+        if (!visit(entry)) {
+            return;
+        }
+    }
+    std::vector<open_directory> stack;
+    stack.push_back({{}, false, std::move(root_listing.entries)});
+    while (!stack.empty()) {
+        open_directory& current = stack.back();
+        if (current.next == current.entries.size()) {
+            stack.pop_back();
+            continue;
+        }
+        named_entry& named = current.entries[current.next++];
+        tree_entry entry;
+        entry.relative_path =
+            current.relative_path.isEmpty() ? named.name : child_path(current.relative_path, named.name);
+        entry.path = child_path(root, entry.relative_path);
+        entry.facts = std::move(named.facts);
+        entry.hidden = current.hidden || entry.facts.hidden;
+        directory_listing listing;
+        const bool is_directory = entry.facts.kind == entry_kind::directory;
+        if (is_directory) {
+            listing = quiet_list(entry.path);
+            entry.listing_error = listing.error;
+        }
+        if (!visit(entry)) {
+            return;
+        }
+        if (is_directory) {
+            stack.push_back({entry.relative_path, entry.hidden, std::move(listing.entries)});
+        }
+    }
+}
+
+file_amount visible_files_below(const QByteArray& directory)
+{
+    file_amount found;
+    walk_tree(directory, [&found](const tree_entry& entry) {
+        if (entry.facts.kind == entry_kind::file && !entry.hidden) {
+            found += {1, entry.facts.size};
+        }
+        return true;
+    });
+    return found;
+}
+
+QByteArray child_path(const QByteArray& directory, const QByteArray& name)
+{
+    return directory.endsWith('/') ? directory + name : directory + '/' + name;
+}
+
+bool is_at_or_below(const QByteArray& path, const QByteArray& directory)
+{
+    if (!path.startsWith(directory)) {
+        return false;
+    }
+    return path.size() == directory.size() || directory.endsWith('/') || path[directory.size()] == '/';
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "host/files/file_amount.h"
+#include "host/files/quiet_reading.h"
+
+#include <functional>
+
+/// One entry met while walking a directory tree.
+struct tree_entry
+{
+    QByteArray path;          ///< root + "/" + relative_path
+    QByteArray relative_path; ///< below the root, "/" separated
+    entry_facts facts;        ///< of the entry itself, links not followed; `error` when it could not be examined
+    bool hidden = false;      ///< the entry, or a directory above it below the root, is hidden: the copy leaves it
+    QString listing_error;    ///< only for a directory: why its content is missing or incomplete
+};
+
+/// Calls `visit` once for every entry below the directory `root`, hidden ones included, a directory before its
+/// content and siblings in bytewise order of their names; `visit` returns false to stop the walk. No link is followed
+/// but `root` itself. A root that cannot be listed is reported as one entry with an empty relative path.
+void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit);
+
+/// Returns the files below a directory that are not hidden; nothing when it does not exist.
+file_amount visible_files_below(const QByteArray& directory);
+
+/// Returns `directory` + "/" + `name`, with one separator also where `directory` ends with one.
+QByteArray child_path(const QByteArray& directory, const QByteArray& name);
+
+/// True when `path` is `directory` or lies below it; both absolute and resolved; looks at the names alone.
+bool is_at_or_below(const QByteArray& path, const QByteArray& directory);

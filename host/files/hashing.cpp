@@ -1,0 +1,93 @@
+#include "host/files/hashing.h"
+
+#include <QFile>
+
+#include <openssl/evp.h>
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace {
+
+// Large enough that system calls do not count, small enough to stay in a core's cache.
+constexpr std::size_t buffer_bytes = 262'144;
+
+} // namespace
+
+struct file_hasher::digest_state
+{
+    // Fetched once: looking the algorithm up by name for every file costs more than hashing a small one.
+    std::unique_ptr<EVP_MD, decltype(&EVP_MD_free)> algorithm{EVP_MD_fetch(nullptr, "SHA256", nullptr), &EVP_MD_free};
+    std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context{EVP_MD_CTX_new(), &EVP_MD_CTX_free};
+};
+
+file_hasher::file_hasher() : state(std::make_unique<digest_state>()), buffer(buffer_bytes)
+{
+    if (!state->algorithm || !state->context) {
+        throw std::runtime_error("libcrypto offers no SHA-256");
+    }
+}
+
+file_hasher::~file_hasher() = default;
+
+file_hasher::outcome file_hasher::hash(int descriptor, const std::function<bool(qint64 bytes)>& go_on)
+{
+    outcome result;
+    EVP_DigestInit_ex2(state->context.get(), state->algorithm.get(), nullptr);
+    while (true) {
+        const ssize_t got = ::read(descriptor, buffer.data(), buffer.size());
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            result.error = errno;
+            return result;
+        }
+        if (got == 0) {
+            break;
+        }
+        EVP_DigestUpdate(state->context.get(), buffer.data(), static_cast<std::size_t>(got));
+        result.bytes += got;
+        if (!go_on(got)) {
+            result.stopped = true;
+            return result;
+        }
+    }
+    EVP_DigestFinal_ex(state->context.get(), result.digest.data(), nullptr);
+    return result;
+}
+
+QByteArray digest_to_hex(const sha256_digest& digest)
+{
+    return QByteArray::fromRawData(reinterpret_cast<const char*>(digest.data()), static_cast<qsizetype>(digest.size()))
+        .toHex();
+}
+
+std::optional<sha256_digest> digest_from_hex(const QByteArray& hex)
+{
+    const QByteArray bytes = QByteArray::fromHex(hex);
+    sha256_digest digest{};
+    // fromHex() skips what is no digit, so that only the way back tells whether the text was one.
+    if (bytes.size() != static_cast<qsizetype>(digest.size()) || bytes.toHex() != hex.toLower()) {
+        return std::nullopt;
+    }
+    std::memcpy(digest.data(), bytes.constData(), digest.size());
+    return digest;
+}
+
+std::optional<sha256_digest> sha256_of_file(const QString& path, QString& error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        error = file.errorString();
+        return std::nullopt;
+    }
+    const file_hasher::outcome result = file_hasher().hash(file.handle(), [](qint64) { return true; });
+    if (result.error != 0) {
+        error = QString::fromLocal8Bit(std::strerror(result.error));
+        return std::nullopt;
+    }
+    return result.digest;
+}

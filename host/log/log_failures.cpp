@@ -1,0 +1,62 @@
+#include "host/log/log_failures.h"
+
+#include "host/log/enciphered_log.h"
+
+#include <QFile>
+
+namespace {
+
+constexpr qsizetype most_lines_kept = 100;
+
+// What stands in place of the engine's name after a reset. It tells of the order of a host's calls, not of the work.
+constexpr QByteArrayView engine_unknown = "][ -----FAILED----- to find Engine Type ][";
+
+class failure_counter
+{
+public:
+    void take(const QByteArray& line)
+    {
+        const qsizetype engine = line.indexOf(engine_unknown);
+        const qsizetype from = engine < 0 ? 0 : engine + engine_unknown.size();
+        if (line.indexOf("FAILED", from) >= 0) {
+            add(QString::fromUtf8(line));
+        }
+    }
+
+    void add(const QString& line)
+    {
+        ++found.count;
+        if (found.first.size() < most_lines_kept) {
+            found.first.append(line);
+        }
+    }
+
+    log_failures found;
+};
+
+} // namespace
+
+log_failures read_log_failures(const QString& path, qint64 offset, bool enciphered)
+{
+    failure_counter counter;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || !file.seek(offset)) {
+        counter.found.problem = file.errorString();
+        return counter.found;
+    }
+    if (enciphered) {
+        enciphered_log log(file);
+        for (enciphered_log::record record; log.next(record);) {
+            if (record.problem.isEmpty()) {
+                counter.take(record.text);
+            } else {
+                counter.add(QStringLiteral("record %1: %2").arg(record.number).arg(record.problem));
+            }
+        }
+    } else {
+        while (!file.atEnd()) {
+            counter.take(file.readLine().trimmed());
+        }
+    }
+    return counter.found;
+}

@@ -1,0 +1,165 @@
+#include "host/report/account_rows.h"
+
+#include "host/terminal/command_failure.h"
+#include "host/result/result_database.h"
+#include "host/result/result_paths.h"
+#include "host/files/file_tree.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QMap>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QVariant>
+
+#include <algorithm>
+
+namespace {
+
+/// The folder of a row relative to the result directory; empty for one that does not lie below the plug-in's place.
+QString folder_in_result(const QString& written_path)
+{
+    if (!written_path.startsWith(QStringLiteral("/Artifacts_Result/"))) {
+        return {};
+    }
+    const QString folder = written_path.mid(1);
+    return QDir::cleanPath(folder) == folder ? folder : QString();
+}
+
+report_account account_from_row(const QSqlQuery& row, const QString& result)
+{
+    report_account account;
+    account.account = row.value(1).toString();
+    account.type = row.value(2).toString();
+    account.files_copied = row.value(3).toLongLong();
+    account.written_path = row.value(4).toString();
+    account.folder = folder_in_result(account.written_path);
+    account.folder_exists = !account.folder.isEmpty() && QFileInfo(result + QLatin1Char('/') + account.folder).isDir();
+    return account;
+}
+
+bool is_in_result(entry_status status)
+{
+    return status == entry_status::copied || status == entry_status::different;
+}
+
+void add_entry(report_amount& amount, const manifest_entry& entry)
+{
+    if (is_in_result(entry.status) || has_proven_copy(entry)) {
+        ++amount.files;
+        amount.bytes += entry.size;
+    }
+    amount.not_copied += is_fault(entry.status) ? 1 : 0;
+}
+
+/// Sums up a manifest as it is read, without keeping it.
+struct manifest_sums
+{
+    QHash<QByteArray, report_amount> by_folder; ///< the accounts' folders, relative to the result
+    QHash<QByteArray, report_amount> by_user;
+    std::array<QList<manifest_entry>, entry_status_names.size()> exceptions;
+    report_manifest whole;
+
+    void add(const manifest_entry& entry)
+    {
+        const auto status = static_cast<std::size_t>(entry.status);
+        ++whole.totals[status];
+        add_entry(by_user[entry.user], entry);
+        // Each folder above the copy may be an account's, and account folders may lie in one another.
+        for (qsizetype end = entry.copy.lastIndexOf('/'); end > 0; end = entry.copy.lastIndexOf('/', end - 1)) {
+            const auto folder = by_folder.find(QByteArray::fromRawData(entry.copy.constData(), end));
+            if (folder != by_folder.end()) {
+                add_entry(*folder, entry);
+            }
+        }
+        if (entry.status != entry_status::copied && entry.status != entry_status::hidden) {
+            ++whole.exceptions_count;
+            if (exceptions[status].size() < most_report_exceptions) {
+                exceptions[status].append(entry);
+            }
+        }
+    }
+};
+
+/// The exceptions of all statuses in one list, faults first, so that a limit never hides a fault behind a rule.
+QList<manifest_entry> gravest_first(manifest_sums& sums)
+{
+    QList<manifest_entry> all;
+    for (const entry_status status : {entry_status::missing, entry_status::different, entry_status::unreadable,
+                                      entry_status::link, entry_status::special, entry_status::loose}) {
+        all += sums.exceptions[static_cast<std::size_t>(status)];
+    }
+    all.resize(std::min(all.size(), most_report_exceptions));
+    return all;
+}
+
+} // namespace
+
+std::optional<QList<report_user>> load_report_users(const QString& result, QString& error)
+try {
+    const result_database database(result);
+    QSqlQuery rows = database.query(QStringLiteral(
+        "SELECT system_user, account, account_type, files_copied, dest_path FROM accounts ORDER BY INT"));
+    QMap<QString, report_user> users;
+    while (rows.next()) {
+        report_user& user = users[rows.value(0).toString()];
+        user.name = rows.value(0).toString();
+        user.accounts.append(account_from_row(rows, result));
+    }
+    if (rows.lastError().isValid()) {
+        error = result_database_path(result) + QStringLiteral(": ") + rows.lastError().databaseText();
+        return std::nullopt;
+    }
+    return users.values();
+} catch (const command_failure& failure) {
+    error = failure.message();
+    return std::nullopt;
+}
+
+std::optional<report_manifest> apply_manifest(const QString& result, QList<report_user>& users, QString& error)
+{
+    manifest_reader reader;
+    if (!reader.open(product_path(result, "manifest.csv"))) {
+        error = reader.error();
+        return std::nullopt;
+    }
+    manifest_sums sums;
+    for (const report_user& user : users) {
+        for (const report_account& account : user.accounts) {
+            sums.by_folder.insert(account.folder.toUtf8(), {});
+        }
+    }
+    while (const auto entry = reader.next()) {
+        sums.add(*entry);
+    }
+    if (!reader.error().isEmpty()) {
+        error = reader.error();
+        return std::nullopt;
+    }
+    for (report_user& user : users) {
+        user.mail_tree = sums.by_user.take(user.name.toUtf8());
+        for (report_account& account : user.accounts) {
+            account.amount = sums.by_folder.value(account.folder.toUtf8());
+        }
+    }
+    for (auto rest = sums.by_user.cbegin(); rest != sums.by_user.cend(); ++rest) {
+        users.append({QString::fromUtf8(rest.key()), {}, rest.value()});
+    }
+    sums.whole.exceptions = gravest_first(sums);
+    return sums.whole;
+}
+
+void measure_account_folders(const QString& result, QList<report_user>& users)
+{
+    for (report_user& user : users) {
+        for (report_account& account : user.accounts) {
+            if (account.folder_exists) {
+                const QString folder = result + QLatin1Char('/') + account.folder;
+                const file_amount found = visible_files_below(QFile::encodeName(folder));
+                account.amount = {found.files, found.bytes, 0};
+            }
+        }
+    }
+}

@@ -1,0 +1,118 @@
+#include "host/report/document.h"
+
+#include "host/text/display_text.h"
+#include "host/result/source_guard.h"
+#include "host/report/account_table.h"
+#include "host/report/chart.h"
+#include "host/report/data.h"
+#include "host/report/html_writer.h"
+#include "host/report/style.h"
+#include "host/report/summary.h"
+#include "host/report/verification_section.h"
+#include "host/result/result_paths.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace {
+
+QString sha256_source(const char* content)
+{
+    const QByteArray hash = QCryptographicHash::hash(QByteArrayView(content), QCryptographicHash::Sha256);
+    return QStringLiteral("'sha256-") + QString::fromLatin1(hash.toBase64()) + QLatin1Char('\'');
+}
+
+void write_head(report_html& html, const QString& title)
+{
+    const auto head = html.open("head");
+    html.empty("meta", {{"charset", QStringLiteral("utf-8")}});
+    // Only our own style and script may work, and nothing may be loaded, whatever a name in the evidence holds.
+    html.empty("meta",
+               {{"http-equiv", QStringLiteral("Content-Security-Policy")},
+                {"content", QStringLiteral("default-src 'none'; base-uri 'none'; form-action 'none'; style-src ") +
+                                sha256_source(report_style_sheet) + QStringLiteral("; script-src ") +
+                                sha256_source(report_script)}});
+    html.empty("meta", {{"name", QStringLiteral("viewport")},
+                        {"content", QStringLiteral("width=device-width, initial-scale=1")}});
+    html.element("title", title);
+    html.verbatim("style", report_style_sheet);
+}
+
+void write_accounts_section(report_html& html, const report_data& data, const QString& directory)
+{
+    const auto section = html.open("section", {{"id", QStringLiteral("accounts")}});
+    html.element("h2", QStringLiteral("Accounts"));
+    if (data.users.isEmpty()) {
+        html.element("p", QStringLiteral("None was found."));
+        return;
+    }
+    write_account_table(html, data, directory);
+}
+
+void write_picture_section(report_html& html, const report_data& data)
+{
+    if (data.users.isEmpty()) {
+        return;
+    }
+    const auto section = html.open("section", {{"id", QStringLiteral("picture")}});
+    html.element("h2", QStringLiteral("Files and bytes by user and account"));
+    write_report_chart(html, data.users);
+}
+
+void write_document(report_html& html, const report_data& data, const QString& directory)
+{
+    html.doctype();
+    const auto document = html.open("html", {{"lang", QStringLiteral("en")}});
+    write_head(html,
+               QStringLiteral("Apple Mail extraction: ") + display_text(data.run ? data.run->source : data.result));
+    const auto body = html.open("body");
+    write_report_header(html, data);
+    {
+        const auto main = html.open("main");
+        write_report_notices(html, data);
+        write_report_tiles(html, data);
+        write_accounts_section(html, data, directory);
+        write_picture_section(html, data);
+        write_verification(html, data, directory);
+        write_log_failures(html, data);
+        write_run_facts(html, data);
+    }
+    html.element("footer",
+                 QStringLiteral("In names, control characters and direction marks are written out (\\n, \\u{202e}). "
+                                "Sizes are in powers of 1,000."));
+    html.verbatim("script", report_script);
+}
+
+} // namespace
+
+QString default_report_path(const QString& result)
+{
+    return product_path(result, "report.html");
+}
+
+bool write_report(const QString& result, const QString& output, QString& error)
+{
+    const QString absolute_result = QDir::cleanPath(QDir::current().absoluteFilePath(result));
+    const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(output));
+    const QString directory = QFileInfo(path).absolutePath();
+    const auto data = load_report_data(absolute_result, error);
+    if (!data) {
+        return false;
+    }
+    if (data->run && !data->run->source.isEmpty() && lies_inside(path, data->run->source)) {
+        error = path + QStringLiteral(": the report would lie in the source, which is only read");
+        return false;
+    }
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly)) {
+        report_html html(&file);
+        write_document(html, *data, directory);
+        if (file.commit()) {
+            return true;
+        }
+    }
+    error = path + QStringLiteral(": the report cannot be written: ") + file.errorString();
+    return false;
+}

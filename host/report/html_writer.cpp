@@ -1,0 +1,51 @@
+#include "host/report/html_writer.h"
+
+#include <QIODevice>
+
+report_html::report_html(QIODevice* target) : device(target), xml(target) {}
+
+report_html::open_element report_html::open(const char* name, attributes with)
+{
+    xml.writeStartElement(QString::fromLatin1(name));
+    for (const auto& [key, value] : with) {
+        xml.writeAttribute(QString::fromLatin1(key), value);
+    }
+    // Ends the start tag, so that an element without content is not written "<td/>", which HTML takes for a start tag.
+    xml.writeCharacters(QString());
+    return open_element(xml);
+}
+
+void report_html::empty(const char* name, attributes with)
+{
+    xml.writeEmptyElement(QString::fromLatin1(name));
+    for (const auto& [key, value] : with) {
+        xml.writeAttribute(QString::fromLatin1(key), value);
+    }
+}
+
+void report_html::element(const char* name, const QString& content, attributes with)
+{
+    const auto whole = open(name, with);
+    text(content);
+}
+
+void report_html::text(const QString& content)
+{
+    xml.writeCharacters(content);
+}
+
+void report_html::foreign(const QString& displayed)
+{
+    element("bdi", displayed);
+}
+
+void report_html::doctype()
+{
+    xml.writeDTD(QStringLiteral("<!DOCTYPE html>\n"));
+}
+
+void report_html::verbatim(const char* name, const char* content)
+{
+    const auto whole = open(name);
+    device->write(content);
+}

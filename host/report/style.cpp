@@ -1,0 +1,165 @@
+#include "host/report/style.h"
+
+const char* const report_style_sheet = R"css(
+:root {
+  color-scheme: light dark;
+  --page: #f6f7f9; --card: #ffffff; --text: #1d2227; --muted: #5a6470; --line: #dfe3e8; --soft: #eef1f5;
+  --accent: #2d5f8f; --files: #4a7fb0; --bytes: #b0824a;
+  --good: #2a7549; --good-soft: #e8f4ec; --warn: #8a5d00; --warn-soft: #fbf2dd; --bad: #b02a20; --bad-soft: #fbeae8;
+}
+@media (prefers-color-scheme: dark) {
+  :root {
+    --page: #14171b; --card: #1b1f25; --text: #e3e7ec; --muted: #9ba6b3; --line: #2e353e; --soft: #232931;
+    --accent: #86b6e4; --files: #6b9fd0; --bytes: #cfa066;
+    --good: #7cc798; --good-soft: #1b2c22; --warn: #e2b75a; --warn-soft: #2e2716; --bad: #f19389; --bad-soft: #351f1d;
+  }
+}
+* { box-sizing: border-box; }
+body {
+  margin: 0; padding: 2.5rem 1.5rem 3rem; background: var(--page); color: var(--text);
+  font: 15px/1.5 system-ui, -apple-system, "Segoe UI", Roboto, "Helvetica Neue", Arial, sans-serif;
+  font-variant-numeric: tabular-nums;
+}
+main, header, footer { max-width: 70rem; margin: 0 auto; }
+h1 { margin: 0; font-size: 1.75rem; line-height: 1.2; font-weight: 650; letter-spacing: -0.01em; }
+h2 { margin: 0 0 0.75rem; font-size: 1.1rem; font-weight: 650; }
+h3 { margin: 1.5rem 0 0.5rem; font-size: 0.95rem; font-weight: 650; }
+p { margin: 0 0 0.75rem; }
+a { color: var(--accent); text-underline-offset: 0.15em; }
+code, .mono { font-family: ui-monospace, SFMono-Regular, Menlo, Consolas, "Liberation Mono", monospace; font-size: 0.87em; }
+bdi { overflow-wrap: anywhere; }
+.lead { margin: 0.35rem 0 1.5rem; color: var(--muted); }
+.muted { color: var(--muted); }
+section > :last-child { margin-bottom: 0; }
+section { margin-top: 1.25rem; padding: 1.25rem 1.5rem 1.5rem; background: var(--card); border: 1px solid var(--line); border-radius: 10px; }
+footer { margin-top: 1.5rem; color: var(--muted); font-size: 0.87rem; }
+.notice { margin: 0.75rem 0; padding: 0.7rem 1rem; border-radius: 8px; border: 1px solid; }
+.notice.good { color: var(--good); background: var(--good-soft); }
+.notice.warn { color: var(--warn); background: var(--warn-soft); }
+.notice.bad { color: var(--bad); background: var(--bad-soft); }
+.facts { display: grid; grid-template-columns: max-content minmax(0, 1fr); gap: 0.3rem 1.5rem; margin: 0; }
+.facts dt { color: var(--muted); }
+header .facts { margin-bottom: 1.25rem; }
+.facts dd { margin: 0; overflow-wrap: anywhere; }
+.tiles { display: grid; grid-template-columns: repeat(auto-fit, minmax(8.4rem, 1fr)); gap: 0.75rem; margin: 1.25rem 0; padding: 0; list-style: none; }
+.tiles li { padding: 0.8rem 0.9rem; background: var(--card); border: 1px solid var(--line); border-radius: 10px; }
+.tiles .label { display: block; color: var(--muted); font-size: 0.83rem; }
+.tiles .figure { display: block; font-size: 1.5rem; line-height: 1.35; font-weight: 600; letter-spacing: -0.01em; }
+.tiles .more { display: block; color: var(--muted); font-size: 0.78rem; }
+.tiles .bad .figure { color: var(--bad); }
+.tiles .good .figure { color: var(--good); }
+.scroll { overflow-x: auto; }
+table { width: 100%; border-collapse: collapse; }
+th, td { padding: 0.4rem 0.6rem; border-bottom: 1px solid var(--line); text-align: left; vertical-align: top; }
+thead th { color: var(--muted); font-size: 0.83rem; font-weight: 600; white-space: nowrap; }
+th:first-child, td:first-child { padding-left: 0.25rem; }
+.num { text-align: right; white-space: nowrap; }
+.nowrap { white-space: nowrap; }
+tr.group th, tr.group td { background: var(--soft); font-weight: 600; }
+.accounts td { font-size: 0.92rem; }
+.accounts td:first-child { min-width: 13rem; }
+.accounts td:last-child { min-width: 22.5rem; }
+.status { white-space: nowrap; font-weight: 600; }
+.status.missing, .status.different, .status.unreadable { color: var(--bad); }
+.status.loose, .status.link, .status.special { color: var(--warn); }
+.status.copied { color: var(--good); }
+.picture { display: block; width: 100%; min-width: 40rem; height: auto; }
+.picture text { fill: var(--text); font-size: 13px; }
+.picture text.user { font-weight: 650; }
+.picture text.head, .picture text.value { fill: var(--muted); font-size: 12px; }
+.picture .files { fill: var(--files); }
+.picture .bytes { fill: var(--bytes); }
+.picture .total { opacity: 0.45; }
+.picture .rule { stroke: var(--line); }
+.log { margin: 0; padding: 0; list-style: none; }
+.log li { padding: 0.35rem 0.25rem; border-bottom: 1px solid var(--line); }
+.filter { width: 16rem; max-width: 100%; margin: 0 0 0.75rem; padding: 0.4rem 0.7rem; font: inherit; color: inherit; background: var(--page); border: 1px solid var(--line); border-radius: 8px; }
+th.sortable { cursor: pointer; }
+th[aria-sort="ascending"]::after { content: " \2191"; }
+th[aria-sort="descending"]::after { content: " \2193"; }
+@media (max-width: 40rem) {
+  body { padding: 1.25rem 0.75rem 2rem; }
+  section { padding: 1rem; }
+  .facts { grid-template-columns: minmax(0, 1fr); gap: 0; }
+  .facts dd { margin-bottom: 0.5rem; }
+}
+@media print {
+  :root {
+    color-scheme: light;
+    --page: #ffffff; --card: #ffffff; --text: #000000; --muted: #444444; --line: #bbbbbb; --soft: #f0f0f0;
+    --accent: #000000; --files: #4a7fb0; --bytes: #b0824a;
+    --good: #1c5a36; --good-soft: #ffffff; --warn: #6a4700; --warn-soft: #ffffff; --bad: #8c1d15; --bad-soft: #ffffff;
+  }
+  @page { margin: 15mm; }
+  body { padding: 0; font-size: 10pt; }
+  section { padding: 0.75rem 0; border: 0; border-top: 1px solid var(--line); border-radius: 0; }
+  .scroll { overflow: visible; }
+  th, td { padding: 0.3rem 0.35rem; }
+  .accounts th, .accounts td { font-size: 8pt; }
+  .accounts td:first-child { min-width: 11rem; }
+  .accounts td:last-child { min-width: 14rem; }
+  .tiles { grid-template-columns: repeat(7, 1fr); gap: 0.4rem; }
+  .tiles li { padding: 0.5rem; }
+  .tiles .figure { font-size: 1.1rem; }
+  .tiles .label, .tiles .more { font-size: 7.5pt; }
+  .filter { display: none; }
+  .picture { min-width: 0; }
+  .picture rect, tr.group th, tr.group td { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
+  thead { display: table-header-group; }
+  tr, .tiles li, .notice, .log li { break-inside: avoid; }
+  h2, h3, tr.group { break-after: avoid; }
+}
+)css";
+
+const char* const report_script = R"js(
+"use strict";
+function data_rows(body) {
+  return Array.from(body.rows).filter(function (row) { return !row.classList.contains("group"); });
+}
+function sort_key(row, column) {
+  var cell = row.cells[column];
+  return cell.dataset.key === undefined ? cell.textContent : Number(cell.dataset.key);
+}
+function compare(a, b) {
+  return typeof a === "number" ? a - b : a.localeCompare(b);
+}
+document.querySelectorAll("table[data-tool]").forEach(function (table) {
+  var bodies = Array.from(table.tBodies);
+  var heads = Array.from(table.tHead.rows[0].cells);
+  var box = document.createElement("input");
+  box.type = "search";
+  box.className = "filter";
+  box.placeholder = "Filter rows";
+  box.setAttribute("aria-label", "Filter rows");
+  box.addEventListener("input", function () {
+    var wanted = box.value.toLowerCase();
+    bodies.forEach(function (body) {
+      var group = body.querySelector("tr.group th");
+      var above = group ? group.textContent : "";
+      var left = 0;
+      data_rows(body).forEach(function (row) {
+        row.hidden = !(above + " " + row.textContent).toLowerCase().includes(wanted);
+        left += row.hidden ? 0 : 1;
+      });
+      body.hidden = left === 0;
+    });
+  });
+  table.parentNode.before(box);
+  heads.forEach(function (head, column) {
+    head.classList.add("sortable");
+    head.tabIndex = 0;
+    function sort() {
+      var down = head.getAttribute("aria-sort") === "ascending";
+      heads.forEach(function (other) { other.removeAttribute("aria-sort"); });
+      head.setAttribute("aria-sort", down ? "descending" : "ascending");
+      bodies.forEach(function (body) {
+        data_rows(body)
+          .sort(function (a, b) { return (down ? -1 : 1) * compare(sort_key(a, column), sort_key(b, column)); })
+          .forEach(function (row) { body.appendChild(row); });
+      });
+    }
+    head.addEventListener("click", sort);
+    head.addEventListener("keydown", function (event) { if (event.key === "Enter") { sort(); } });
+  });
+});
+)js";

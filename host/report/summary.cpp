@@ -1,0 +1,196 @@
+#include "host/report/summary.h"
+
+#include "host/text/display_text.h"
+#include "host/report/parts.h"
+
+#include <QJsonDocument>
+
+namespace {
+
+QString time_taken(const run_record& run)
+{
+    const qint64 milliseconds = run.started.msecsTo(run.ended);
+    if (milliseconds < 60'000) {
+        return QStringLiteral("%1 s").arg(static_cast<double>(milliseconds) / 1000.0, 0, 'f', 1);
+    }
+    const qint64 seconds = milliseconds / 1000;
+    return QStringLiteral("%1 h %2 min %3 s").arg(seconds / 3600).arg(seconds / 60 % 60).arg(seconds % 60);
+}
+
+void write_fact(report_html& html, const char* name, const QString& value)
+{
+    html.element("dt", QString::fromLatin1(name));
+    const auto cell = html.open("dd");
+    html.foreign(display_text(value.isEmpty() ? QStringLiteral("not known") : value));
+}
+
+/// Says how the run ended, unless it ended as it should.
+void write_run_notice(report_html& html, const run_record& run)
+{
+    if (run.status == QStringLiteral("running")) {
+        write_notice(
+            html, "bad",
+            QStringLiteral("This run did not come to its end: its record still says \"running\". It was "
+                           "killed, or is at work still. What follows is what it has left, and is not whole."));
+    } else if (run.status == QStringLiteral("cancelled")) {
+        write_notice(html, "bad", QStringLiteral("This run was cancelled. What follows is not whole."));
+    } else if (run.status == QStringLiteral("failed")) {
+        write_notice(html, "bad", QStringLiteral("This run failed: ") + display_text(run.error));
+    } else if (!run.error.isEmpty()) {
+        write_notice(html, "bad", QStringLiteral("This run ended, but: ") + display_text(run.error));
+    }
+}
+
+void write_verification_notice(report_html& html, const report_data& data)
+{
+    if (!data.manifest) {
+        write_notice(html, "warn", QStringLiteral("The copies are not verified: there is no manifest."));
+    } else if (const qint64 faults = data.manifest->faults(); faults > 0) {
+        write_notice(html, "bad",
+                     QStringLiteral("Not whole: of %1 files, %2 are missing, %3 different and %4 unreadable.")
+                         .arg(display_number(data.manifest->files()),
+                              display_number(data.manifest->count(entry_status::missing)),
+                              display_number(data.manifest->count(entry_status::different)),
+                              display_number(data.manifest->count(entry_status::unreadable))));
+    } else if (!data.run || data.run->status == QStringLiteral("finished")) {
+        write_notice(html, "good",
+                     QStringLiteral("Every copy that is due is there and has the bytes of its source: %1 files.")
+                         .arg(display_number(data.manifest->count(entry_status::copied))));
+    }
+}
+
+struct tile
+{
+    const char* label;
+    QString figure;
+    QString more;
+    const char* style_class = "";
+};
+
+void write_tile(report_html& html, const tile& one)
+{
+    const auto item = html.open("li", {{"class", QString::fromLatin1(one.style_class)}});
+    html.element("span", QString::fromLatin1(one.label), {{"class", QStringLiteral("label")}});
+    html.element("span", one.figure, {{"class", QStringLiteral("figure")}});
+    html.element("span", one.more, {{"class", QStringLiteral("more")}});
+}
+
+tile not_copied_tile(const report_data& data)
+{
+    if (!data.manifest) {
+        return {"Not copied", QStringLiteral("?"), QStringLiteral("not verified")};
+    }
+    const qint64 faults = data.manifest->faults();
+    return {"Not copied", display_number(faults), QStringLiteral("of those due"), faults > 0 ? "bad" : "good"};
+}
+
+tile left_by_rule_tile(const report_data& data)
+{
+    const qint64 hidden = data.manifest->count(entry_status::hidden);
+    const qint64 loose = data.manifest->count(entry_status::loose);
+    return {"Left by rule", display_number(hidden + loose),
+            QStringLiteral("%1 hidden, %2 loose").arg(display_number(hidden), display_number(loose))};
+}
+
+tile failures_tile(const report_data& data)
+{
+    if (!data.failures_known) {
+        return {"Log failures", QStringLiteral("?"), QStringLiteral("log not read")};
+    }
+    return {"Log failures", display_number(data.failures), QStringLiteral("lines of the log"),
+            data.failures > 0 ? "bad" : "good"};
+}
+
+QString exit_text(const run_record& run)
+{
+    const QString code = run.exit_code ? QStringLiteral(", exit code %1").arg(*run.exit_code) : QString();
+    return run.status + code;
+}
+
+QString options_text(const QJsonObject& options)
+{
+    return options.isEmpty() ? QStringLiteral("none")
+                             : QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Compact));
+}
+
+} // namespace
+
+void write_report_header(report_html& html, const report_data& data)
+{
+    const auto header = html.open("header");
+    html.element("h1", QStringLiteral("Apple Mail extraction"));
+    {
+        const auto lead = html.open("p", {{"class", QStringLiteral("lead")}});
+        html.text(QStringLiteral("What was found, what was copied, and what was not"));
+    }
+    const auto facts = html.open("dl", {{"class", QStringLiteral("facts")}});
+    if (data.run) {
+        write_fact(html, "Source", data.run->source);
+    }
+    write_fact(html, "Result", data.result);
+    if (data.run) {
+        write_fact(html, "Examiner", data.run->examiner + QStringLiteral(" on ") + data.run->host_name);
+        write_fact(html, "Started", display_time(data.run->started));
+        const bool ended = data.run->ended.isValid();
+        write_fact(html, "Ended",
+                   display_time(data.run->ended) +
+                       (ended ? QStringLiteral(" (after %1)").arg(time_taken(*data.run)) : QString()));
+    }
+}
+
+void write_report_notices(report_html& html, const report_data& data)
+{
+    if (data.run) {
+        write_run_notice(html, *data.run);
+    }
+    write_verification_notice(html, data);
+    for (const QString& note : data.notes) {
+        write_notice(html, "warn", display_text(note));
+    }
+}
+
+void write_report_tiles(report_html& html, const report_data& data)
+{
+    qsizetype accounts = 0;
+    report_amount all;
+    for (const report_user& user : data.users) {
+        accounts += user.accounts.size();
+        all.files += user.mail_tree.files;
+        all.bytes += user.mail_tree.bytes;
+    }
+    QList<tile> tiles = {{"Users", display_number(data.users.size()), QStringLiteral("of the source")},
+                         {"Accounts", display_number(accounts), QStringLiteral("in the result")},
+                         {"Files", display_number(all.files), QStringLiteral("in the result")},
+                         {"Size", display_bytes(all.bytes), display_number(all.bytes) + QStringLiteral(" bytes")},
+                         not_copied_tile(data)};
+    if (data.manifest) {
+        tiles.append(left_by_rule_tile(data));
+    }
+    tiles.append(failures_tile(data));
+    const auto list = html.open("ul", {{"class", QStringLiteral("tiles")}});
+    for (const tile& one : tiles) {
+        write_tile(html, one);
+    }
+}
+
+void write_run_facts(report_html& html, const report_data& data)
+{
+    const auto section = html.open("section", {{"id", QStringLiteral("run")}});
+    html.element("h2", QStringLiteral("The run"));
+    if (!data.run) {
+        html.element("p", QStringLiteral("There is no run record, so nothing is known of the run."));
+        return;
+    }
+    const run_record& run = *data.run;
+    const auto facts = html.open("dl", {{"class", QStringLiteral("facts")}});
+    write_fact(html, "Outcome", exit_text(run));
+    write_fact(html, "Program", run.program_name + QLatin1Char(' ') + run.program_version);
+    write_fact(html, "Plug-in", run.plugin_version + QStringLiteral(", ") + run.plugin_path);
+    write_fact(html, "Its SHA-256", run.plugin_sha256);
+    write_fact(html, "Machine",
+               run.host_name + QStringLiteral(", ") + run.host_system + QStringLiteral(", ") + run.host_architecture);
+    write_fact(html, "Time zone", run.time_zone);
+    write_fact(html, "Command line", run.command_line.join(QLatin1Char(' ')));
+    write_fact(html, "Options", options_text(run.options));
+    write_fact(html, "Log", run.log_path + (run.log_enciphered ? QStringLiteral(" (enciphered)") : QString()));
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "host/report/data.h"
+#include "host/report/html_writer.h"
+
+/// Writes the title and the facts of the case.
+void write_report_header(report_html& html, const report_data& data);
+
+/// Writes whether the result is whole, and a line for everything that makes it less.
+void write_report_notices(report_html& html, const report_data& data);
+
+/// Writes the row of totals.
+void write_report_tiles(report_html& html, const report_data& data);
+
+/// Writes what ran: program, plug-in, machine, command line, options, files of the result.
+void write_run_facts(report_html& html, const report_data& data);

@@ -1,7 +1,0 @@
-#pragma once
-
-#include "host/report_data.h"
-#include "host/report_html.h"
-
-/// Writes a bar picture of files and bytes by user and account as inline SVG, and a line on what does not fit in it.
-void write_report_chart(report_html& html, const QList<report_user>& users);

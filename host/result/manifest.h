@@ -1,0 +1,98 @@
+#pragma once
+
+#include "host/files/hashing.h"
+#include "host/result/manifest_fields.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QSaveFile>
+#include <QString>
+
+#include <array>
+#include <optional>
+
+/// What became of one file below a Mail directory.
+enum class entry_status : unsigned char
+{
+    copied,     ///< the copy has the same bytes
+    hidden,     ///< its name or a directory above it begins with "."; not copied, by rule
+    loose,      ///< it lies directly in the Mail directory; not copied, by rule
+    missing,    ///< a copy was due, and there is none
+    different,  ///< there is a copy with other bytes
+    unreadable, ///< the file, its directory or its copy cannot be read
+    link,       ///< a link: its content was copied with the same bytes, or there was nothing to copy
+    special     ///< no file with content: a pipe, a socket, a device
+};
+
+inline constexpr std::array<const char*, 8> entry_status_names = {"copied",    "hidden",     "loose", "missing",
+                                                                  "different", "unreadable", "link",  "special"};
+
+/// Returns the word that manifest and totals use for a status.
+inline const char* entry_status_name(entry_status status)
+{
+    return entry_status_names[static_cast<std::size_t>(status)];
+}
+
+/// True for a file whose copy is due and is not there as it should be.
+inline bool is_fault(entry_status status)
+{
+    return status == entry_status::missing || status == entry_status::different || status == entry_status::unreadable;
+}
+
+/// One file below a Mail directory. Names are bytes as the file system has them.
+struct manifest_entry
+{
+    QByteArray path;                            ///< relative to the source
+    QByteArray copy;                            ///< relative to the result; empty when no copy is due
+    QByteArray user;                            ///< the directory below "Users/"
+    qint64 size = 0;                            ///< bytes
+    qint64 modified_ns = 0;                     ///< modification time in nanoseconds since 1970, UTC
+    std::optional<sha256_digest> source_sha256; ///< nothing when it was not or could not be read
+    std::optional<sha256_digest> copy_sha256;   ///< nothing when it was not or could not be read
+    entry_status status = entry_status::copied;
+    QByteArray reason; ///< one line; empty when the status says all
+
+    bool operator==(const manifest_entry&) const = default;
+};
+
+/// True when the entry's copy holds the bytes of the source.
+bool has_proven_copy(const manifest_entry& entry);
+
+/// Writes "manifest.csv" and "SHA256SUMS" side by side. Both appear under these names when commit() succeeds, replacing
+/// earlier ones, and not at all otherwise.
+class manifest_writer
+{
+public:
+    /// Opens both in a directory, which is created; false, with one line in error(), when that fails.
+    bool open(const QString& directory);
+    /// Appends an entry; the caller sees to the order. Only entries with a proven copy go into "SHA256SUMS".
+    void write(const manifest_entry& entry);
+    /// Completes both files; false, with one line in error(), when something could not be written.
+    bool commit();
+    /// Returns what failed, naming the path.
+    QString error() const { return failure; }
+
+private:
+    bool fail(const QSaveFile& file);
+
+    QSaveFile manifest;
+    QSaveFile sums;
+    QString failure;
+};
+
+/// Reads a manifest entry by entry, so that its size does not matter.
+class manifest_reader
+{
+public:
+    /// Opens a manifest; false, with one line in error(), when it cannot be read or has another header line.
+    bool open(const QString& path);
+    /// Returns the next entry; nothing at the end, and at a line that cannot be understood, which error() names.
+    std::optional<manifest_entry> next();
+    /// Returns what failed, naming the path; empty at the end of a sound manifest.
+    QString error() const { return failure; }
+
+private:
+    QFile file;
+    QString failure;
+    qint64 line_number = 0;
+};

@@ -1,0 +1,114 @@
+#include "host/result/result_database.h"
+
+#include "host/terminal/command_failure.h"
+#include "host/terminal/exit_codes.h"
+#include "host/result/result_paths.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSqlError>
+#include <QSqlQuery>
+
+#include <algorithm>
+
+namespace {
+
+const QString connection_name = QStringLiteral("result_database");
+
+// Files of SQLite's own beside a database: while they are there, the database alone does not tell everything.
+constexpr const char* companions[] = {"-journal", "-wal", "-shm"};
+
+bool is_unfinished(const QString& path)
+{
+    return std::any_of(std::begin(companions), std::end(companions),
+                       [&path](const char* companion) { return QFile::exists(path + QLatin1String(companion)); });
+}
+
+} // namespace
+
+QString result_database_path(const QString& result)
+{
+    return QDir(result).absoluteFilePath(QLatin1String(copies_directory) +
+                                         QStringLiteral("/Apple_Mail_Extractor.sqlite"));
+}
+
+result_database::result_database(const QString& result) : path(result_database_path(result))
+{
+    if (!QFileInfo(path).isFile()) {
+        fail(QStringLiteral("no such file"));
+    }
+    QString opened = path;
+    if (is_unfinished(path)) {
+        copies.emplace();
+        opened = copies->filePath(QStringLiteral("copy.sqlite"));
+        if (!QFile::copy(path, opened)) {
+            fail(QStringLiteral("cannot be copied to %1").arg(opened));
+        }
+        for (const char* companion : companions) {
+            QFile::copy(path + QLatin1String(companion), opened + QLatin1String(companion));
+        }
+    }
+    database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection_name);
+    database.setDatabaseName(opened);
+    if (!copies) {
+        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
+    }
+    if (!database.open()) {
+        fail(database.lastError().databaseText());
+    }
+}
+
+result_database::~result_database()
+{
+    database = QSqlDatabase();
+    QSqlDatabase::removeDatabase(connection_name);
+}
+
+QSqlQuery result_database::query(const QString& statement) const
+{
+    QSqlQuery query(database);
+    query.setForwardOnly(true);
+    if (!query.exec(statement)) {
+        fail(query.lastError().databaseText());
+    }
+    return query;
+}
+
+void result_database::fail(const QString& reason) const
+{
+    throw command_failure(exit_code::could_not_run,
+                          QStringLiteral("cannot read the result database %1: %2").arg(path, reason));
+}
+
+qint64 last_account_row(const QString& result)
+{
+    if (!QFile::exists(result_database_path(result))) {
+        return 0;
+    }
+    const result_database database(result);
+    QSqlQuery tables = database.query(QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = 'accounts'"));
+    if (!tables.next()) {
+        return 0;
+    }
+    QSqlQuery rows = database.query(QStringLiteral("SELECT max(INT) FROM accounts"));
+    return rows.next() ? rows.value(0).toLongLong() : 0;
+}
+
+void count_account_rows(const QString& result, qint64 last_row, QList<user_record>& users)
+{
+    const result_database database(result);
+    QSqlQuery rows = database.query(
+        QStringLiteral("SELECT system_user, coalesce(account_type, '') = '', count(*) FROM accounts WHERE INT > %1 "
+                       "GROUP BY 1, 2")
+            .arg(last_row));
+    while (rows.next()) {
+        const QString name = rows.value(0).toString();
+        const auto user =
+            std::find_if(users.begin(), users.end(), [&name](const user_record& u) { return u.name == name; });
+        if (user != users.end()) {
+            (rows.value(1).toBool() ? user->account_store_rows : user->mail_directory_rows) =
+                rows.value(2).toLongLong();
+        }
+    }
+}

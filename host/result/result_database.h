@@ -1,0 +1,41 @@
+#pragma once
+
+#include "host/result/run_record.h"
+
+#include <QList>
+#include <QSqlDatabase>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <optional>
+
+/// Returns the path of a result's database, whether or not it exists.
+QString result_database_path(const QString& result);
+
+/// A result's database, opened for reading only. What an interrupted run left half written is rolled back in a copy, so
+/// that a look at a result never changes it.
+class result_database
+{
+public:
+    /// Throws a command_failure that names the path and the reason.
+    explicit result_database(const QString& result);
+    ~result_database();
+    result_database(const result_database&) = delete;
+    result_database& operator=(const result_database&) = delete;
+
+    /// Runs a query over the table of accounts; throws a command_failure when it fails.
+    QSqlQuery query(const QString& statement) const;
+
+private:
+    [[noreturn]] void fail(const QString& reason) const;
+
+    QString path;
+    std::optional<QTemporaryDir> copies;
+    QSqlDatabase database;
+};
+
+/// Returns the number of the last row of the table of accounts; 0 without rows or without a database.
+qint64 last_account_row(const QString& result);
+
+/// Counts the rows after number `last_row` into the users they belong to; rows of other users are left out.
+void count_account_rows(const QString& result, qint64 last_row, QList<user_record>& users);

@@ -1,0 +1,224 @@
+#include "host/result/run_record.h"
+
+#include "host/result/result_paths.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QSysInfo>
+#include <QTimeZone>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace {
+
+/// Returns the name behind the process's user number: the environment can say anything.
+QString login_name()
+{
+    const passwd* entry = ::getpwuid(::getuid());
+    return entry != nullptr ? QString::fromLocal8Bit(entry->pw_name) : QString::number(::getuid());
+}
+
+QJsonValue time_value(const QDateTime& time)
+{
+    return time.isValid() ? QJsonValue(time.toUTC().toString(Qt::ISODateWithMs)) : QJsonValue();
+}
+
+QDateTime time_from(const QJsonValue& value)
+{
+    return QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
+}
+
+QJsonValue text_or_null(const QString& text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
+QStringList texts_from(const QJsonValue& value)
+{
+    QStringList texts;
+    for (const auto& text : value.toArray()) {
+        texts.append(text.toString());
+    }
+    return texts;
+}
+
+QJsonObject summary_to_json(const verification_summary& summary)
+{
+    QJsonObject totals;
+    for (std::size_t i = 0; i < summary.totals.size(); ++i) {
+        totals.insert(QLatin1String(entry_status_names[i]), summary.totals[i]);
+    }
+    return {{"files", summary.files},
+            {"bytes", summary.bytes},
+            {"totals", totals},
+            {"whole", summary.whole},
+            {"finished_utc", time_value(summary.finished)}};
+}
+
+verification_summary summary_from_json(const QJsonObject& object)
+{
+    verification_summary summary;
+    summary.files = object["files"].toInteger();
+    summary.bytes = object["bytes"].toInteger();
+    const QJsonObject totals = object["totals"].toObject();
+    for (std::size_t i = 0; i < summary.totals.size(); ++i) {
+        summary.totals[i] = totals[QLatin1String(entry_status_names[i])].toInteger();
+    }
+    summary.whole = object["whole"].toBool();
+    summary.finished = time_from(object["finished_utc"]);
+    return summary;
+}
+
+QJsonObject user_to_json(const user_record& user)
+{
+    return {{"name", user.name},
+            {"accounts",
+             QJsonObject{{"account_store", user.account_store_rows}, {"mail_directory", user.mail_directory_rows}}},
+            {"files_copied", user.files_copied},
+            {"bytes", user.bytes}};
+}
+
+user_record user_from_json(const QJsonObject& object)
+{
+    const QJsonObject accounts = object["accounts"].toObject();
+    return {object["name"].toString(), accounts["account_store"].toInteger(), accounts["mail_directory"].toInteger(),
+            object["files_copied"].toInteger(), object["bytes"].toInteger()};
+}
+
+} // namespace
+
+run_record begin_run_record(const QStringList& command_line)
+{
+    run_record record;
+    record.program_name = QCoreApplication::applicationName();
+    record.program_version = QCoreApplication::applicationVersion();
+    record.command_line = command_line;
+    record.host_name = QSysInfo::machineHostName();
+    record.host_system = QSysInfo::prettyProductName() + QStringLiteral(", ") + QSysInfo::kernelType() +
+                         QLatin1Char(' ') + QSysInfo::kernelVersion();
+    record.host_architecture = QSysInfo::currentCpuArchitecture();
+    record.examiner = login_name();
+    record.started = QDateTime::currentDateTimeUtc();
+    const QDateTime here = record.started.toLocalTime();
+    record.time_zone = QString::fromUtf8(QTimeZone::systemTimeZoneId()) + QStringLiteral(", UTC") +
+                       here.toOffsetFromUtc(here.offsetFromUtc()).toString(QStringLiteral("t")).mid(3);
+    return record;
+}
+
+QJsonObject run_record_to_json(const run_record& record)
+{
+    QJsonArray users;
+    for (const user_record& user : record.users) {
+        users.append(user_to_json(user));
+    }
+    return {
+        {"program", QJsonObject{{"name", record.program_name}, {"version", record.program_version}}},
+        {"plugin", QJsonObject{{"path", record.plugin_path},
+                               {"version", record.plugin_version},
+                               {"sha256", text_or_null(record.plugin_sha256)}}},
+        {"status", record.status},
+        {"exit_code", record.exit_code ? QJsonValue(*record.exit_code) : QJsonValue()},
+        {"command_line", QJsonArray::fromStringList(record.command_line)},
+        {"host", QJsonObject{{"name", record.host_name},
+                             {"system", record.host_system},
+                             {"architecture", record.host_architecture}}},
+        {"examiner", record.examiner},
+        {"time_zone", record.time_zone},
+        {"started_utc", time_value(record.started)},
+        {"ended_utc", time_value(record.ended)},
+        {"source", record.source},
+        {"result", record.result},
+        {"options", record.options},
+        {"users", users},
+        {"log", QJsonObject{{"path", record.log_path},
+                            {"enciphered", record.log_enciphered},
+                            {"failures", record.log_failures},
+                            {"failure_lines", QJsonArray::fromStringList(record.log_failure_lines)}}},
+        {"verification", record.verification ? QJsonValue(summary_to_json(*record.verification)) : QJsonValue()},
+        {"error", text_or_null(record.error)},
+    };
+}
+
+run_record run_record_from_json(const QJsonObject& object)
+{
+    const QJsonObject program = object["program"].toObject();
+    const QJsonObject plugin = object["plugin"].toObject();
+    const QJsonObject host = object["host"].toObject();
+    const QJsonObject log = object["log"].toObject();
+    run_record record;
+    record.program_name = program["name"].toString();
+    record.program_version = program["version"].toString();
+    record.plugin_path = plugin["path"].toString();
+    record.plugin_version = plugin["version"].toString();
+    record.plugin_sha256 = plugin["sha256"].toString();
+    record.status = object["status"].toString();
+    if (object["exit_code"].isDouble()) {
+        record.exit_code = object["exit_code"].toInt();
+    }
+    record.command_line = texts_from(object["command_line"]);
+    record.host_name = host["name"].toString();
+    record.host_system = host["system"].toString();
+    record.host_architecture = host["architecture"].toString();
+    record.examiner = object["examiner"].toString();
+    record.time_zone = object["time_zone"].toString();
+    record.started = time_from(object["started_utc"]);
+    record.ended = time_from(object["ended_utc"]);
+    record.source = object["source"].toString();
+    record.result = object["result"].toString();
+    record.options = object["options"].toObject();
+    for (const auto& user : object["users"].toArray()) {
+        record.users.append(user_from_json(user.toObject()));
+    }
+    record.log_path = log["path"].toString();
+    record.log_enciphered = log["enciphered"].toBool();
+    record.log_failures = log["failures"].toInteger();
+    record.log_failure_lines = texts_from(log["failure_lines"]);
+    if (object["verification"].isObject()) {
+        record.verification = summary_from_json(object["verification"].toObject());
+    }
+    record.error = object["error"].toString();
+    return record;
+}
+
+QString run_record_path(const QString& result)
+{
+    return product_path(result, "run.json");
+}
+
+bool write_run_record(const QString& result, const run_record& record, QString& error)
+{
+    const QString path = run_record_path(result);
+    QDir().mkpath(QFileInfo(path).path());
+    QSaveFile file(path);
+    const QByteArray text = QJsonDocument(run_record_to_json(record)).toJson();
+    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit()) {
+        return true;
+    }
+    error = path + QStringLiteral(": ") + file.errorString();
+    return false;
+}
+
+std::optional<run_record> read_run_record(const QString& result, QString& error)
+{
+    QFile file(run_record_path(result));
+    if (!file.exists()) {
+        return std::nullopt;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = file.fileName() + QStringLiteral(": ") + file.errorString();
+        return std::nullopt;
+    }
+    QJsonParseError problem;
+    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &problem);
+    if (!document.isObject()) {
+        error = file.fileName() + QStringLiteral(": this is no run record (") +
+                (document.isNull() ? problem.errorString() : QStringLiteral("no object")) + QLatin1Char(')');
+        return std::nullopt;
+    }
+    return run_record_from_json(document.object());
+}

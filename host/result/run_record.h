@@ -1,0 +1,87 @@
+#pragma once
+
+#include "host/result/manifest.h"
+
+#include <QDateTime>
+#include <QJsonObject>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <array>
+#include <optional>
+
+/// What a verification found, in numbers.
+struct verification_summary
+{
+    qint64 files = 0;                                       ///< entries of the manifest
+    qint64 bytes = 0;                                       ///< their size
+    std::array<qint64, entry_status_names.size()> totals{}; ///< entries by entry_status
+    bool whole = false;                                     ///< nothing is missing, different or unreadable
+    QDateTime finished;                                     ///< UTC
+
+    bool operator==(const verification_summary&) const = default;
+};
+
+/// What a run did for one user.
+struct user_record
+{
+    QString name;
+    qint64 account_store_rows = 0;  ///< accounts read from the account store
+    qint64 mail_directory_rows = 0; ///< account folders of the Mail directory
+    qint64 files_copied = 0;        ///< of the Mail directory's copy
+    qint64 bytes = 0;
+
+    bool operator==(const user_record&) const = default;
+};
+
+/// One run as RESULT/mail-extract/run.json tells it. A run writes it before its work begins, with the status "running",
+/// and again at its end; one that was killed is recognised by that status.
+struct run_record
+{
+    QString program_name;
+    QString program_version;
+    QString plugin_path;
+    QString plugin_version;
+    QString plugin_sha256;                      ///< lower-case hexadecimal; empty when the library could not be read
+    QString status = QStringLiteral("running"); ///< or "finished", "cancelled", "failed"
+    std::optional<int> exit_code;               ///< nothing while running
+    QStringList command_line;
+    QString host_name;
+    QString host_system;
+    QString host_architecture;
+    QString examiner;  ///< login name
+    QString time_zone; ///< IANA name and offset
+    QDateTime started;
+    QDateTime ended; ///< invalid while running
+    QString source;  ///< absolute
+    QString result;  ///< absolute
+    QJsonObject options;
+    QList<user_record> users;
+    QString log_path;
+    bool log_enciphered = false;
+    qint64 log_failures = 0;
+    QStringList log_failure_lines; ///< the first of them
+    std::optional<verification_summary> verification;
+    QString error; ///< one line; empty when nothing kept the run from its work
+
+    /// Adds what went wrong to `error`, behind what did so earlier.
+    void add_error(const QString& text) { error += error.isEmpty() ? text : QStringLiteral("; ") + text; }
+};
+
+/// Returns a record of a run that begins now on this machine: program, host, examiner, times and command line filled
+/// in.
+run_record begin_run_record(const QStringList& command_line);
+
+/// Returns the record as the object that run.json holds.
+QJsonObject run_record_to_json(const run_record& record);
+/// Reads such an object; fields it lacks keep their initial values, fields it has beyond are not kept.
+run_record run_record_from_json(const QJsonObject& object);
+
+/// Returns the path of a result's run.json.
+QString run_record_path(const QString& result);
+/// Writes RESULT/mail-extract/run.json in one step, so that at any time either the old one or the new one is there.
+/// False, with one line in `error`, when that fails.
+bool write_run_record(const QString& result, const run_record& record, QString& error);
+/// Reads it; nothing when there is none, and nothing with one line in `error` when it cannot be read.
+std::optional<run_record> read_run_record(const QString& result, QString& error);

@@ -1,0 +1,137 @@
+#include "host/result/show_command.h"
+
+#include "host/terminal/console.h"
+#include "host/terminal/exit_codes.h"
+#include "host/result/result_database.h"
+#include "host/result/result_paths.h"
+#include "host/text/text_table.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QVariant>
+
+namespace {
+
+constexpr qsizetype page_width = 100;
+
+// Wide enough for a date, a version directory and the end of a name.
+constexpr qsizetype folder_column = 36;
+
+/// Leaves off what the folders of all rows begin with; a folder that lies elsewhere stays as it is.
+QString short_folder(const QString& folder, const QString& user)
+{
+    const QString copies = QLatin1Char('/') + QLatin1String(copies_directory) + QLatin1Char('/');
+    const QString dated = copies + QStringLiteral("Apple_Mail_Extractor_%1_").arg(user);
+    if (folder.startsWith(dated)) {
+        return QChar(u'…') + folder.mid(dated.size());
+    }
+    return folder.startsWith(copies) ? folder.mid(copies.size()) : folder;
+}
+
+QString text_for_person(const QString& text)
+{
+    return text.isEmpty() ? QStringLiteral("-") : text;
+}
+
+void print_table(QSqlQuery& rows)
+{
+    const QList<table_column> columns{{QStringLiteral("#"), true},
+                                      {QStringLiteral("user"), false, narrow_column},
+                                      {QStringLiteral("account"), false, narrow_column},
+                                      {QStringLiteral("type")},
+                                      {QStringLiteral("files"), true},
+                                      {QStringLiteral("folder"), false, folder_column}};
+    QList<QStringList> texts;
+    while (rows.next()) {
+        QStringList& row = texts.emplaceBack();
+        for (const char* column : {"INT", "system_user", "account", "account_type", "files_copied"}) {
+            row.append(text_for_person(rows.value(QLatin1String(column)).toString()));
+        }
+        row.append(text_for_person(short_folder(rows.value(QStringLiteral("dest_path")).toString(),
+                                                rows.value(QStringLiteral("system_user")).toString())));
+    }
+    if (!texts.isEmpty()) {
+        print_line(QStringLiteral("folders below /%1, where … is Apple_Mail_Extractor_<user>_")
+                       .arg(QLatin1String(copies_directory)));
+    }
+    for (const QString& line : table_lines(columns, texts, page_width)) {
+        print_line(line);
+    }
+}
+
+QByteArray csv_field(const QString& text)
+{
+    QByteArray field = text.toUtf8();
+    const bool needs_quotes =
+        field.contains('"') || field.contains(',') || field.contains('\r') || field.contains('\n');
+    return needs_quotes ? '"' + field.replace("\"", "\"\"") + '"' : field;
+}
+
+void print_csv(QSqlQuery& rows)
+{
+    const QSqlRecord columns = rows.record();
+    const auto print_record = [&columns](auto field_text) {
+        QByteArrayList fields;
+        for (int i = 0; i < columns.count(); ++i) {
+            fields.append(csv_field(field_text(i)));
+        }
+        print_bytes(fields.join(',') + "\r\n");
+    };
+    print_record([&columns](int i) { return columns.fieldName(i); });
+    while (rows.next()) {
+        print_record([&rows](int i) { return rows.value(i).toString(); });
+    }
+}
+
+/// Counts are kept as text by the table's declaration; a reader of JSON expects them as numbers.
+QJsonValue json_value(const QString& column, const QVariant& value)
+{
+    if (value.isNull()) {
+        return QJsonValue::Null;
+    }
+    bool is_number = false;
+    const qint64 number = value.toLongLong(&is_number);
+    const bool counts = column == QLatin1String("INT") || column == QLatin1String("bookmark") ||
+                        column == QLatin1String("files_copied");
+    return counts && is_number ? QJsonValue(number) : QJsonValue(value.toString());
+}
+
+QByteArray json_text(const QJsonValue& value)
+{
+    const QByteArray in_array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return in_array.mid(1, in_array.size() - 2);
+}
+
+void print_json(QSqlQuery& rows)
+{
+    const QSqlRecord columns = rows.record();
+    QByteArray separator = "[";
+    while (rows.next()) {
+        QByteArrayList members;
+        for (int i = 0; i < columns.count(); ++i) {
+            const QString name = columns.fieldName(i);
+            members.append(json_text(name) + ": " + json_text(json_value(name, rows.value(i))));
+        }
+        print_bytes(separator + "\n  {" + members.join(", ") + '}');
+        separator = ",";
+    }
+    print_bytes(separator == "[" ? "[]\n" : "\n]\n");
+}
+
+} // namespace
+
+int show_command(const show_options& options)
+{
+    const result_database database(options.result);
+    QSqlQuery rows = database.query(QStringLiteral("SELECT * FROM accounts ORDER BY INT"));
+    if (options.format == QLatin1String("csv")) {
+        print_csv(rows);
+    } else if (options.format == QLatin1String("json")) {
+        print_json(rows);
+    } else {
+        print_table(rows);
+    }
+    return exit_code::whole;
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "host/terminal/progress.h"
+#include "host/source/source_users.h"
+
+#include <QList>
+#include <QString>
+
+class plugin_library;
+
+/// The one scheme whose sources the plug-in looks into for mail.
+inline constexpr QLatin1String macos_scheme("macOS");
+
+/// What the plug-in is told about the case.
+struct extraction_settings
+{
+    QString source_root; ///< with a trailing "/"
+    QString result_directory;
+    QString source_type;
+    QString scheme;
+    QString system_version;
+    int source_number = 1;
+    int engine_type = 0;
+    bool clear = false;    ///< empty the result table first
+    bool as_suite = false; ///< one run for all users, with nothing but what a host suite sets
+    QString log_path;
+    bool log_enciphered = false;
+    QList<source_user> users;
+};
+
+/// Runs the plug-in over all users of the settings and shows how far it is. Returns early when interrupted; what is
+/// done by then stays. The plug-in tells its failures in its log only.
+void extract(const plugin_library& library, const extraction_settings& settings, progress_style style);

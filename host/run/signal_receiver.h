@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/files/file_amount.h"
+
+#include <QObject>
+
+#include <functional>
+
+class apple_mail_extractor;
+
+/// Listens to one plug-in object: hands on how much is copied, and cancels the extraction when the user interrupts it.
+/// Lives no longer than the plug-in object.
+class signal_receiver : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `on_copied` is called with the copies attempted by this object so far.
+    signal_receiver(apple_mail_extractor& plugin, std::function<void(file_amount)> on_copied);
+
+private slots:
+    void slot_records(qint64 records);
+    void slot_tabs(int tab_count);
+    void slot_copied(qint64 files, qint64 bytes);
+
+private:
+    void cancel_when_interrupted();
+
+    apple_mail_extractor& plugin;
+    std::function<void(file_amount)> on_copied;
+};

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "host/result/run_record.h"
+
+/// Prints what a run found, by user, for a person.
+void print_run_summary(const run_record& record);
+
+/// Says on standard error what keeps a run from being whole: the failures of the log with the first few lines, errors,
+/// a cancellation, or that there was nothing to extract. Nothing when it is whole.
+void complain_about_run(const run_record& record);

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "host/source/copy_forecast.h"
+#include "host/files/quiet_reading.h"
+
+#include <map>
+#include <set>
+#include <utility>
+#include <vector>
+
+/// Goes where a copy of directory trees would go: into every directory that is not hidden, through links too, but
+/// not out of the source and not round a cycle. Each real directory is read once, however many links lead to it, so
+/// that a source made to waste time cannot.
+class copy_walk
+{
+public:
+    /// Files and what they take; sums stop at a number that no file system reaches.
+    struct amount
+    {
+        qint64 files = 0;
+        qint64 bytes = 0;
+        qint64 room = 0; ///< bytes when every file counts in whole allocation units
+
+        amount& operator+=(const amount& other);
+    };
+
+    /// What the copy of a directory's content takes.
+    struct extent
+    {
+        amount tree;
+        amount accounts;    ///< the account folders below it, which are copied once more
+        amount identifiers; ///< the folders directly in it that are named by an identifier
+    };
+
+    explicit copy_walk(const QByteArray& source_root);
+
+    /// Examines the links on the way from the source's root to `path` below it. False when one leaves the source.
+    bool follow_way(const QByteArray& path);
+    /// Walks a Mail directory, in which only folders are copied. An absent one has no extent.
+    extent walk_mail_directory(const QByteArray& mail_directory);
+    /// Returns the problems met so far, each link once.
+    const std::vector<link_problem>& problems() const { return found; }
+
+private:
+    using identity = std::pair<quint64, quint64>;
+
+    enum class depth
+    {
+        mail_directory,
+        below
+    };
+
+    /// A directory whose content is being looked at.
+    struct open_directory
+    {
+        QByteArray path;
+        QByteArray name; ///< in the directory that it is reached from
+        identity id;
+        depth where = depth::below;
+        bool is_link = false; ///< reached through the last of `followed_links`
+        std::vector<named_entry> entries = {};
+        std::size_t next = 0;
+        extent sum = {};
+    };
+
+    extent walk(open_directory start);
+    void take(const QByteArray& directory, depth where, const named_entry& entry);
+    void take_link(const QByteArray& link, depth where, const QByteArray& name);
+    bool enter(open_directory inner);
+    void add_to_parent(const extent& content, const QByteArray& name, bool is_link);
+    extent close();
+    bool stays_inside(const QByteArray& link, const QByteArray& target);
+    void report(const QByteArray& link, const QByteArray& target, link_problem_kind kind);
+
+    QByteArray root; ///< as given
+    QByteArray resolved_root;
+    std::vector<link_problem> found;
+    std::set<QByteArray> reported;
+    std::set<identity> being_walked;
+    std::map<identity, extent> walked;
+    // Held here rather than in calls of calls: links can lead deeper than any stack of calls.
+    std::vector<open_directory> open;         ///< from the Mail directory to where the walk is now
+    std::vector<link_problem> followed_links; ///< on the way there
+};

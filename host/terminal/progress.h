@@ -1,0 +1,44 @@
+#pragma once
+
+#include "host/files/file_amount.h"
+
+#include <QElapsedTimer>
+#include <QString>
+
+/// How progress is shown on standard error.
+enum class progress_style
+{
+    silent,
+    bar,  ///< one line that is drawn anew, for a terminal
+    lines ///< a line every ten seconds
+};
+
+/// Returns the style for this process: silent when asked for, a bar on a terminal, lines elsewhere.
+progress_style progress_style_for(bool quiet);
+
+/// Shows how far a long work with files is: bytes, files, rate and time left.
+class progress
+{
+public:
+    /// `label` names the work ("copying"); a total of nothing shows no share and no time left.
+    progress(QString label, file_amount total, progress_style style);
+    ~progress();
+    progress(const progress&) = delete;
+    progress& operator=(const progress&) = delete;
+
+    /// Takes what is done so far and shows it when it is time to; cheap enough to be called for every file.
+    void update(file_amount done);
+    /// Ends the display and removes the bar; later updates show nothing.
+    void finish();
+
+private:
+    QString status_text(int columns) const;
+    double share_done() const;
+
+    QString label;
+    file_amount total;
+    file_amount done;
+    progress_style style;
+    QElapsedTimer since_start;
+    QElapsedTimer since_shown;
+};

@@ -1,0 +1,126 @@
+#include "host/verify/copy_comparison.h"
+
+#include "host/files/file_tree.h"
+#include "host/text/utf8.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+void judge(manifest_entry& entry, entry_status status, const QByteArray& reason)
+{
+    entry.status = status;
+    entry.reason = entry.reason.isEmpty() ? reason : entry.reason + "; " + reason;
+}
+
+QByteArray why_missing(const manifest_entry& entry)
+{
+    if (entry.copy.isEmpty()) {
+        return "the result has no copy of this directory";
+    }
+    if (!is_utf8(entry.path)) {
+        return "not copied: the name is not valid UTF-8";
+    }
+    return "not copied";
+}
+
+bool read_source(copy_pair& pair, quiet_file& source, file_hasher& hasher, const std::function<bool(qint64)>& go_on)
+{
+    manifest_entry& entry = pair.entry;
+    if (!source.error.isEmpty()) {
+        judge(entry, entry_status::unreadable, "source: " + source.error.toUtf8());
+        return true;
+    }
+    const file_hasher::outcome read = hasher.hash(source.descriptor.get(), go_on);
+    if (read.stopped) {
+        return false;
+    }
+    entry.modified_ns = source.facts.modified_ns;
+    entry.size = read.error == 0 ? read.bytes : source.facts.size;
+    if (read.error == 0) {
+        entry.source_sha256 = read.digest;
+    } else {
+        judge(entry, entry_status::unreadable, "source: " + system_error_text(read.error).toUtf8());
+    }
+    return true;
+}
+
+void give_modification_time(copy_pair& pair, const quiet_file& copy)
+{
+    manifest_entry& entry = pair.entry;
+    if (copy.facts.modified_ns == entry.modified_ns) {
+        return;
+    }
+    constexpr qint64 second = 1'000'000'000;
+    const qint64 fraction = (entry.modified_ns % second + second) % second;
+    std::array<timespec, 2> times{};
+    times[0].tv_nsec = UTIME_OMIT;
+    times[1].tv_sec = static_cast<time_t>((entry.modified_ns - fraction) / second);
+    times[1].tv_nsec = static_cast<long>(fraction);
+    // Through the open file, so that it is certainly the one whose bytes were compared.
+    if (::futimens(copy.descriptor.get(), times.data()) == 0) {
+        return;
+    }
+    pair.time_refused = true;
+    judge(entry, entry.status, "modification time not set: " + system_error_text(errno).toUtf8());
+}
+
+bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy, file_hasher& hasher,
+               const std::function<bool(qint64)>& go_on)
+{
+    manifest_entry& entry = pair.entry;
+    if (copy.facts.device == source.facts.device && copy.facts.inode == source.facts.inode) {
+        judge(entry, entry_status::different, "what stands for the copy is the source file itself");
+        return true;
+    }
+    const file_hasher::outcome read = hasher.hash(copy.descriptor.get(), go_on);
+    if (read.stopped) {
+        return false;
+    }
+    if (read.error != 0) {
+        judge(entry, entry_status::unreadable, "copy: " + system_error_text(read.error).toUtf8());
+        return true;
+    }
+    entry.copy_sha256 = read.digest;
+    if (entry.copy_sha256 == entry.source_sha256) {
+        give_modification_time(pair, copy);
+    } else if (read.bytes == entry.size) {
+        judge(entry, entry_status::different, "same size, other content");
+    } else {
+        judge(entry, entry_status::different,
+              "the copy has " + QByteArray::number(read.bytes) + " of " + QByteArray::number(entry.size) + " bytes");
+    }
+    return true;
+}
+
+} // namespace
+
+bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& result, file_hasher& hasher,
+                   const std::function<bool(qint64 bytes)>& go_on)
+{
+    manifest_entry& entry = pair.entry;
+    if (pair.task == pair_task::nothing) {
+        return true;
+    }
+    quiet_file original = quiet_open(child_path(source, entry.path), pair.links);
+    if (!read_source(pair, original, hasher, go_on)) {
+        return false;
+    }
+    if (!entry.source_sha256 || pair.task == pair_task::hash_source) {
+        return true;
+    }
+
+    const QByteArray copy_path = child_path(result, entry.copy);
+    const quiet_file copy = entry.copy.isEmpty() ? quiet_file() : quiet_open(copy_path, link_handling::keep);
+    if (copy.descriptor.is_open()) {
+        return read_copy(pair, original, copy, hasher, go_on);
+    }
+    if (entry.copy.isEmpty() || quiet_stat(copy_path).kind == entry_kind::absent) {
+        judge(entry, entry_status::missing, why_missing(entry));
+    } else {
+        judge(entry, entry_status::unreadable, "copy: " + copy.error.toUtf8());
+    }
+    return true;
+}

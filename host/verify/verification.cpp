@@ -1,0 +1,92 @@
+#include "host/verify/verification.h"
+
+#include "host/result/dated_folders.h"
+#include "host/verify/pair_pipeline.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+QByteArray absolute_path(const QString& path)
+{
+    return QFile::encodeName(QDir(path).absolutePath());
+}
+
+void take_in(verification_result& result, const copy_pair& pair)
+{
+    const manifest_entry& entry = pair.entry;
+    ++result.summary.files;
+    result.summary.bytes += entry.size;
+    ++result.summary.totals[static_cast<std::size_t>(entry.status)];
+    if (is_fault(entry.status) && ++result.failure_count <= qint64(most_named_failures)) {
+        result.failures.push_back(entry);
+    }
+    if (pair.time_refused && ++result.time_refused_count == 1) {
+        result.time_refused = entry;
+    }
+}
+
+} // namespace
+
+file_amount verification_amount(const verification_request& request, const std::function<bool()>& cancelled)
+{
+    const QByteArray source = absolute_path(request.source);
+    const QByteArray result = absolute_path(request.result);
+    file_amount amount;
+    const pair_visitor visitor{[&](copy_pair&& pair) {
+                                   amount += {1, pair.entry.size};
+                                   return amount.files % 1000 != 0 || !cancelled();
+                               },
+                               [](const QByteArray&) { return true; }};
+    const bool complete = walk_copy_pairs(
+        source, result, assign_copies(source, result, request.users, request.unnamed_users).users, visitor);
+    return complete ? amount : file_amount();
+}
+
+verification_result verify_copies(const verification_request& request,
+                                  const std::function<void(qint64 files, qint64 bytes)>& progress,
+                                  const std::function<bool()>& cancelled)
+{
+    const QByteArray source = absolute_path(request.source);
+    const QByteArray result = absolute_path(request.result);
+    copy_assignment assignment = assign_copies(source, result, request.users, request.unnamed_users);
+
+    verification_result found;
+    found.notes = assignment.notes;
+    found.users = static_cast<qint64>(assignment.users.size());
+    if (assignment.users.empty()) {
+        return found;
+    }
+
+    manifest_writer writer;
+    if (!writer.open(QDir(request.result).absoluteFilePath(QStringLiteral("mail-extract")))) {
+        found.error = writer.error();
+        return found;
+    }
+    {
+        const auto finished = [&](const copy_pair& pair) {
+            take_in(found, pair);
+            writer.write(pair.entry);
+        };
+        pair_pipeline pipeline(source, result, {finished, progress, cancelled});
+        const pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); },
+                                   [&](const QByteArray& copy) {
+                                       if (++found.surplus_count <= qint64(most_named_failures)) {
+                                           found.surplus.push_back(copy);
+                                       }
+                                       return true;
+                                   }};
+        found.cancelled = !walk_copy_pairs(source, result, std::move(assignment.users), visitor) || !pipeline.drain();
+    }
+    if (found.cancelled) {
+        return found;
+    }
+    if (!writer.commit()) {
+        found.error = writer.error();
+    }
+    found.summary.whole = found.failure_count == 0;
+    found.summary.finished = QDateTime::currentDateTimeUtc();
+    progress(found.summary.files, found.summary.bytes);
+    return found;
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "host/files/file_amount.h"
+#include "host/result/manifest.h"
+#include "host/result/run_record.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <vector>
+
+struct verification_request
+{
+    QString source;
+    QString result;
+    QStringList users; ///< those of the run; others that have a copy in the result and are in the source take part too
+    bool unnamed_users = true; ///< also users whose names are not UTF-8, whose mail no run can copy
+};
+
+/// What a verification found. "manifest.csv" and "SHA256SUMS" are in place unless it was cancelled, had nothing to
+/// verify, or `error` says what failed.
+struct verification_result
+{
+    verification_summary summary;
+    std::vector<manifest_entry> failures; ///< the first that are missing, different or unreadable
+    qint64 failure_count = 0;             ///< all of them
+    std::vector<QByteArray> surplus;      ///< the first copies without a source, relative to the result
+    qint64 surplus_count = 0;
+    manifest_entry time_refused; ///< the first equal copy that did not take the source's modification time
+    qint64 time_refused_count = 0;
+    QStringList notes; ///< one line for each dated folder that was left out
+    qint64 users = 0;  ///< users verified; 0 when source and result have none in common
+    bool cancelled = false;
+    QString error;
+};
+
+/// The most failures, and the most copies without a source, that a result names.
+inline constexpr std::size_t most_named_failures = 20;
+
+/// Returns what verify_copies() is going to report as done: the files below the Mail directories and their bytes. 0
+/// when `cancelled` ended the look.
+file_amount verification_amount(const verification_request& request, const std::function<bool()>& cancelled);
+
+/// Compares every file below the users' Mail directories with its copy, on all cores, writes RESULT/mail-extract/
+/// "manifest.csv" and "SHA256SUMS", and gives equal copies the source's modification time. `progress` and `cancelled`
+/// are called on the calling thread, several times a second; a cancelled verification leaves earlier files as they
+/// were.
+verification_result verify_copies(const verification_request& request,
+                                  const std::function<void(qint64 files, qint64 bytes)>& progress,
+                                  const std::function<bool()>& cancelled);
+
+/// Returns the lines that tell a person what is not as it should be, without the notes; empty when all is whole. Of
+/// many failures the first are named and the rest is counted.
+QStringList verification_complaints(const verification_result& result);
+/// Returns the line that sums a verification up.
+QString verification_summary_text(const verification_summary& summary);

@@ -1,0 +1,27 @@
+#include "host/verify/verification_progress.h"
+
+#include "host/terminal/console.h"
+#include "host/terminal/interruption.h"
+#include "host/terminal/progress.h"
+
+verification_result verify_with_progress(const verification_request& request, bool quiet)
+{
+    const progress_style style = progress_style_for(quiet);
+    progress shown(
+        QStringLiteral("verifying"),
+        style == progress_style::silent ? file_amount() : verification_amount(request, interruption::requested), style);
+    const verification_result found = verify_copies(
+        request,
+        [&shown](qint64 files, qint64 bytes) {
+            shown.update({files, bytes});
+        },
+        interruption::requested);
+    shown.finish();
+    for (const QString& line : quiet ? QStringList() : found.notes) {
+        complain(line);
+    }
+    for (const QString& line : verification_complaints(found)) {
+        complain(line);
+    }
+    return found;
+}

@@ -1,0 +1,282 @@
+#include "host/result/manifest.h"
+#include "host/report/document.h"
+#include "host/report/data.h"
+#include "host/result/run_record.h"
+#include "tests/common/driven_program.h"
+#include "tests/common/result_fixture.h"
+#include "tests/common/files.h"
+
+#include <QTest>
+#include <QUrl>
+#include <QXmlStreamReader>
+
+namespace {
+
+const QString hostile = "\"><script>alert('x')</script>&amp;\n\t\u0001\u202Eabc\uFFFE";
+const QString dated = "Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_anna_11-21-2026/";
+
+/// A document as an XML parser sees it.
+struct parsed_report
+{
+    QString error;
+    QString text;      ///< all text, style and script included
+    QStringList links; ///< as written
+    int scripts = 0;
+};
+
+parsed_report parsed(const QByteArray& document)
+{
+    parsed_report found;
+    QXmlStreamReader xml(document);
+    while (!xml.atEnd()) {
+        xml.readNext();
+        if (xml.isCharacters()) {
+            found.text += xml.text();
+        }
+        if (!xml.isStartElement()) {
+            continue;
+        }
+        found.scripts += xml.name() == QLatin1String("script") ? 1 : 0;
+        if (xml.name() == QLatin1String("a")) {
+            found.links += xml.attributes().value("href").toString();
+        }
+    }
+    found.error = xml.errorString();
+    return found;
+}
+
+manifest_entry entry(const QByteArray& name, entry_status status, qint64 size, bool has_copy = true)
+{
+    manifest_entry made;
+    made.path = "Users/anna/Library/Mail/" + name;
+    made.copy = has_copy ? dated.toUtf8() + name : QByteArray();
+    made.user = "anna";
+    made.size = size;
+    made.status = status;
+    if (status == entry_status::copied) {
+        made.source_sha256 = made.copy_sha256 = sha256_digest{};
+    }
+    return made;
+}
+
+/// A result directory as a run leaves it, with as little in it as a test asks for.
+class reported_result : public result_fixture
+{
+public:
+    void add_account(const QString& user, const QString& account, const QString& dest_path) const
+    {
+        add_row({0, {}, user, account, "IMAP", 1, dest_path, {}});
+    }
+
+    void write_manifest(const QList<manifest_entry>& entries) const
+    {
+        manifest_writer writer;
+        QVERIFY(writer.open(path("mail-extract")));
+        for (const manifest_entry& one : entries) {
+            writer.write(one);
+        }
+        QVERIFY(writer.commit());
+    }
+
+    /// Writes a file of the result, with its folders.
+    void write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(path(name));
+        QDir().mkpath(QFileInfo(file).path());
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    }
+
+    void write_run(const run_record& record) const
+    {
+        QString error;
+        QVERIFY2(write_run_record(path(), record, error), qPrintable(error));
+    }
+
+    /// Writes the report and returns its bytes.
+    QByteArray report(const QString& output = {}) const
+    {
+        const QString place = output.isEmpty() ? default_report_path(path()) : output;
+        QString error;
+        if (!write_report(path(), place, error)) {
+            qWarning().noquote() << error;
+        }
+        return content_of(place);
+    }
+};
+
+run_record finished_run()
+{
+    run_record run = begin_run_record({"mail-extract", "run"});
+    run.started = run.started.addSecs(-60);
+    run.ended = run.started.addSecs(30);
+    run.status = "finished";
+    run.exit_code = 0;
+    return run;
+}
+
+} // namespace
+
+class tst_report : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void names_cannot_break_out()
+    {
+        const reported_result result;
+        // A name without "/" can be a folder as well.
+        const QString folder_name = QString(hostile).remove('/').remove(QChar(0xFFFE));
+        result.write(dated + folder_name + "/1.emlx", "x");
+        result.add_account(hostile, hostile, "/" + dated + folder_name);
+        result.add_account(hostile, hostile, hostile);
+        manifest_entry lost = entry(hostile.toUtf8() + "\xff", entry_status::missing, 5);
+        lost.reason = hostile.toUtf8();
+        result.write_manifest({lost});
+        run_record run = finished_run();
+        run.status = "failed";
+        run.source = run.error = run.host_name = run.plugin_path = hostile;
+        run.command_line = run.log_failure_lines = {hostile};
+        run.options = {{hostile, hostile}};
+        run.log_failures = 1;
+        result.write_run(run);
+
+        const QByteArray document = result.report();
+        const parsed_report page = parsed(document);
+        QCOMPARE(page.error, QString());
+        QCOMPARE(page.scripts, 1);
+        QCOMPARE(document.count("<script"), 1);
+        QVERIFY(page.text.count("\"><script>alert('x')</script>&amp;\\n\\t\\u{0001}\\u{202e}abc") >= 8);
+        QCOMPARE(page.links.size(), 2); // the one account with a folder, and the manifest
+        for (const char byte : document) {
+            QVERIFY(byte == '\n' || static_cast<unsigned char>(byte) >= 0x20);
+        }
+        for (const char* absent : {"\u202E", "http:", "https:", "src="}) {
+            QVERIFY2(!document.contains(absent), absent);
+        }
+    }
+
+    void links_lead_to_the_folders_data()
+    {
+        QTest::addColumn<QString>("place");
+        QTest::newRow("its own place") << "result/mail-extract/report.html";
+        QTest::newRow("in the result") << "result/report.html";
+        QTest::newRow("beside the result") << "else where/report.html";
+    }
+
+    void links_lead_to_the_folders()
+    {
+        QFETCH(const QString, place);
+        const reported_result result;
+        const QString output = result.directory.filePath(place);
+        QDir().mkpath(QFileInfo(output).path());
+        const QStringList names = {"V9/IMAP-a b@x", "V9/POP-50%25 #1?", "V9/IMAP-\u00fc:u\u0308"};
+        for (const QString& name : names) {
+            result.write(dated + name + "/1.emlx", "x");
+            result.add_account("anna", name, "/" + dated + name);
+        }
+        for (const char* unlinked : {"/Artifacts_Result/gone", "/Artifacts_Result/../../..", "/etc", ""}) {
+            result.add_account("anna", "x", unlinked);
+        }
+
+        const parsed_report page = parsed(result.report(output));
+        QCOMPARE(page.links.size(), names.size());
+        for (qsizetype i = 0; i < names.size(); ++i) {
+            const QUrl link = QUrl::fromLocalFile(output).resolved(QUrl(page.links[i], QUrl::StrictMode));
+            QVERIFY(QUrl(page.links[i], QUrl::StrictMode).isRelative());
+            QCOMPARE(QDir::cleanPath(link.toLocalFile()), QDir::cleanPath(result.path(dated + names[i])));
+        }
+    }
+
+    void amounts_come_from_manifest_or_folder()
+    {
+        const reported_result result;
+        for (const QString folder : {"V9/IMAP-a", "V9/IMAP-a/IMAP-b"}) {
+            result.write(dated + folder + "/1", QByteArray(10, 'x'));
+            result.add_account("anna", folder, "/" + dated + folder);
+        }
+        // Files, bytes and what is not copied: of the outer folder, of the inner one, of the user.
+        const auto amounts = [&result] {
+            QList<qint64> found;
+            QString error;
+            const report_user anna =
+                load_report_data(QDir::cleanPath(result.path()), error).value_or(report_data()).users.value(0);
+            for (const report_amount& amount :
+                 {anna.accounts.value(0).amount, anna.accounts.value(1).amount, anna.mail_tree}) {
+                found << amount.files << amount.bytes << amount.not_copied;
+            }
+            return found;
+        };
+        QCOMPARE(amounts(), (QList<qint64>{2, 20, 0, 1, 10, 0, 3, 30, 0}));
+        result.write_manifest({entry("V9/.x", entry_status::hidden, 7, false),
+                               entry("V9/IMAP-a/1", entry_status::copied, 100),
+                               entry("V9/IMAP-a/IMAP-b/1", entry_status::different, 200),
+                               entry("V9/IMAP-a2/3", entry_status::copied, 1000)});
+        QCOMPARE(amounts(), (QList<qint64>{2, 300, 1, 1, 200, 1, 3, 1300, 1}));
+    }
+
+    void a_large_manifest_stays_light()
+    {
+        const reported_result result;
+        result.add_account("anna", "a", "/" + dated + "V9");
+        QList<manifest_entry> entries;
+        for (int i = 0; i < 99'000; ++i) {
+            entries += entry("V9/" + QByteArray::number(i), i < 50'000 ? entry_status::copied : entry_status::link, 1);
+        }
+        for (int i = 0; i < 1'000; ++i) {
+            entries += entry("V9/z" + QByteArray::number(i), entry_status::missing, 1);
+        }
+        result.write_manifest(entries);
+        const QByteArray document = result.report();
+        const parsed_report page = parsed(document);
+        QCOMPARE(page.error, QString());
+        QVERIFY2(document.size() < 2'000'000, qPrintable(QString::number(document.size())));
+        QVERIFY(page.text.contains("The first 2,000 of 50,000 are shown"));
+        // The faults come last by path, and all of them are there; then links fill up the rest.
+        QCOMPARE(page.text.count("Library/Mail/V9/z"), 1'000);
+        QCOMPARE(page.text.count("Users/anna/Library/Mail/V9/"), 2'000);
+        QCOMPARE(page.links.count("manifest.csv"), 2);
+    }
+
+    void a_result_that_is_not_whole_says_so_data()
+    {
+        QTest::addColumn<QString>("status"); // empty for no run record
+        QTest::addColumn<bool>("has_manifest");
+        QTest::addColumn<QString>("said");
+        QTest::addColumn<bool>("is_whole");
+        const auto row = [](const char* status, bool has_manifest, const QString& said, bool is_whole) {
+            QTest::addRow("%s: %s", status, qPrintable(said)) << QString(status) << has_manifest << said << is_whole;
+        };
+        row("finished", true, "has the bytes of its source: 1 files", true);
+        row("running", false, "its record still says \"running\"", false);
+        row("running", false, "Source Db opening --------FAILED-------", false);
+        row("cancelled", true, "This run was cancelled", false);
+        row("failed", false, "This run failed: disk full", false);
+        row("finished", false, "The copies are not verified", false);
+        row("", true, "no run record there", true);
+    }
+
+    void a_result_that_is_not_whole_says_so()
+    {
+        QFETCH(const QString, status);
+        QFETCH(const bool, has_manifest);
+        const reported_result result;
+        run_record run = finished_run();
+        run.status = status;
+        run.error = "disk full";
+        if (!status.isEmpty()) {
+            result.write_run(run);
+        }
+        result.write("mail-extract/log.txt", "starts\nSource Db opening --------FAILED------- x\n");
+        if (has_manifest) {
+            result.write_manifest({entry("V9/1", entry_status::copied, 1)});
+        }
+        const parsed_report page = parsed(result.report());
+        QCOMPARE(page.error, QString());
+        QFETCH(const QString, said);
+        QVERIFY2(page.text.contains(said), qPrintable(said));
+        QTEST(page.text.contains("Every copy that is due is there"), "is_whole");
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_report)
+#include "tst_report.moc"

@@ -1,0 +1,412 @@
+#include "tests/common/evidence_source.h"
+#include "tests/common/driven_program.h"
+#include "tests/common/files.h"
+
+#include <QDate>
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QLibraryInfo>
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const QString anna_folder = "6F9619FF-8B86-D011-B42D-00CF4FC964FF";
+const QString ben_folder = "A8098C1A-F86E-11DA-BD1A-00112444BE1E";
+
+/// anna has mail in V10 and nothing older, ben in V9 and V8; each has an account store that knows one folder.
+void add_two_users(const evidence_source& source)
+{
+    source.add_mail("anna", "V10/" + anna_folder + "/1.emlx|V10/IMAP-work@imap.example.org/2.emlx");
+    source.add_store("anna", "1:" + anna_folder + "::anna@example.com");
+    source.add_mail("ben", "V9/" + ben_folder + "/1.emlx|V8/" + ben_folder + "/2.emlx|V8/.hidden");
+    source.add_store("ben", "1:" + ben_folder + "::ben@example.com");
+    source.add_file("Users/Shared/Library/Mail/V9/IMAP-shared/1.emlx");
+    source.add_file("Users/.ghost/Library/Mail/V9/IMAP-ghost/1.emlx");
+}
+
+QStringList arguments_for(const evidence_source& source, const QStringList& further)
+{
+    return QStringList{"run", "--source", source.root(), "--result", source.result()} + further;
+}
+
+program_result run(const evidence_source& source, const QStringList& further = {})
+{
+    return run_program(arguments_for(source, further));
+}
+
+/// The rows as "user/account/type/source", in their order.
+QStringList rows_of(const QString& result)
+{
+    QStringList rows;
+    for (const QJsonValue row : run_program({"show", "--result", result, "--format", "json"}).json().array()) {
+        rows.append(QStringList{row["system_user"].toString(), row["account"].toString(),
+                                row["account_type"].toString(), row["source_count_name"].toString()}
+                        .join('/'));
+    }
+    return rows;
+}
+
+QString product(const evidence_source& source, const char* name)
+{
+    return source.result() + "/mail-extract/" + name;
+}
+
+QString copies(const evidence_source& source, const QString& folder = {})
+{
+    return source.result() + "/Artifacts_Result/Apple_Mail_Extractor/" + folder;
+}
+
+QString copies_of_today(const evidence_source& source, const QString& user)
+{
+    return copies(source, "Apple_Mail_Extractor_" + user + QDate::currentDate().toString("_MM-dd-yyyy"));
+}
+
+qsizetype files_below(const QString& directory)
+{
+    std::error_code ignored;
+    const fs::recursive_directory_iterator entries(directory.toStdString(), ignored);
+    return std::count_if(begin(entries), end(entries), [](const auto& entry) { return entry.is_regular_file(); });
+}
+
+void add_files(const evidence_source& source, int count)
+{
+    const QString first = source.add_file("Users/anna/Library/Mail/V9/m.mbox/0.emlx", QByteArray(4096, 'x'));
+    for (int i = 1; i < count; ++i) {
+        fs::create_hard_link(first.toStdString(), (QFileInfo(first).path() + "/%1.emlx").arg(i).toStdString());
+    }
+}
+
+/// Starts a run and ends it in the middle of its copies.
+program_result ended_in_copy(const evidence_source& source, int signal_number)
+{
+    QProcess program;
+    program.start(MAIL_EXTRACT_PROGRAM, arguments_for(source, {}));
+    const auto has_begun = [&source] { return files_below(copies(source)) > 10; };
+    const bool in_copy = QTest::qWaitFor(has_begun, 20'000);
+    ::kill(static_cast<pid_t>(program.processId()), in_copy ? signal_number : SIGKILL);
+    return ending_of(program);
+}
+
+} // namespace
+
+class tst_run : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void refusals_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        QTest::addColumn<int>("exit_code");
+        QTest::addColumn<QString>("message");
+        const auto row = [](const char* name, const QString& arguments, int exit_code, const QString& message) {
+            QTest::newRow(name) << arguments << exit_code << message;
+        };
+        const QString run = "run --source SOURCE --result RESULT ";
+        const QString a_library = QLibraryInfo::path(QLibraryInfo::LibrariesPath) + "/libQt6Core.so.6";
+        row("no command", "", 2, "subcommand");
+        row("unknown engine", run + "--engine x", 2, "--engine");
+        row("clear and append", run + "--clear --append", 2, "--append");
+        row("no source", "run --source SOURCE/no --result RESULT", 1, "SOURCE/no: no such directory");
+        row("file as source", "run --source SOURCE/a\nfile --result RESULT", 1, "SOURCE/a\\nfile: not a directory");
+        row("result in source", "run --source SOURCE --result SOURCE/a/b", 1, "SOURCE/a/b: it lies inside the source");
+        row("log in source", run + "--log SOURCE/log", 1, "SOURCE/log: it lies inside the source");
+        row("result by a link", "run --source SOURCE --result RESULT/link/new", 1, "RESULT/link/new: it lies inside");
+        row("log by a link", run + "--log RESULT/log", 1, "RESULT/log: it lies inside the source");
+        row("source in copies", "run --clear --source RESULT/Artifacts_Result/Apple_Mail_Extractor/V9 --result RESULT",
+            1, "cannot clear RESULT/Artifacts_Result/Apple_Mail_Extractor: the source");
+        row("no plug-in", run + "--plugin SOURCE/absent.so", 1, "SOURCE/absent.so: no such file");
+        row("file as plug-in", run + "--plugin SOURCE/a\nfile", 1, "cannot load the plug-in SOURCE/a\\nfile: ");
+        if (QFile::exists(a_library)) {
+            row("library as plug-in", run + "--plugin " + a_library, 1, "create_object");
+        }
+        row("unknown user", run + "--user Ben", 1, "Ben");
+        row("no Mail directory", run + "--user nomail", 4, "no Mail directory found below SOURCE/Users");
+        row("no users", "run --source SOURCE/Users --result RESULT", 4, "no Mail directory found below SOURCE/Users");
+        row("survey of nothing", "survey --source SOURCE/no", 1, "SOURCE/no");
+        row("survey of a file", "survey --source SOURCE/a\nfile", 1, "SOURCE/a\\nfile");
+        row("verify nothing", "verify --source SOURCE/no --result RESULT", 1, "SOURCE/no: not a directory");
+        row("verify in source", "verify --source SOURCE --result SOURCE/Users", 1, "SOURCE/Users: it lies inside");
+        row("verify without copies", "verify --source SOURCE --result RESULT", 4, "no Mail directory of which RESULT");
+        row("decipher nothing", "decipher SOURCE/no", 1, "SOURCE/no");
+        row("show nothing", "show --result RESULT", 1, "RESULT/Artifacts_Result");
+    }
+
+    void refusals()
+    {
+        const evidence_source source;
+        add_two_users(source);
+        source.add_file("a\nfile");
+        source.add_file("Users/nomail/file");
+        QVERIFY(QDir().mkpath(copies(source, "V9")));
+        QVERIFY(QFile::link(source.root() + "Users", source.result() + "/link"));
+        QVERIFY(QFile::link(source.root() + "dangling", source.result() + "/log"));
+        const QString root = QDir::cleanPath(source.root());
+        const auto named = [&](QString text) {
+            return text.replace("SOURCE", root).replace("RESULT", source.result());
+        };
+        QFETCH(QString, arguments);
+        QFETCH(int, exit_code);
+        QFETCH(QString, message);
+        const qsizetype files = files_below(root);
+
+        const program_result refused = run_program(named(arguments).split(' ', Qt::SkipEmptyParts));
+        QCOMPARE(refused.exit_code, exit_code);
+        QVERIFY2(refused.errors.contains(named(message).toUtf8()), refused.errors);
+        QVERIFY2(exit_code == 2 || refused.errors.count('\n') == 1, refused.errors);
+        QVERIFY(refused.output.isEmpty());
+        QCOMPARE(files_below(source.result()), 0);
+        QCOMPARE(files_below(root), files);
+    }
+
+    void link_out_of_the_source()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V9/");
+        source.add_link("V9/out", source.result());
+        const program_result guarded = run(source);
+        QCOMPARE(guarded.exit_code, 1);
+        QVERIFY2(guarded.errors.contains("V9/out -> " + source.result().toUtf8() + ", which lies outside"),
+                 guarded.errors);
+        QVERIFY(!QFile::exists(copies(source)));
+    }
+
+    void one_object_a_user_or_one_for_all()
+    {
+        const evidence_source source;
+        add_two_users(source);
+        const QString ben = "ben/ben@example.com//Source1";
+        const QString anna = "anna/anna@example.com//Source1";
+        const QString anna_imap = "anna/work@example.org/IMAP/Source1";
+        const program_result whole = run(source, {"--json", "--engine", "live"});
+        QVERIFY2(whole.exit_code == 0 && whole.errors.isEmpty(), whole.errors);
+        // The second Mail version of the second user has his own account store too.
+        QCOMPARE(rows_of(source.result()), (QStringList{anna, anna_imap, ben, ben}));
+        QVERIFY(content_of(product(source, "log.txt")).contains("][KAVRO_LIVE]["));
+        QVERIFY(!content_of(product(source, "log.txt")).contains("FAILED"));
+        const QJsonObject summary = whole.json().object();
+        const QJsonValue first_user = summary["users"].toArray().at(0);
+        QCOMPARE(first_user["name"].toString(), "anna");
+        QCOMPARE(first_user["accounts"]["account_store"].toInt(), 1);
+        QCOMPARE(first_user["accounts"]["mail_directory"].toInt(), 1);
+        QCOMPARE(first_user["files_copied"].toInt(), 2);
+        QCOMPARE(summary["exit_code"].toInt(-1), 0);
+
+        const evidence_source as_suite;
+        add_two_users(as_suite);
+        const program_result one_run = run(as_suite, {"--as-suite"});
+        QVERIFY2(one_run.exit_code == 0 && one_run.errors.isEmpty(), one_run.errors);
+        QVERIFY2(one_run.output.contains("ben"), one_run.output);
+        const QStringList rows = rows_of(as_suite.result());
+        QVERIFY2(!rows.contains(anna), "V10 is looked into without being asked for");
+        QVERIFY(rows.contains(anna_imap) && rows.contains(ben));
+        QCOMPARE(content_of(product(as_suite, "log.txt")).count("pub_extract_artifacts]:-- START"), 1);
+    }
+
+    void one_result_again_and_again()
+    {
+        const evidence_source source;
+        add_two_users(source);
+        const QStringList ben{"ben/ben@example.com//Source7", "ben/ben@example.com//Source7"};
+        QCOMPARE(run(source, {"--user", "ben", "--source-number", "7"}).exit_code, 0);
+        QCOMPARE(rows_of(source.result()), ben);
+        QVERIFY(QFile::exists(copies_of_today(source, "ben")) && !QFile::exists(copies_of_today(source, "anna")));
+
+        const program_result refused = run(source);
+        QCOMPARE(refused.exit_code, 1);
+        QVERIFY2(refused.errors.contains(".sqlite already holds accounts: --clear"), refused.errors);
+        const QByteArray plain_log = content_of(product(source, "log.txt"));
+        const program_result appended = run(source, {"--append", "--json", "--log-encrypted"});
+        QCOMPARE(appended.exit_code, 0);
+        QCOMPARE(rows_of(source.result()).size(), 2 + 4);
+        // The summary tells of this run's rows.
+        QCOMPARE(appended.json()["users"].toArray().at(1)["accounts"]["account_store"].toInt(), 2);
+        QVERIFY2(appended.errors.contains("log.txt.1"), appended.errors);
+        QCOMPARE(content_of(product(source, "log.txt.1")), plain_log);
+        const program_result deciphered = run_program({"decipher", product(source, "log.txt")});
+        QVERIFY2(deciphered.exit_code == 0 && deciphered.output.contains("]:-- ends\n"), deciphered.errors);
+
+        const program_result quiet = run(source, {"--clear", "--quiet"});
+        QVERIFY2(quiet.exit_code == 0 && quiet.errors.isEmpty(), quiet.errors);
+        QCOMPARE(rows_of(source.result()).size(), 4);
+        QCOMPARE(run(source, {"--clear", "--scheme", "winOS"}).exit_code, 4);
+        QCOMPARE(rows_of(source.result()), QStringList());
+    }
+
+    void failures()
+    {
+        const evidence_source source;
+        add_two_users(source);
+        // A user that no path of text leads to, where the file system takes such a name.
+        const fs::path odd_user = source.root().toStdString() + "Users/b\xff"
+                                                                "d";
+        std::error_code refused;
+        fs::create_directory(odd_user, refused);
+        const program_result left_out = run(source);
+        fs::remove_all(odd_user);
+        QCOMPARE(left_out.exit_code, refused ? 0 : 3);
+        QVERIFY2(refused || left_out.errors.contains("not UTF-8"), left_out.errors);
+        QCOMPARE(rows_of(source.result()).size(), 4);
+
+        QVERIFY(QFile::remove(product(source, "report.html")) && QDir().mkpath(product(source, "report.html")));
+        const program_result reportless = run(source, {"--clear"});
+        QCOMPARE(reportless.exit_code, 3);
+        QVERIFY2(reportless.errors.contains("report.html: the report cannot be written"), reportless.errors);
+        const QByteArray record = content_of(product(source, "run.json"));
+        QVERIFY2(record.contains("\"exit_code\": 3") && record.contains("report.html: the report cannot"), record);
+        QVERIFY(QDir().rmdir(product(source, "report.html")));
+        for (const QString& output : {source.root() + "r.html", source.result() + "/nowhere/r.html"}) {
+            const program_result refusal = run_program({"report", "--result", source.result(), "--output", output});
+            QVERIFY2(refusal.exit_code == 1 && refusal.errors.contains(output.toUtf8() + ": the report "),
+                     refusal.errors);
+            QVERIFY(!QFile::exists(output));
+        }
+
+        source.add_file("Users/anna/Library/Accounts/Accounts4.sqlite",
+                        "this is no database at all, however long it is");
+        for (const QStringList& log : {QStringList{}, QStringList{"--log-encrypted"}}) {
+            const program_result failed = run(source, QStringList{"--clear"} + log);
+            QCOMPARE(failed.exit_code, 3);
+            QVERIFY2(failed.errors.contains("failures in the log") && failed.errors.contains("FAILED"), failed.errors);
+            QVERIFY2(failed.output.contains("ben"), "the rest goes on");
+        }
+        // Failures of earlier runs in the same log are not this run's.
+        QCOMPARE(run(source, {"--clear", "--log-encrypted", "--user", "ben"}).exit_code, 0);
+    }
+
+    void cancelled_copy()
+    {
+        const evidence_source source;
+        // The plug-in looks for a cancellation every 200 ms only, and memory takes thousands of copies in that time.
+        constexpr int files = 20'000;
+        add_files(source, files);
+        const program_result cancelled = ended_in_copy(source, SIGINT);
+        QCOMPARE(cancelled.exit_code, 130);
+        QVERIFY2(cancelled.errors.contains("cancelled"), cancelled.errors);
+        const qsizetype copied = files_below(copies_of_today(source, "anna"));
+        QVERIFY2(copied > 0 && copied < files, qPrintable(QString::number(copied)));
+        QVERIFY(!QFile::exists(product(source, "manifest.csv")));
+        QVERIFY(content_of(product(source, "run.json")).contains("\"status\": \"cancelled\""));
+    }
+
+    void killed_copy()
+    {
+        const evidence_source source;
+        constexpr int files = 1'000;
+        add_files(source, files);
+        // What an earlier run said must not pass for what the killed one says.
+        QVERIFY(QDir().mkpath(product(source, "")));
+        const QStringList stale{"manifest.csv", "SHA256SUMS", "report.html", "manifest.csv.aBcDeF"};
+        for (const QString& name : stale + QStringList{"manifest.csv.backup"}) {
+            QVERIFY(QFile(product(source, qPrintable(name))).open(QIODevice::WriteOnly));
+        }
+        QCOMPARE(ended_in_copy(source, SIGKILL).exit_code, -1);
+        QVERIFY(content_of(product(source, "run.json")).contains("\"status\": \"running\""));
+        QStringList left = QDir(product(source, "")).entryList(QDir::Files);
+        left.removeIf([](const QString& name) { return name.startsWith("run.json"); });
+        QCOMPARE(left, (QStringList{"log.txt", "manifest.csv.backup"}));
+
+        const QString cut = copies_of_today(source, "anna") + "/V9/m.mbox/7.emlx";
+        QVERIFY(QDir().mkpath(QFileInfo(cut).path()));
+        QFile truncated(cut);
+        QVERIFY(truncated.open(QIODevice::WriteOnly) && truncated.resize(100));
+        const program_result appended = run(source, {"--append"});
+        QCOMPARE(appended.exit_code, 3);
+        QVERIFY2(appended.errors.contains("7.emlx: different: the copy has 100 of 4096 bytes"), appended.errors);
+        QCOMPARE(appended.errors.count(": different: "), 1);
+
+        const QString elsewhere = source.result() + "/elsewhere/";
+        const QString link = copies(source, "Apple_Mail_Extractor_anna_01-02-2020");
+        const QString no_date = copies(source, "Apple_Mail_Extractor_anna_13-02-2020");
+        QVERIFY(QDir().mkpath(copies(source, "Apple_Mail_Extractor_gone_01-02-2020/V9")));
+        QVERIFY(QDir().mkpath(elsewhere) && QDir().mkpath(no_date) && QFile::link(elsewhere, link));
+        QCOMPARE(run(source, {"--clear", "--log", source.result() + "/none/log.txt"}).exit_code, 1);
+        QVERIFY2(QFile::exists(cut), "a run that is refused must not remove anything");
+        const program_result cleared = run(source, {"--clear"});
+        QCOMPARE(cleared.exit_code, 0);
+        QVERIFY2(cleared.errors.contains("removed the copies of earlier runs"), cleared.errors);
+        QVERIFY2(cleared.errors.contains("/Artifacts_Result/Apple_Mail_Extractor: 2\n"), cleared.errors);
+        QCOMPARE(files_below(copies_of_today(source, "anna")), files);
+        QVERIFY(QFile::exists(elsewhere) && QFile::exists(link) && QFile::exists(no_date));
+    }
+
+    void cancelled_verification_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("earlier_manifest_stays");
+        QTest::newRow("run") << QStringList{"run", "--append"} << false;
+        QTest::newRow("verify") << QStringList{"verify"} << true;
+    }
+
+    void cancelled_verification()
+    {
+        QFETCH(QStringList, arguments);
+        const evidence_source source;
+        source.add_mail("anna", "V9/huge");
+        QVERIFY(QDir().mkpath(copies_of_today(source, "anna") + "/V9") && QDir().mkpath(product(source, "")));
+        write_file(product(source, "manifest.csv"), "earlier");
+        // The plug-in copies over no file, so that nothing but the verification has to do with these.
+        for (const QString& path :
+             {source.root() + "Users/anna/Library/Mail/V9/huge", copies_of_today(source, "anna") + "/V9/huge"}) {
+            QFile huge(path);
+            if (!huge.open(QIODevice::WriteOnly) || !huge.resize(qint64(64) << 30)) {
+                QSKIP("this file system takes no sparse file of 64 GB");
+            }
+        }
+        const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+        QVERIFY(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+        QProcess program;
+        program.setStandardErrorFile(::ptsname(terminal), QIODevice::Append);
+        program.start(MAIL_EXTRACT_PROGRAM,
+                      arguments + QStringList{"--source", source.root(), "--result", source.result()});
+        QByteArray shown;
+        const auto shows = [&](const char* text) {
+            std::array<char, 4096> bytes{};
+            const ssize_t got = ::read(terminal, bytes.data(), bytes.size());
+            shown.append(bytes.data(), std::max<ssize_t>(got, 0));
+            return shown.contains(text);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(shows("\rverifying [") && shows("B of 68.7 GB, 0 of 1 files, "), 20'000);
+        ::kill(static_cast<pid_t>(program.processId()), SIGINT);
+        QCOMPARE(ending_of(program).exit_code, 130);
+        QTRY_VERIFY2(shows("cancelled"), shown);
+        ::close(terminal);
+        QTEST(content_of(product(source, "manifest.csv")) == "earlier", "earlier_manifest_stays");
+        const QDir products(product(source, ""));
+        QTEST(products.exists("manifest.csv"), "earlier_manifest_stays");
+        QCOMPARE(products.entryList({"manifest.csv.*", "SHA256SUMS*"}, QDir::Files | QDir::Hidden), QStringList());
+    }
+
+    void demo()
+    {
+        const QTemporaryDir folder;
+        const QString place = folder.filePath("demo");
+        const program_result first = run_program({"demo", place});
+        QVERIFY2(first.exit_code == 0, first.errors);
+        const QStringList rows = rows_of(place + "/result");
+        QVERIFY(rows.size() > 10);
+
+        QFile own(place + "/notes.txt");
+        QVERIFY(own.open(QIODevice::WriteOnly));
+        QCOMPARE(run_program({"demo", place}).exit_code, 0);
+        QCOMPARE(rows_of(place + "/result"), rows);
+        QVERIFY(own.exists());
+
+        const program_result refused = run_program({"demo", folder.path()});
+        QCOMPARE(refused.exit_code, 1);
+        QVERIFY2(refused.errors.contains("not empty"), refused.errors);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_run)
+#include "tst_run.moc"
