@@ -44,6 +44,7 @@ add_library(extractor_objects OBJECT
     support/plugin_static_function.h
     support/scheme_extractor_settings.cpp
     support/scheme_extractor_settings.h
+    support/shared_texts.h
     support/source_paths.cpp
     support/text_conversions.cpp
     support/time_conversions.cpp

@@ -2,6 +2,7 @@
 
 #include "support/engine_types.h"
 #include "support/plugin_static_function.h"
+#include "support/shared_texts.h"
 
 #include <QRegularExpression>
 
@@ -30,7 +31,7 @@ void apple_mail_extractor_macos::extract_plugin_artifacts()
         if (cancel_requested) {
             return;
         }
-        if (table_name_list.contains(QLatin1String("accounts"))) {
+        if (table_name_list.contains(shared_texts::accounts_table)) {
             for (qsizetype i = 0; i < mail_version_directory_list.size(); ++i) {
                 if (cancel_requested) {
                     return;

@@ -1,5 +1,6 @@
 #include "macos/apple_mail_extractor_macos.h"
 #include "support/plugin_static_function.h"
+#include "support/shared_texts.h"
 
 #include <QDate>
 #include <QDir>
@@ -123,7 +124,7 @@ void apple_mail_extractor_macos::signal_copy_progress()
 
 QString apple_mail_extractor_macos::extract_current_date() const
 {
-    return QLocale::c().toString(QDate::currentDate(), QStringLiteral("MM-dd-yyyy"));
+    return QLocale::c().toString(QDate::currentDate(), shared_texts::date_format);
 }
 
 void apple_mail_extractor_macos::filter_extended_attribute_list() {}

@@ -1,5 +1,6 @@
 #include "macos/apple_mail_extractor_macos.h"
 #include "support/plugin_static_function.h"
+#include "support/shared_texts.h"
 
 #include <QSqlError>
 #include <QSqlQuery>
@@ -38,9 +39,7 @@ void apple_mail_extractor_macos::insert_account_row(QSqlDatabase& database, cons
 /// Returns the folder of the result tree that takes a user's mail today.
 QString apple_mail_extractor_macos::dated_destination(const QString& system_user) const
 {
-    const QLatin1Char underscore('_');
-    return destination_root_path + QString(plugin_name).replace(QLatin1Char(' '), underscore) + underscore +
-           system_user + underscore + extract_current_date();
+    return destination_root_path + shared_texts::dated_folder(plugin_name, system_user, extract_current_date());
 }
 
 /// Returns a path as the source's own file system knows it, with a leading "/".
@@ -59,7 +58,7 @@ QString apple_mail_extractor_macos::path_below_source(const QString& path) const
 /// Returns a result path relative to the case's result directory, with a leading "/".
 QString apple_mail_extractor_macos::path_below_result(QString path) const
 {
-    const qsizetype marker = path.indexOf(QLatin1String("Artifacts_Result/"));
+    const qsizetype marker = path.indexOf(shared_texts::results_directory + QLatin1Char('/'));
     if (marker > 0) {
         path.remove(0, marker);
     }

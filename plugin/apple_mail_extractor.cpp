@@ -5,6 +5,7 @@
 #include "plugin/apple_mail_extractor_winos.h"
 #include "support/plugin_helper_functions.h"
 #include "support/plugin_static_function.h"
+#include "support/shared_texts.h"
 #include "ui_apple_mail_extractor.h"
 
 #include <array>
@@ -67,7 +68,7 @@ void apple_mail_extractor::pub_set_engine_type(int type)
 
 QString apple_mail_extractor::pub_get_artifact_name()
 {
-    return QObject::tr("Apple Mail Extractor");
+    return QObject::tr(shared_texts::artifact_name);
 }
 
 void apple_mail_extractor::pub_set_essentials()

@@ -7,6 +7,7 @@
 #include "support/named_connection.h"
 #include "support/plugin_helper_functions.h"
 #include "support/plugin_static_function.h"
+#include "support/shared_texts.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,11 +15,6 @@
 namespace {
 
 const QLatin1Char slash('/');
-
-QString name_with_underscores(QString name)
-{
-    return name.replace(QLatin1Char(' '), QLatin1Char('_'));
-}
 
 } // namespace
 
@@ -28,14 +24,14 @@ void apple_mail_extractor::set_destination_location(QString result_directory)
     if (!result_directory.endsWith(slash)) {
         result_directory.append(slash);
     }
-    plugin_result_directory_path =
-        result_directory + QStringLiteral("Artifacts_Result/") + name_with_underscores(pub_get_artifact_name()) + slash;
+    plugin_result_directory_path = result_directory + shared_texts::results_directory + slash +
+                                   shared_texts::name_in_paths(pub_get_artifact_name()) + slash;
     QDir().mkpath(plugin_result_directory_path);
-    tmp_directory_path = plugin_result_directory_path + QStringLiteral("tmp/");
+    tmp_directory_path = plugin_result_directory_path + shared_texts::scratch_directory + slash;
     QDir().mkpath(tmp_directory_path);
     helper->set_adhoc_parent_path(tmp_directory_path);
-    destination_db_path =
-        plugin_result_directory_path + name_with_underscores(pub_get_artifact_name()) + QStringLiteral(".sqlite");
+    destination_db_path = plugin_result_directory_path + shared_texts::name_in_paths(pub_get_artifact_name()) +
+                          shared_texts::database_suffix;
     extractor_macos->macos_set_destination_location(plugin_result_directory_path, tmp_directory_path,
                                                     destination_db_path);
     extractor_ios_uid->ios_uid_set_destination_location(plugin_result_directory_path, tmp_directory_path,

@@ -1,18 +1,12 @@
 #include "support/encryptor_string.h"
 #include "support/plugin_static_function.h"
+#include "support/shared_texts.h"
 
 #include <QDateTime>
 #include <QDebug>
 #include <QLocale>
 
-#include <array>
-
 namespace {
-
-constexpr std::array engine_names{"KAVRO_DESK", "KAVRO_FIELD", "KAVRO_LIVE"};
-
-// What an enciphered file is split at; it holds no base64 character.
-constexpr const char* record_marker = "<[{()}]>";
 
 /// Reduces a function's full signature to "class::operation".
 QString reduced_function_text(const QString& function)
@@ -30,10 +24,11 @@ QString reduced_function_text(const QString& function)
 
 QString engine_text(int engine_type)
 {
-    if (engine_type >= 0 && engine_type < static_cast<int>(engine_names.size())) {
-        return QString::fromLatin1(engine_names[static_cast<size_t>(engine_type)]);
+    const auto& names = shared_texts::engine_names;
+    if (engine_type >= 0 && engine_type < static_cast<int>(names.size())) {
+        return QStringLiteral("][") + names[static_cast<size_t>(engine_type)];
     }
-    return QStringLiteral(" -----FAILED----- to find Engine Type ][") + QString::number(engine_type);
+    return shared_texts::unknown_engine + QString::number(engine_type);
 }
 
 } // namespace
@@ -46,7 +41,7 @@ void plugin_static_function::app_debug(QString message, QString function)
 
     const QString timestamp =
         QLocale::c().toString(QDateTime::currentDateTime(), QStringLiteral("yyyy-MMM-ddThh-mm-ss"));
-    const QString line = QLatin1Char('[') + timestamp + QStringLiteral("][") + engine_text(type_engine_int) +
+    const QString line = QLatin1Char('[') + timestamp + engine_text(type_engine_int) +
                          QStringLiteral("][Artifacts Extraction][") + reduced_function_text(function) +
                          QStringLiteral("]:-- ") + message;
 
@@ -58,7 +53,7 @@ void plugin_static_function::app_debug(QString message, QString function)
     }
     if (debug_encryption_status_bool) {
         debug_file_regular_QFile.write(encrypt_string(line, Q_FUNC_INFO).toLocal8Bit());
-        debug_file_regular_QFile.write(record_marker);
+        debug_file_regular_QFile.write(shared_texts::record_marker.data(), shared_texts::record_marker.size());
     } else {
         debug_file_regular_QFile.write(line.toLocal8Bit());
         debug_file_regular_QFile.write("\n");
