@@ -1,6 +1,7 @@
 #include "bench/bench_measurement.h"
 
 #include "plugin/apple_mail_extractor.h"
+#include "support/shared_texts.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -114,8 +115,10 @@ double walk_ratio(const QString& source, int files, const QString& result)
 void copy_in_turns(const QString& source, const QString& result, bench_turns& turns)
 {
     // As deep as the extraction's own copies: the length of a path is part of every call's price.
-    const QString target =
-        result + QStringLiteral("/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_ann_01-01-2026");
+    const QString target = QStringLiteral("%1/%2/%3")
+                               .arg(result, shared_texts::plugin_directory,
+                                    shared_texts::dated_folder(shared_texts::artifact_folder, QStringLiteral("ann"),
+                                                               QStringLiteral("01-01-2026")));
     QList<folder_copies> folders;
     collect_folders(mail_directory(source), target, folders);
     for (const folder_copies& folder : folders) {

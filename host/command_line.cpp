@@ -1,14 +1,15 @@
 #include "host/command_line.h"
 
+#include "host/log/decipher_command.h"
+#include "host/report/report_command.h"
+#include "host/result/result_paths.h"
+#include "host/result/show_command.h"
+#include "host/run/demo_command.h"
+#include "host/run/run_command.h"
+#include "host/survey/survey_command.h"
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
-#include "host/log/decipher_command.h"
-#include "host/run/demo_command.h"
 #include "host/terminal/exit_codes.h"
-#include "host/report/report_command.h"
-#include "host/run/run_command.h"
-#include "host/result/show_command.h"
-#include "host/survey/survey_command.h"
 #include "host/verify/verify_command.h"
 
 #include <CLI/CLI.hpp>
@@ -26,6 +27,13 @@ namespace {
 
 // By engine type.
 constexpr std::array engine_names{"desk", "field", "live"};
+
+/// Says what a product is and where it lies unless another place is named.
+std::string default_place(const char* what, product which)
+{
+    const QString place = result_paths(QStringLiteral("/RESULT")).path(which).mid(1);
+    return QStringLiteral("%1 (default: %2)").arg(QLatin1String(what), place).toStdString();
+}
 
 /// What a parsed command line asks for.
 struct chosen_command
@@ -117,7 +125,7 @@ void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
     command.add_flag("--no-verify", options.no_verify, "Leave out the verification at the end");
     command.add_flag("--follow-links-outside", options.follow_links_outside,
                      "Run in spite of links that leave the source or go in circles");
-    add_path(command, "--log", options.log_file, "Debug log (default: RESULT/mail-extract/log.txt)", "FILE");
+    add_path(command, "--log", options.log_file, default_place("Debug log", product::log), "FILE");
     command.add_flag("--log-encrypted", options.log_encrypted, "Encipher the debug log; decipher reads it");
     add_path(command, "--plugin", options.plugin_file, "Plug-in library (default: the program's own)", "FILE");
     command.add_flag("--quiet", options.quiet, "Show no progress");
@@ -156,7 +164,7 @@ void add_report(CLI::App& program, chosen_command& chosen, report_options& optio
     CLI::App& command =
         add_command(program, chosen, "report", "Write a result as a page to read", report_command, options);
     add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
-    add_path(command, "--output", options.output, "The page (default: RESULT/mail-extract/report.html)", "FILE");
+    add_path(command, "--output", options.output, default_place("The page", product::report), "FILE");
 }
 
 void add_decipher(CLI::App& program, chosen_command& chosen, decipher_options& options)
@@ -193,9 +201,12 @@ int run_chosen(const chosen_command& chosen, int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(MAIL_EXTRACT_VERSION));
     try {
         return chosen.action();
-    } catch (const command_failure& failure) {
-        complain(failure.message());
-        return failure.exit_code();
+    } catch (const command_failure& stopped) {
+        complain(stopped.message());
+        return stopped.exit_code();
+    } catch (const failure& stopped) {
+        complain(stopped.message());
+        return exit_code::could_not_run;
     } catch (const std::exception& error) {
         complain(QString::fromLocal8Bit(error.what()));
         return exit_code::could_not_run;

@@ -69,6 +69,11 @@ file_amount visible_files_below(const QByteArray& directory)
     return found;
 }
 
+bool is_directory(const QByteArray& path)
+{
+    return quiet_stat(path, link_handling::follow).kind == entry_kind::directory;
+}
+
 QByteArray child_path(const QByteArray& directory, const QByteArray& name)
 {
     return directory.endsWith('/') ? directory + name : directory + '/' + name;

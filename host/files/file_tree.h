@@ -23,6 +23,9 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
 /// Returns the files below a directory that are not hidden; nothing when it does not exist.
 file_amount visible_files_below(const QByteArray& directory);
 
+/// True for a directory, and for a link that leads to one.
+bool is_directory(const QByteArray& path);
+
 /// Returns `directory` + "/" + `name`, with one separator also where `directory` ends with one.
 QByteArray child_path(const QByteArray& directory, const QByteArray& name);
 

@@ -32,7 +32,7 @@ file_hasher::file_hasher() : state(std::make_unique<digest_state>()), buffer(buf
 
 file_hasher::~file_hasher() = default;
 
-file_hasher::outcome file_hasher::hash(int descriptor, const std::function<bool(qint64 bytes)>& go_on)
+file_hasher::outcome file_hasher::hash(int descriptor, const std::function<bool(qint64 bytes)>& cancelled)
 {
     outcome result;
     EVP_DigestInit_ex2(state->context.get(), state->algorithm.get(), nullptr);
@@ -50,7 +50,7 @@ file_hasher::outcome file_hasher::hash(int descriptor, const std::function<bool(
         }
         EVP_DigestUpdate(state->context.get(), buffer.data(), static_cast<std::size_t>(got));
         result.bytes += got;
-        if (!go_on(got)) {
+        if (cancelled(got)) {
             result.stopped = true;
             return result;
         }
@@ -84,7 +84,7 @@ std::optional<sha256_digest> sha256_of_file(const QString& path, QString& error)
         error = file.errorString();
         return std::nullopt;
     }
-    const file_hasher::outcome result = file_hasher().hash(file.handle(), [](qint64) { return true; });
+    const file_hasher::outcome result = file_hasher().hash(file.handle(), [](qint64) { return false; });
     if (result.error != 0) {
         error = QString::fromLocal8Bit(std::strerror(result.error));
         return std::nullopt;

@@ -30,12 +30,12 @@ public:
         sha256_digest digest{};
         qint64 bytes = 0;     ///< bytes read
         int error = 0;        ///< errno of the read that failed
-        bool stopped = false; ///< `go_on` said no before the end
+        bool stopped = false; ///< `cancelled` said so before the end
     };
 
-    /// Reads a descriptor from its position to the end. `go_on` is called with the bytes of each piece read and stops
-    /// the reading by returning false. The descriptor stays open.
-    outcome hash(int descriptor, const std::function<bool(qint64 bytes)>& go_on);
+    /// Reads a descriptor from its position to the end. `cancelled` is called with the bytes of each piece read and
+    /// stops the reading by returning true. The descriptor stays open.
+    outcome hash(int descriptor, const std::function<bool(qint64 bytes)>& cancelled);
 
 private:
     struct digest_state;

@@ -1,9 +1,9 @@
 #include "host/log/decipher_command.h"
 
-#include "host/terminal/command_failure.h"
-#include "host/terminal/console.h"
 #include "host/log/enciphered_log.h"
+#include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
+#include "host/text/failure.h"
 
 #include <QFile>
 #include <QFileInfo>

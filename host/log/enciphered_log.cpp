@@ -1,10 +1,12 @@
 #include "host/log/enciphered_log.h"
 
+#include "support/shared_texts.h"
+
 #include <QIODevice>
 
 namespace {
 
-constexpr QByteArrayView record_marker = "<[{()}]>";
+constexpr QByteArrayView record_marker(shared_texts::record_marker.data(), shared_texts::record_marker.size());
 constexpr qint64 chunk_size = 262'144;
 // A log line has some hundred bytes; what is so long is no line, and reading on would fill the memory.
 constexpr qsizetype longest_record = qsizetype(1) << 20;

@@ -1,6 +1,7 @@
 #include "host/log/log_failures.h"
 
 #include "host/log/enciphered_log.h"
+#include "support/shared_texts.h"
 
 #include <QFile>
 
@@ -9,7 +10,8 @@ namespace {
 constexpr qsizetype most_lines_kept = 100;
 
 // What stands in place of the engine's name after a reset. It tells of the order of a host's calls, not of the work.
-constexpr QByteArrayView engine_unknown = "][ -----FAILED----- to find Engine Type ][";
+constexpr QByteArrayView engine_unknown(shared_texts::unknown_engine.data(), shared_texts::unknown_engine.size());
+constexpr QByteArrayView failure_word(shared_texts::failure_word.data(), shared_texts::failure_word.size());
 
 class failure_counter
 {
@@ -18,7 +20,7 @@ public:
     {
         const qsizetype engine = line.indexOf(engine_unknown);
         const qsizetype from = engine < 0 ? 0 : engine + engine_unknown.size();
-        if (line.indexOf("FAILED", from) >= 0) {
+        if (line.indexOf(failure_word, from) >= 0) {
             add(QString::fromUtf8(line));
         }
     }

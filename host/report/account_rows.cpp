@@ -1,11 +1,10 @@
 #include "host/report/account_rows.h"
 
-#include "host/terminal/command_failure.h"
-#include "host/result/result_database.h"
-#include "host/result/result_paths.h"
 #include "host/files/file_tree.h"
+#include "host/result/result_database.h"
+#include "host/text/failure.h"
+#include "support/shared_texts.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -18,17 +17,7 @@
 
 namespace {
 
-/// The folder of a row relative to the result directory; empty for one that does not lie below the plug-in's place.
-QString folder_in_result(const QString& written_path)
-{
-    if (!written_path.startsWith(QStringLiteral("/Artifacts_Result/"))) {
-        return {};
-    }
-    const QString folder = written_path.mid(1);
-    return QDir::cleanPath(folder) == folder ? folder : QString();
-}
-
-report_account account_from_row(const QSqlQuery& row, const QString& result)
+report_account account_from_row(const QSqlQuery& row, const result_paths& result)
 {
     report_account account;
     account.account = row.value(1).toString();
@@ -36,7 +25,7 @@ report_account account_from_row(const QSqlQuery& row, const QString& result)
     account.files_copied = row.value(3).toLongLong();
     account.written_path = row.value(4).toString();
     account.folder = folder_in_result(account.written_path);
-    account.folder_exists = !account.folder.isEmpty() && QFileInfo(result + QLatin1Char('/') + account.folder).isDir();
+    account.folder_exists = !account.folder.isEmpty() && QFileInfo(result.below(account.folder)).isDir();
     return account;
 }
 
@@ -97,11 +86,17 @@ QList<manifest_entry> gravest_first(manifest_sums& sums)
 
 } // namespace
 
-std::optional<QList<report_user>> load_report_users(const QString& result, QString& error)
-try {
+qint64 report_manifest::faults() const
+{
+    return count(entry_status::missing) + count(entry_status::different) + count(entry_status::unreadable);
+}
+
+QList<report_user> load_report_users(const result_paths& result)
+{
     const result_database database(result);
-    QSqlQuery rows = database.query(QStringLiteral(
-        "SELECT system_user, account, account_type, files_copied, dest_path FROM accounts ORDER BY INT"));
+    QSqlQuery rows = database.query(
+        QStringLiteral("SELECT system_user, account, account_type, files_copied, dest_path FROM %1 ORDER BY INT")
+            .arg(shared_texts::accounts_table));
     QMap<QString, report_user> users;
     while (rows.next()) {
         report_user& user = users[rows.value(0).toString()];
@@ -109,22 +104,14 @@ try {
         user.accounts.append(account_from_row(rows, result));
     }
     if (rows.lastError().isValid()) {
-        error = result_database_path(result) + QStringLiteral(": ") + rows.lastError().databaseText();
-        return std::nullopt;
+        refuse(result.database() + QStringLiteral(": ") + rows.lastError().databaseText());
     }
     return users.values();
-} catch (const command_failure& failure) {
-    error = failure.message();
-    return std::nullopt;
 }
 
-std::optional<report_manifest> apply_manifest(const QString& result, QList<report_user>& users, QString& error)
+report_manifest apply_manifest(const result_paths& result, QList<report_user>& users)
 {
-    manifest_reader reader;
-    if (!reader.open(product_path(result, "manifest.csv"))) {
-        error = reader.error();
-        return std::nullopt;
-    }
+    manifest_reader reader(result.path(product::manifest));
     manifest_sums sums;
     for (const report_user& user : users) {
         for (const report_account& account : user.accounts) {
@@ -133,10 +120,6 @@ std::optional<report_manifest> apply_manifest(const QString& result, QList<repor
     }
     while (const auto entry = reader.next()) {
         sums.add(*entry);
-    }
-    if (!reader.error().isEmpty()) {
-        error = reader.error();
-        return std::nullopt;
     }
     for (report_user& user : users) {
         user.mail_tree = sums.by_user.take(user.name.toUtf8());
@@ -151,14 +134,12 @@ std::optional<report_manifest> apply_manifest(const QString& result, QList<repor
     return sums.whole;
 }
 
-void measure_account_folders(const QString& result, QList<report_user>& users)
+void measure_account_folders(const result_paths& result, QList<report_user>& users)
 {
     for (report_user& user : users) {
         for (report_account& account : user.accounts) {
             if (account.folder_exists) {
-                const QString folder = result + QLatin1Char('/') + account.folder;
-                const file_amount found = visible_files_below(QFile::encodeName(folder));
-                account.amount = {found.files, found.bytes, 0};
+                account.amount = {visible_files_below(QFile::encodeName(result.below(account.folder))), 0};
             }
         }
     }

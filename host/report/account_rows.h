@@ -1,14 +1,67 @@
 #pragma once
 
-#include "host/report/data.h"
+#include "host/files/file_amount.h"
+#include "host/result/manifest.h"
+#include "host/result/result_paths.h"
 
-/// Reads the rows of the result database, by user; nothing, with one line in `error` naming the path, when it is
-/// missing or cannot be read. Amounts are left at 0.
-std::optional<QList<report_user>> load_report_users(const QString& result, QString& error);
+#include <QDateTime>
+#include <QList>
+#include <QString>
+
+#include <array>
+#include <numeric>
+
+/// Files and bytes of one folder of the result, or of one user's Mail trees.
+struct report_amount : file_amount ///< files with content in the result
+{
+    qint64 not_copied = 0; ///< files that are due and missing, different or unreadable; 0 where no manifest tells
+};
+
+/// One row of the result database.
+struct report_account
+{
+    QString account;
+    QString type;            ///< "IMAP" or "POP"; empty for an account that the account store named
+    QString folder;          ///< the copy, relative to the result directory; empty when the row names none below it
+    QString written_path;    ///< the folder as the row has it
+    qint64 files_copied = 0; ///< copies the plug-in attempted
+    bool folder_exists = false;
+    report_amount amount;
+};
+
+struct report_user
+{
+    QString name;
+    QList<report_account> accounts; ///< in the order of the rows
+    report_amount mail_tree;        ///< the whole Mail directory where manifest or run record tell, else the accounts
+};
+
+/// What the manifest says.
+struct report_manifest
+{
+    std::array<qint64, entry_status_names.size()> totals{}; ///< by entry_status
+    QList<manifest_entry> exceptions; ///< neither copied nor hidden; the gravest first, then by path; limited
+    qint64 exceptions_count = 0;      ///< all of them
+    QDateTime written;                ///< UTC
+
+    /// Returns how many files it lists with a status.
+    qint64 count(entry_status status) const { return totals[static_cast<std::size_t>(status)]; }
+    /// Returns how many files it lists.
+    qint64 files() const { return std::accumulate(totals.begin(), totals.end(), qint64(0)); }
+    /// Returns how many files are missing, different or unreadable.
+    qint64 faults() const;
+};
+
+/// The most exceptions that a report carries.
+inline constexpr qsizetype most_report_exceptions = 2000;
+
+/// Reads the rows of the result database, by user. Amounts are left at 0. Throws a failure when it is missing or cannot
+/// be read.
+QList<report_user> load_report_users(const result_paths& result);
 
 /// Fills in the amounts of accounts and users, adds users that only the manifest tells of, and returns the rest of what
-/// the manifest says; nothing, with one line in `error`, when there is no sound manifest, and then changes nothing.
-std::optional<report_manifest> apply_manifest(const QString& result, QList<report_user>& users, QString& error);
+/// the manifest says. Throws a failure when there is no sound manifest, and then changes nothing.
+report_manifest apply_manifest(const result_paths& result, QList<report_user>& users);
 
 /// Fills in the amounts of the accounts by looking at their folders in the result; links are not followed.
-void measure_account_folders(const QString& result, QList<report_user>& users);
+void measure_account_folders(const result_paths& result, QList<report_user>& users);

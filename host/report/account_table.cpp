@@ -1,7 +1,7 @@
 #include "host/report/account_table.h"
 
-#include "host/text/display_text.h"
 #include "host/report/parts.h"
+#include "host/text/display_text.h"
 
 #include <QDir>
 #include <QUrl>
@@ -12,10 +12,10 @@ void write_folder(report_html& html, const report_data& data, const report_accou
 {
     const auto cell = html.open("td");
     if (account.folder_exists) {
-        const QString folder = data.result + QLatin1Char('/') + account.folder;
+        const QString folder = data.result.below(account.folder);
         const auto link = html.open("a", {{"href", relative_link(directory, folder) + QLatin1Char('/')},
                                           {"title", display_text(account.written_path)}});
-        html.foreign(display_text(short_folder(account)));
+        html.foreign(display_text(below_dated_folder(account.folder)));
         return;
     }
     html.foreign(display_text(account.written_path));

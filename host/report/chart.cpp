@@ -22,12 +22,12 @@ struct panel
     const char* style_class;
     const char* title;
     qint64 left;
-    qint64 report_amount::*figure;
+    qint64 file_amount::*figure;
     QString (*text)(qint64);
 };
 
-constexpr std::array<panel, 2> panels = {{{"files", "Files", 340, &report_amount::files, display_number},
-                                          {"bytes", "Size", 680, &report_amount::bytes, display_bytes}}};
+constexpr std::array<panel, 2> panels = {{{"files", "Files", 340, &file_amount::files, display_number},
+                                          {"bytes", "Size", 680, &file_amount::bytes, display_bytes}}};
 
 struct chart_row
 {
@@ -39,7 +39,7 @@ struct chart_row
 QString account_label(const report_account& account)
 {
     const QString name = account.account.isEmpty() ? QStringLiteral("(no name)") : account.account;
-    const QString version = short_folder(account).section(QLatin1Char('/'), 0, 0);
+    const QString version = below_dated_folder(account.folder).section(QLatin1Char('/'), 0, 0);
     return version.isEmpty() ? name : name + QStringLiteral(" · ") + version;
 }
 

@@ -1,9 +1,8 @@
 #include "host/report/data.h"
 
-#include "host/text/display_text.h"
 #include "host/log/log_failures.h"
-#include "host/report/account_rows.h"
-#include "host/result/result_paths.h"
+#include "host/text/display_text.h"
+#include "host/text/failure.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -14,7 +13,7 @@ namespace {
 
 void add_failures(report_data& data)
 {
-    if (data.run && data.run->status != QStringLiteral("running")) {
+    if (data.run && data.run->status != run_status::running) {
         data.failures_known = true;
         data.failures = data.run->log_failures;
         data.failure_lines = data.run->log_failure_lines;
@@ -22,7 +21,7 @@ void add_failures(report_data& data)
     }
     // A run that was killed did not come to count them.
     const bool is_named = data.run && QFileInfo::exists(data.run->log_path);
-    const QString path = is_named ? data.run->log_path : product_path(data.result, "log.txt");
+    const QString path = is_named ? data.run->log_path : data.result.path(product::log);
     const log_failures found = read_log_failures(path, 0, data.run && data.run->log_enciphered);
     data.failures_known = found.problem.isEmpty();
     data.failures = found.count;
@@ -33,22 +32,22 @@ void add_failures(report_data& data)
 }
 
 void add_run_record(report_data& data)
-{
-    QString error;
-    data.run = read_run_record(data.result, error);
+try {
+    data.run = read_run_record(data.result);
     if (!data.run) {
-        data.notes.append(error.isEmpty() ? run_record_path(data.result) + QStringLiteral(": no run record there")
-                                          : error);
+        data.notes.append(data.result.path(product::run_record) + QStringLiteral(": no run record there"));
     }
+} catch (const failure& unreadable) {
+    data.notes.append(unreadable.message());
 }
 
 void add_manifest(report_data& data)
 {
-    const QString path = product_path(data.result, "manifest.csv");
-    QString reason;
-    data.manifest = apply_manifest(data.result, data.users, reason);
-    if (!data.manifest) {
-        data.notes.append(reason);
+    const QString path = data.result.path(product::manifest);
+    try {
+        data.manifest = apply_manifest(data.result, data.users);
+    } catch (const failure& unsound) {
+        data.notes.append(unsound.message());
         return;
     }
     const QDateTime written = QFileInfo(path).lastModified().toUTC();
@@ -73,7 +72,7 @@ void add_users_of_run(report_data& data)
             data.users.append({told.name, {}, {}});
             user = data.users.end() - 1;
         }
-        user->mail_tree = {told.files_copied, told.bytes, 0};
+        user->mail_tree = {{told.files_copied, told.bytes}, 0};
     }
 }
 
@@ -84,22 +83,16 @@ void sum_up_accounts(report_user& user)
         return;
     }
     for (const report_account& account : user.accounts) {
-        user.mail_tree.files += account.amount.files;
-        user.mail_tree.bytes += account.amount.bytes;
+        user.mail_tree += account.amount;
     }
 }
 
 } // namespace
 
-std::optional<report_data> load_report_data(const QString& result, QString& error)
+report_data load_report_data(const result_paths& result)
 {
-    report_data data;
-    data.result = result;
-    auto users = load_report_users(result, error);
-    if (!users) {
-        return std::nullopt;
-    }
-    data.users = *users;
+    report_data data{result};
+    data.users = load_report_users(result);
     add_run_record(data);
     add_users_of_run(data);
     add_manifest(data);
@@ -113,15 +106,4 @@ std::optional<report_data> load_report_data(const QString& result, QString& erro
               [](const report_user& a, const report_user& b) { return a.name < b.name; });
     add_failures(data);
     return data;
-}
-
-QString short_folder(const report_account& account)
-{
-    // "Artifacts_Result", the plug-in's own folder, and the dated one come first.
-    return account.folder.section(QLatin1Char('/'), 3);
-}
-
-qint64 report_manifest::faults() const
-{
-    return count(entry_status::missing) + count(entry_status::different) + count(entry_status::unreadable);
 }

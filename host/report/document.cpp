@@ -1,7 +1,5 @@
 #include "host/report/document.h"
 
-#include "host/text/display_text.h"
-#include "host/result/source_guard.h"
 #include "host/report/account_table.h"
 #include "host/report/chart.h"
 #include "host/report/data.h"
@@ -9,7 +7,9 @@
 #include "host/report/style.h"
 #include "host/report/summary.h"
 #include "host/report/verification_section.h"
-#include "host/result/result_paths.h"
+#include "host/result/source_guard.h"
+#include "host/text/display_text.h"
+#include "host/text/failure.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -65,8 +65,8 @@ void write_document(report_html& html, const report_data& data, const QString& d
 {
     html.doctype();
     const auto document = html.open("html", {{"lang", QStringLiteral("en")}});
-    write_head(html,
-               QStringLiteral("Apple Mail extraction: ") + display_text(data.run ? data.run->source : data.result));
+    write_head(html, QStringLiteral("Apple Mail extraction: ") +
+                         display_text(data.run ? data.run->source : data.result.root()));
     const auto body = html.open("body");
     write_report_header(html, data);
     {
@@ -87,32 +87,20 @@ void write_document(report_html& html, const report_data& data, const QString& d
 
 } // namespace
 
-QString default_report_path(const QString& result)
+void write_report(const result_paths& result, const QString& output)
 {
-    return product_path(result, "report.html");
-}
-
-bool write_report(const QString& result, const QString& output, QString& error)
-{
-    const QString absolute_result = QDir::cleanPath(QDir::current().absoluteFilePath(result));
     const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(output));
-    const QString directory = QFileInfo(path).absolutePath();
-    const auto data = load_report_data(absolute_result, error);
-    if (!data) {
-        return false;
-    }
-    if (data->run && !data->run->source.isEmpty() && lies_inside(path, data->run->source)) {
-        error = path + QStringLiteral(": the report would lie in the source, which is only read");
-        return false;
+    const report_data data = load_report_data(result);
+    if (data.run && !data.run->source.isEmpty() && lies_inside(path, data.run->source)) {
+        refuse(path + QStringLiteral(": the report would lie in the source, which is only read"));
     }
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly)) {
         report_html html(&file);
-        write_document(html, *data, directory);
+        write_document(html, data, QFileInfo(path).absolutePath());
         if (file.commit()) {
-            return true;
+            return;
         }
     }
-    error = path + QStringLiteral(": the report cannot be written: ") + file.errorString();
-    return false;
+    refuse(path + QStringLiteral(": the report cannot be written: ") + file.errorString());
 }

@@ -5,7 +5,7 @@
 struct report_options
 {
     QString result;
-    QString output; ///< empty for RESULT/mail-extract/report.html
+    QString output; ///< empty for the result's own report
 };
 
 /// Writes the report of a result and returns the exit code; what fails is told in one line on standard error.

@@ -1,7 +1,7 @@
 #include "host/report/summary.h"
 
-#include "host/text/display_text.h"
 #include "host/report/parts.h"
+#include "host/text/display_text.h"
 
 #include <QJsonDocument>
 
@@ -27,14 +27,14 @@ void write_fact(report_html& html, const char* name, const QString& value)
 /// Says how the run ended, unless it ended as it should.
 void write_run_notice(report_html& html, const run_record& run)
 {
-    if (run.status == QStringLiteral("running")) {
+    if (run.status == run_status::running) {
         write_notice(
             html, "bad",
             QStringLiteral("This run did not come to its end: its record still says \"running\". It was "
                            "killed, or is at work still. What follows is what it has left, and is not whole."));
-    } else if (run.status == QStringLiteral("cancelled")) {
+    } else if (run.status == run_status::cancelled) {
         write_notice(html, "bad", QStringLiteral("This run was cancelled. What follows is not whole."));
-    } else if (run.status == QStringLiteral("failed")) {
+    } else if (run.status == run_status::failed) {
         write_notice(html, "bad", QStringLiteral("This run failed: ") + display_text(run.error));
     } else if (!run.error.isEmpty()) {
         write_notice(html, "bad", QStringLiteral("This run ended, but: ") + display_text(run.error));
@@ -52,7 +52,7 @@ void write_verification_notice(report_html& html, const report_data& data)
                               display_number(data.manifest->count(entry_status::missing)),
                               display_number(data.manifest->count(entry_status::different)),
                               display_number(data.manifest->count(entry_status::unreadable))));
-    } else if (!data.run || data.run->status == QStringLiteral("finished")) {
+    } else if (!data.run || data.run->status == run_status::finished) {
         write_notice(html, "good",
                      QStringLiteral("Every copy that is due is there and has the bytes of its source: %1 files.")
                          .arg(display_number(data.manifest->count(entry_status::copied))));
@@ -104,7 +104,7 @@ tile failures_tile(const report_data& data)
 QString exit_text(const run_record& run)
 {
     const QString code = run.exit_code ? QStringLiteral(", exit code %1").arg(*run.exit_code) : QString();
-    return run.status + code;
+    return run_status_name(run.status) + code;
 }
 
 QString options_text(const QJsonObject& options)
@@ -127,7 +127,7 @@ void write_report_header(report_html& html, const report_data& data)
     if (data.run) {
         write_fact(html, "Source", data.run->source);
     }
-    write_fact(html, "Result", data.result);
+    write_fact(html, "Result", data.result.root());
     if (data.run) {
         write_fact(html, "Examiner", data.run->examiner + QStringLiteral(" on ") + data.run->host_name);
         write_fact(html, "Started", display_time(data.run->started));
@@ -152,11 +152,10 @@ void write_report_notices(report_html& html, const report_data& data)
 void write_report_tiles(report_html& html, const report_data& data)
 {
     qsizetype accounts = 0;
-    report_amount all;
+    file_amount all;
     for (const report_user& user : data.users) {
         accounts += user.accounts.size();
-        all.files += user.mail_tree.files;
-        all.bytes += user.mail_tree.bytes;
+        all += user.mail_tree;
     }
     QList<tile> tiles = {{"Users", display_number(data.users.size()), QStringLiteral("of the source")},
                          {"Accounts", display_number(accounts), QStringLiteral("in the result")},

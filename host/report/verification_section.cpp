@@ -1,9 +1,8 @@
 #include "host/report/verification_section.h"
 
-#include "host/text/display_text.h"
 #include "host/report/account_table.h"
 #include "host/report/parts.h"
-#include "host/result/result_paths.h"
+#include "host/text/display_text.h"
 
 namespace {
 
@@ -63,7 +62,7 @@ void write_exceptions(report_html& html, const report_manifest& manifest, const 
         const auto line = html.open("p");
         html.text(QStringLiteral("The first %1 of %2 are shown, faults first; all stand in ")
                       .arg(display_number(manifest.exceptions.size()), display_number(manifest.exceptions_count)));
-        html.element("a", QStringLiteral("manifest.csv"), {{"href", manifest_link}});
+        html.element("a", product_name(product::manifest), {{"href", manifest_link}});
         html.text(QStringLiteral("."));
     }
     const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
@@ -85,13 +84,13 @@ void write_verification(report_html& html, const report_data& data, const QStrin
         html.element("p", QStringLiteral("There is no manifest of this result, so no file is proven to be copied."));
         return;
     }
-    const QString manifest_link = relative_link(directory, product_path(data.result, "manifest.csv"));
+    const QString manifest_link = relative_link(directory, data.result.path(product::manifest));
     {
         const auto line = html.open("p", {{"class", QStringLiteral("muted")}});
         html.text(QStringLiteral("Every file below the Mail directories, %1 in all, with its SHA-256 and that of its "
                                  "copy stands in ")
                       .arg(display_number(data.manifest->files())));
-        html.element("a", QStringLiteral("manifest.csv"), {{"href", manifest_link}});
+        html.element("a", product_name(product::manifest), {{"href", manifest_link}});
         html.text(data.manifest->written.toString(QStringLiteral("', written 'yyyy-MM-dd hh:mm:ss' UTC.'")));
     }
     write_totals(html, data.manifest->totals);

@@ -1,5 +1,8 @@
 #include "host/result/manifest.h"
 
+#include "host/text/csv.h"
+#include "host/text/failure.h"
+
 #include <QDir>
 
 namespace {
@@ -7,40 +10,9 @@ namespace {
 constexpr const char* header_line = "path,copy,user,size,modified_utc,source_sha256,copy_sha256,status,reason\r\n";
 constexpr qsizetype column_count = 9;
 
-QByteArray csv_field(const QByteArray& name)
+QString words_of(const QFileDevice& file)
 {
-    QByteArray field = percent_encoded_name(name);
-    if (!field.contains('"') && !field.contains(',')) {
-        return field;
-    }
-    return '"' + field.replace("\"", "\"\"") + '"';
-}
-
-/// Splits one line without its line end; nothing when its quotes are out of order.
-std::optional<QByteArrayList> csv_fields(const QByteArray& line)
-{
-    QByteArrayList fields{QByteArray()};
-    bool quoted = false;
-    for (qsizetype i = 0; i < line.size(); ++i) {
-        if (line[i] == '"') {
-            const bool doubled = quoted && i + 1 < line.size() && line[i + 1] == '"';
-            if (doubled) {
-                fields.last() += line[++i];
-            } else if (quoted || fields.last().isEmpty()) {
-                quoted = !quoted;
-            } else {
-                return std::nullopt;
-            }
-        } else if (line[i] == ',' && !quoted) {
-            fields.append(QByteArray());
-        } else {
-            fields.last() += line[i];
-        }
-    }
-    if (quoted) {
-        return std::nullopt;
-    }
-    return fields;
+    return file.fileName() + QStringLiteral(": ") + file.errorString();
 }
 
 QByteArray hex_or_empty(const std::optional<sha256_digest>& digest)
@@ -113,74 +85,57 @@ bool has_proven_copy(const manifest_entry& entry)
     return taken && entry.copy_sha256 && entry.copy_sha256 == entry.source_sha256;
 }
 
-bool manifest_writer::fail(const QSaveFile& file)
+manifest_writer::manifest_writer(const result_paths& result)
+    : manifest(result.path(product::manifest))
+    , sums(result.path(product::sums))
 {
-    if (failure.isEmpty()) {
-        failure = file.fileName() + QStringLiteral(": ") + file.errorString();
-    }
-    manifest.cancelWriting();
-    sums.cancelWriting();
-    return false;
-}
-
-bool manifest_writer::open(const QString& directory)
-{
-    manifest.setFileName(directory + QStringLiteral("/manifest.csv"));
-    sums.setFileName(directory + QStringLiteral("/SHA256SUMS"));
-    if (!QDir().mkpath(directory)) {
-        failure = directory + QStringLiteral(": the directory cannot be created");
-        return false;
+    if (!QDir().mkpath(result.products())) {
+        refuse(result.products() + QStringLiteral(": the directory cannot be created"));
     }
     for (QSaveFile* file : {&manifest, &sums}) {
         if (!file->open(QIODevice::WriteOnly)) {
-            return fail(*file);
+            refuse(words_of(*file));
         }
     }
     manifest.write(header_line);
-    return true;
 }
 
 void manifest_writer::write(const manifest_entry& entry)
 {
-    manifest.write(csv_field(entry.path) + ',' + csv_field(entry.copy) + ',' + csv_field(entry.user) + ',' +
-                   QByteArray::number(entry.size) + ',' + time_to_text(entry.modified_ns) + ',' +
-                   hex_or_empty(entry.source_sha256) + ',' + hex_or_empty(entry.copy_sha256) + ',' +
-                   entry_status_name(entry.status) + ',' + csv_field(entry.reason) + "\r\n");
+    manifest.write(csv_line(
+        {percent_encoded_name(entry.path), percent_encoded_name(entry.copy), percent_encoded_name(entry.user),
+         QByteArray::number(entry.size), time_to_text(entry.modified_ns), hex_or_empty(entry.source_sha256),
+         hex_or_empty(entry.copy_sha256), entry_status_name(entry.status), percent_encoded_name(entry.reason)}));
     if (has_proven_copy(entry)) {
         sums.write(sums_line(entry));
     }
 }
 
-bool manifest_writer::commit()
+void manifest_writer::commit()
 {
     // A write that failed on the way is remembered by the file and makes its commit() fail; both are flushed before
     // either is put in place, so that a full disk leaves the old pair together.
     for (QSaveFile* file : {&manifest, &sums}) {
         if (!file->flush()) {
-            return fail(*file);
+            refuse(words_of(*file));
         }
     }
     for (QSaveFile* file : {&manifest, &sums}) {
         if (!file->commit()) {
-            return fail(*file);
+            refuse(words_of(*file));
         }
     }
-    return true;
 }
 
-bool manifest_reader::open(const QString& path)
+manifest_reader::manifest_reader(const QString& path) : file(path)
 {
-    file.setFileName(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        failure = path + QStringLiteral(": ") + file.errorString();
-        return false;
+        refuse(words_of(file));
     }
     line_number = 1;
-    if (file.readLine() == header_line) {
-        return true;
+    if (file.readLine() != header_line) {
+        refuse(path + QStringLiteral(": this is not a manifest of this program (its first line differs)"));
     }
-    failure = path + QStringLiteral(": this is not a manifest of this program (its first line differs)");
-    return false;
 }
 
 std::optional<manifest_entry> manifest_reader::next()
@@ -188,7 +143,7 @@ std::optional<manifest_entry> manifest_reader::next()
     QByteArray line = file.readLine();
     if (line.isEmpty()) {
         if (file.error() != QFileDevice::NoError) {
-            failure = file.fileName() + QStringLiteral(": ") + file.errorString();
+            refuse(words_of(file));
         }
         return std::nullopt;
     }
@@ -201,7 +156,7 @@ std::optional<manifest_entry> manifest_reader::next()
         }
     }
     if (!entry) {
-        failure = QStringLiteral("%1: line %2 cannot be understood").arg(file.fileName()).arg(line_number);
+        refuse(QStringLiteral("%1: line %2 cannot be understood").arg(file.fileName()).arg(line_number));
     }
     return entry;
 }

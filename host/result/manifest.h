@@ -2,6 +2,7 @@
 
 #include "host/files/hashing.h"
 #include "host/result/manifest_fields.h"
+#include "host/result/result_paths.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -58,41 +59,33 @@ struct manifest_entry
 /// True when the entry's copy holds the bytes of the source.
 bool has_proven_copy(const manifest_entry& entry);
 
-/// Writes "manifest.csv" and "SHA256SUMS" side by side. Both appear under these names when commit() succeeds, replacing
+/// Writes a result's manifest and sums side by side. Both appear under their names when commit() returns, replacing
 /// earlier ones, and not at all otherwise.
 class manifest_writer
 {
 public:
-    /// Opens both in a directory, which is created; false, with one line in error(), when that fails.
-    bool open(const QString& directory);
-    /// Appends an entry; the caller sees to the order. Only entries with a proven copy go into "SHA256SUMS".
+    /// Opens both; their folder is created. Throws a failure.
+    explicit manifest_writer(const result_paths& result);
+    /// Appends an entry; the caller sees to the order. Only entries with a proven copy go into the sums.
     void write(const manifest_entry& entry);
-    /// Completes both files; false, with one line in error(), when something could not be written.
-    bool commit();
-    /// Returns what failed, naming the path.
-    QString error() const { return failure; }
+    /// Completes both files. Throws a failure when something could not be written.
+    void commit();
 
 private:
-    bool fail(const QSaveFile& file);
-
     QSaveFile manifest;
     QSaveFile sums;
-    QString failure;
 };
 
 /// Reads a manifest entry by entry, so that its size does not matter.
 class manifest_reader
 {
 public:
-    /// Opens a manifest; false, with one line in error(), when it cannot be read or has another header line.
-    bool open(const QString& path);
-    /// Returns the next entry; nothing at the end, and at a line that cannot be understood, which error() names.
+    /// Opens a manifest. Throws a failure when it cannot be read or has another header line.
+    explicit manifest_reader(const QString& path);
+    /// Returns the next entry; nothing at the end. Throws a failure that names a line that cannot be understood.
     std::optional<manifest_entry> next();
-    /// Returns what failed, naming the path; empty at the end of a sound manifest.
-    QString error() const { return failure; }
 
 private:
     QFile file;
-    QString failure;
     qint64 line_number = 0;
 };

@@ -1,10 +1,9 @@
 #include "host/result/result_database.h"
 
-#include "host/terminal/command_failure.h"
-#include "host/terminal/exit_codes.h"
-#include "host/result/result_paths.h"
+#include "host/files/sqlite_companions.h"
+#include "host/text/failure.h"
+#include "support/shared_texts.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSqlError>
@@ -16,24 +15,15 @@ namespace {
 
 const QString connection_name = QStringLiteral("result_database");
 
-// Files of SQLite's own beside a database: while they are there, the database alone does not tell everything.
-constexpr const char* companions[] = {"-journal", "-wal", "-shm"};
-
 bool is_unfinished(const QString& path)
 {
-    return std::any_of(std::begin(companions), std::end(companions),
+    return std::any_of(sqlite_companions.begin(), sqlite_companions.end(),
                        [&path](const char* companion) { return QFile::exists(path + QLatin1String(companion)); });
 }
 
 } // namespace
 
-QString result_database_path(const QString& result)
-{
-    return QDir(result).absoluteFilePath(QLatin1String(copies_directory) +
-                                         QStringLiteral("/Apple_Mail_Extractor.sqlite"));
-}
-
-result_database::result_database(const QString& result) : path(result_database_path(result))
+result_database::result_database(const result_paths& result) : path(result.database())
 {
     if (!QFileInfo(path).isFile()) {
         fail(QStringLiteral("no such file"));
@@ -45,7 +35,7 @@ result_database::result_database(const QString& result) : path(result_database_p
         if (!QFile::copy(path, opened)) {
             fail(QStringLiteral("cannot be copied to %1").arg(opened));
         }
-        for (const char* companion : companions) {
+        for (const char* companion : sqlite_companions) {
             QFile::copy(path + QLatin1String(companion), opened + QLatin1String(companion));
         }
     }
@@ -77,31 +67,31 @@ QSqlQuery result_database::query(const QString& statement) const
 
 void result_database::fail(const QString& reason) const
 {
-    throw command_failure(exit_code::could_not_run,
-                          QStringLiteral("cannot read the result database %1: %2").arg(path, reason));
+    refuse(QStringLiteral("cannot read the result database %1: %2").arg(path, reason));
 }
 
-qint64 last_account_row(const QString& result)
+qint64 last_account_row(const result_paths& result)
 {
-    if (!QFile::exists(result_database_path(result))) {
+    if (!QFile::exists(result.database())) {
         return 0;
     }
     const result_database database(result);
-    QSqlQuery tables = database.query(QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = 'accounts'"));
+    QSqlQuery tables = database.query(
+        QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = '%1'").arg(shared_texts::accounts_table));
     if (!tables.next()) {
         return 0;
     }
-    QSqlQuery rows = database.query(QStringLiteral("SELECT max(INT) FROM accounts"));
+    QSqlQuery rows = database.query(QStringLiteral("SELECT max(INT) FROM %1").arg(shared_texts::accounts_table));
     return rows.next() ? rows.value(0).toLongLong() : 0;
 }
 
-void count_account_rows(const QString& result, qint64 last_row, QList<user_record>& users)
+void count_account_rows(const result_paths& result, qint64 last_row, QList<user_record>& users)
 {
     const result_database database(result);
     QSqlQuery rows = database.query(
-        QStringLiteral("SELECT system_user, coalesce(account_type, '') = '', count(*) FROM accounts WHERE INT > %1 "
+        QStringLiteral("SELECT system_user, coalesce(account_type, '') = '', count(*) FROM %1 WHERE INT > %2 "
                        "GROUP BY 1, 2")
-            .arg(last_row));
+            .arg(shared_texts::accounts_table, QString::number(last_row)));
     while (rows.next()) {
         const QString name = rows.value(0).toString();
         const auto user =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/result/result_paths.h"
 #include "host/result/run_record.h"
 
 #include <QList>
@@ -9,21 +10,18 @@
 
 #include <optional>
 
-/// Returns the path of a result's database, whether or not it exists.
-QString result_database_path(const QString& result);
-
 /// A result's database, opened for reading only. What an interrupted run left half written is rolled back in a copy, so
 /// that a look at a result never changes it.
 class result_database
 {
 public:
-    /// Throws a command_failure that names the path and the reason.
-    explicit result_database(const QString& result);
+    /// Throws a failure that names the path and the reason.
+    explicit result_database(const result_paths& result);
     ~result_database();
     result_database(const result_database&) = delete;
     result_database& operator=(const result_database&) = delete;
 
-    /// Runs a query over the table of accounts; throws a command_failure when it fails.
+    /// Runs a query over the table of accounts; throws a failure when it fails.
     QSqlQuery query(const QString& statement) const;
 
 private:
@@ -35,7 +33,7 @@ private:
 };
 
 /// Returns the number of the last row of the table of accounts; 0 without rows or without a database.
-qint64 last_account_row(const QString& result);
+qint64 last_account_row(const result_paths& result);
 
 /// Counts the rows after number `last_row` into the users they belong to; rows of other users are left out.
-void count_account_rows(const QString& result, qint64 last_row, QList<user_record>& users);
+void count_account_rows(const result_paths& result, qint64 last_row, QList<user_record>& users);

@@ -1,10 +1,10 @@
 #include "host/result/run_record.h"
 
-#include "host/result/result_paths.h"
+#include "host/text/failure.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSaveFile>
@@ -45,6 +45,16 @@ QStringList texts_from(const QJsonValue& value)
         texts.append(text.toString());
     }
     return texts;
+}
+
+run_status status_from(const QString& name)
+{
+    for (std::size_t i = 0; i < run_status_names.size(); ++i) {
+        if (name == QLatin1String(run_status_names[i])) {
+            return static_cast<run_status>(i);
+        }
+    }
+    return run_status::running;
 }
 
 QJsonObject summary_to_json(const verification_summary& summary)
@@ -121,7 +131,7 @@ QJsonObject run_record_to_json(const run_record& record)
         {"plugin", QJsonObject{{"path", record.plugin_path},
                                {"version", record.plugin_version},
                                {"sha256", text_or_null(record.plugin_sha256)}}},
-        {"status", record.status},
+        {"status", run_status_name(record.status)},
         {"exit_code", record.exit_code ? QJsonValue(*record.exit_code) : QJsonValue()},
         {"command_line", QJsonArray::fromStringList(record.command_line)},
         {"host", QJsonObject{{"name", record.host_name},
@@ -156,7 +166,7 @@ run_record run_record_from_json(const QJsonObject& object)
     record.plugin_path = plugin["path"].toString();
     record.plugin_version = plugin["version"].toString();
     record.plugin_sha256 = plugin["sha256"].toString();
-    record.status = object["status"].toString();
+    record.status = status_from(object["status"].toString());
     if (object["exit_code"].isDouble()) {
         record.exit_code = object["exit_code"].toInt();
     }
@@ -185,40 +195,30 @@ run_record run_record_from_json(const QJsonObject& object)
     return record;
 }
 
-QString run_record_path(const QString& result)
+void write_run_record(const result_paths& result, const run_record& record)
 {
-    return product_path(result, "run.json");
-}
-
-bool write_run_record(const QString& result, const run_record& record, QString& error)
-{
-    const QString path = run_record_path(result);
-    QDir().mkpath(QFileInfo(path).path());
-    QSaveFile file(path);
+    QDir().mkpath(result.products());
+    QSaveFile file(result.path(product::run_record));
     const QByteArray text = QJsonDocument(run_record_to_json(record)).toJson();
-    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit()) {
-        return true;
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
+        refuse(file.fileName() + QStringLiteral(": ") + file.errorString());
     }
-    error = path + QStringLiteral(": ") + file.errorString();
-    return false;
 }
 
-std::optional<run_record> read_run_record(const QString& result, QString& error)
+std::optional<run_record> read_run_record(const result_paths& result)
 {
-    QFile file(run_record_path(result));
+    QFile file(result.path(product::run_record));
     if (!file.exists()) {
         return std::nullopt;
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        error = file.fileName() + QStringLiteral(": ") + file.errorString();
-        return std::nullopt;
+        refuse(file.fileName() + QStringLiteral(": ") + file.errorString());
     }
     QJsonParseError problem;
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &problem);
     if (!document.isObject()) {
-        error = file.fileName() + QStringLiteral(": this is no run record (") +
-                (document.isNull() ? problem.errorString() : QStringLiteral("no object")) + QLatin1Char(')');
-        return std::nullopt;
+        refuse(file.fileName() + QStringLiteral(": this is no run record (") +
+               (document.isNull() ? problem.errorString() : QStringLiteral("no object")) + QLatin1Char(')'));
     }
     return run_record_from_json(document.object());
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/result/manifest.h"
+#include "host/result/result_paths.h"
 
 #include <QDateTime>
 #include <QJsonObject>
@@ -23,6 +24,24 @@ struct verification_summary
     bool operator==(const verification_summary&) const = default;
 };
 
+/// How far a run came.
+enum class run_status : unsigned char
+{
+    running, ///< it is at work, or was killed
+    finished,
+    cancelled,
+    failed ///< it could not begin its work
+};
+
+/// The words for them in run.json, by status.
+inline constexpr std::array<const char*, 4> run_status_names = {"running", "finished", "cancelled", "failed"};
+
+/// Returns the word for a status.
+inline QLatin1String run_status_name(run_status status)
+{
+    return QLatin1String(run_status_names[static_cast<std::size_t>(status)]);
+}
+
 /// What a run did for one user.
 struct user_record
 {
@@ -35,17 +54,17 @@ struct user_record
     bool operator==(const user_record&) const = default;
 };
 
-/// One run as RESULT/mail-extract/run.json tells it. A run writes it before its work begins, with the status "running",
-/// and again at its end; one that was killed is recognised by that status.
+/// One run as its record in the result tells it. A run writes it before its work begins, with the status "running", and
+/// again at its end; one that was killed is recognised by that status.
 struct run_record
 {
     QString program_name;
     QString program_version;
     QString plugin_path;
     QString plugin_version;
-    QString plugin_sha256;                      ///< lower-case hexadecimal; empty when the library could not be read
-    QString status = QStringLiteral("running"); ///< or "finished", "cancelled", "failed"
-    std::optional<int> exit_code;               ///< nothing while running
+    QString plugin_sha256; ///< lower-case hexadecimal; empty when the library could not be read
+    run_status status = run_status::running;
+    std::optional<int> exit_code; ///< nothing while running
     QStringList command_line;
     QString host_name;
     QString host_system;
@@ -73,15 +92,14 @@ struct run_record
 /// in.
 run_record begin_run_record(const QStringList& command_line);
 
-/// Returns the record as the object that run.json holds.
+/// Returns the record as the object that its file holds.
 QJsonObject run_record_to_json(const run_record& record);
-/// Reads such an object; fields it lacks keep their initial values, fields it has beyond are not kept.
+/// Reads such an object; fields it lacks keep their initial values, fields it has beyond are not kept. A status that is
+/// none of ours counts as "running": the run did not come to its end as far as anybody can tell.
 run_record run_record_from_json(const QJsonObject& object);
 
-/// Returns the path of a result's run.json.
-QString run_record_path(const QString& result);
-/// Writes RESULT/mail-extract/run.json in one step, so that at any time either the old one or the new one is there.
-/// False, with one line in `error`, when that fails.
-bool write_run_record(const QString& result, const run_record& record, QString& error);
-/// Reads it; nothing when there is none, and nothing with one line in `error` when it cannot be read.
-std::optional<run_record> read_run_record(const QString& result, QString& error);
+/// Writes a result's run record in one step, so that at any time either the old one or the new one is there. Throws a
+/// failure.
+void write_run_record(const result_paths& result, const run_record& record);
+/// Reads it; nothing when there is none. Throws a failure when it cannot be read.
+std::optional<run_record> read_run_record(const result_paths& result);

@@ -1,10 +1,13 @@
 #include "host/result/show_command.h"
 
+#include "host/result/dated_folders.h"
+#include "host/result/result_database.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
-#include "host/result/result_database.h"
-#include "host/result/result_paths.h"
+#include "host/text/csv.h"
+#include "host/text/text_layout.h"
 #include "host/text/text_table.h"
+#include "support/shared_texts.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -14,20 +17,14 @@
 
 namespace {
 
-constexpr qsizetype page_width = 100;
-
 // Wide enough for a date, a version directory and the end of a name.
 constexpr qsizetype folder_column = 36;
 
 /// Leaves off what the folders of all rows begin with; a folder that lies elsewhere stays as it is.
 QString short_folder(const QString& folder, const QString& user)
 {
-    const QString copies = QLatin1Char('/') + QLatin1String(copies_directory) + QLatin1Char('/');
-    const QString dated = copies + QStringLiteral("Apple_Mail_Extractor_%1_").arg(user);
-    if (folder.startsWith(dated)) {
-        return QChar(u'…') + folder.mid(dated.size());
-    }
-    return folder.startsWith(copies) ? folder.mid(copies.size()) : folder;
+    const QString own = below_own_dated_folder(folder, user);
+    return own.isEmpty() ? below_copies(folder) : QChar(u'…') + own;
 }
 
 QString text_for_person(const QString& text)
@@ -53,20 +50,12 @@ void print_table(QSqlQuery& rows)
                                                 rows.value(QStringLiteral("system_user")).toString())));
     }
     if (!texts.isEmpty()) {
-        print_line(QStringLiteral("folders below /%1, where … is Apple_Mail_Extractor_<user>_")
-                       .arg(QLatin1String(copies_directory)));
+        print_line(QStringLiteral("folders below /%1, where … is %2_<user>_")
+                       .arg(shared_texts::plugin_directory, shared_texts::artifact_folder));
     }
     for (const QString& line : table_lines(columns, texts, page_width)) {
         print_line(line);
     }
-}
-
-QByteArray csv_field(const QString& text)
-{
-    QByteArray field = text.toUtf8();
-    const bool needs_quotes =
-        field.contains('"') || field.contains(',') || field.contains('\r') || field.contains('\n');
-    return needs_quotes ? '"' + field.replace("\"", "\"\"") + '"' : field;
 }
 
 void print_csv(QSqlQuery& rows)
@@ -75,9 +64,9 @@ void print_csv(QSqlQuery& rows)
     const auto print_record = [&columns](auto field_text) {
         QByteArrayList fields;
         for (int i = 0; i < columns.count(); ++i) {
-            fields.append(csv_field(field_text(i)));
+            fields.append(field_text(i).toUtf8());
         }
-        print_bytes(fields.join(',') + "\r\n");
+        print_bytes(csv_line(fields));
     };
     print_record([&columns](int i) { return columns.fieldName(i); });
     while (rows.next()) {
@@ -124,8 +113,8 @@ void print_json(QSqlQuery& rows)
 
 int show_command(const show_options& options)
 {
-    const result_database database(options.result);
-    QSqlQuery rows = database.query(QStringLiteral("SELECT * FROM accounts ORDER BY INT"));
+    const result_database database{result_paths(options.result)};
+    QSqlQuery rows = database.query(QStringLiteral("SELECT * FROM %1 ORDER BY INT").arg(shared_texts::accounts_table));
     if (options.format == QLatin1String("csv")) {
         print_csv(rows);
     } else if (options.format == QLatin1String("json")) {

@@ -9,5 +9,5 @@ struct show_options
     QString format = QStringLiteral("table"); ///< "table", "csv" or "json"
 };
 
-/// Prints the accounts of a result; returns the exit code. Throws a command_failure when there is no result to read.
+/// Prints the accounts of a result; returns the exit code. Throws a failure when there is no result to read.
 int show_command(const show_options& options);

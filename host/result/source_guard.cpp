@@ -1,10 +1,7 @@
 #include "host/result/source_guard.h"
 
-#include "host/terminal/command_failure.h"
-#include "host/result/result_database.h"
-#include "host/result/result_paths.h"
+#include "host/text/failure.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -49,15 +46,9 @@ bool lies_inside(const QString& path, const QString& directory)
     }
 }
 
-void keep_out_of_source(const QString& source, const QString& result, const QString& log_path)
+void keep_out_of_source(const QString& source, const result_paths& result, const QString& log_path)
 {
-    const QDir root(result);
-    QStringList written{result, root.filePath(QStringLiteral("Artifacts_Result")),
-                        root.filePath(QLatin1String(copies_directory)), result_database_path(result),
-                        root.filePath(QLatin1String(products_directory))};
-    for (const char* product : {"run.json", "manifest.csv", "SHA256SUMS", "report.html"}) {
-        written.append(product_path(result, product));
-    }
+    QStringList written = result.written();
     if (!log_path.isEmpty()) {
         written.append(log_path);
     }

@@ -1,13 +1,15 @@
 #pragma once
 
+#include "host/result/result_paths.h"
+
 #include <QString>
 
 /// True when a path, which need not exist, is a directory or lies below it, all links resolved.
 bool lies_inside(const QString& path, const QString& directory);
 
 /// Refuses to work with a result of which anything that is written to lies inside the source; each may be a link of its
-/// own. `log_path` may be empty. Throws a command_failure.
-void keep_out_of_source(const QString& source, const QString& result, const QString& log_path = {});
+/// own. `log_path` may be empty. Throws a failure.
+void keep_out_of_source(const QString& source, const result_paths& result, const QString& log_path = {});
 
 /// Returns why a directory could not be created, found by looking at what is in its way.
 QString reason_for_no_directory(const QString& path);

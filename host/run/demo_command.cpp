@@ -1,11 +1,11 @@
 #include "host/run/demo_command.h"
 
-#include "host/terminal/command_failure.h"
-#include "host/terminal/console.h"
-#include "host/terminal/exit_codes.h"
+#include "host/result/show_command.h"
 #include "host/result/source_guard.h"
 #include "host/run/run_command.h"
-#include "host/result/show_command.h"
+#include "host/terminal/console.h"
+#include "host/terminal/exit_codes.h"
+#include "host/text/failure.h"
 #include "sample/sample_source.h"
 
 #include <QDir>

@@ -9,5 +9,5 @@ struct demo_options
 };
 
 /// Writes a sample source, runs on it and shows the accounts; returns the run's exit code. A folder of an earlier
-/// demonstration is used again, any other folder must be empty. Throws a command_failure when it cannot run.
+/// demonstration is used again, any other folder must be empty. Throws a failure when it cannot run.
 int demo_command(const demo_options& options);

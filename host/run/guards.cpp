@@ -1,9 +1,9 @@
 #include "host/run/guards.h"
 
-#include "host/terminal/command_failure.h"
-#include "host/terminal/console.h"
 #include "host/run/earlier_results.h"
 #include "host/source/room_estimate.h"
+#include "host/terminal/console.h"
+#include "host/text/failure.h"
 
 #include <QFile>
 
@@ -22,8 +22,9 @@ void refuse_links(const copy_forecast& forecast, const QString& source)
 
 } // namespace
 
-void guard_run(extraction_settings& settings, bool follow_links_outside)
+void guard_run(run_plan& plan, bool follow_links_outside)
 {
+    extraction_settings& settings = plan.settings;
     std::vector<QByteArray> names;
     for (const source_user& user : settings.users) {
         // Also where no Mail directory is seen: the link that hides it is what is looked for.
@@ -39,11 +40,11 @@ void guard_run(extraction_settings& settings, bool follow_links_outside)
         refuse_links(forecast, settings.source_root);
     }
 
-    const qint64 earlier = bytes_of_earlier_copies(settings);
-    const room_estimate room = estimate_room(forecast, settings.result_directory,
+    const qint64 earlier = bytes_of_earlier_copies(plan.result, settings);
+    const room_estimate room = estimate_room(forecast, plan.result.root(),
                                              settings.clear ? earlier : std::min(earlier, forecast.room_of_trees));
     if (!room.is_enough()) {
         refuse(QStringLiteral("cannot write to %1: not enough room at %2: %3")
-                   .arg(settings.result_directory, room.measured_at, room_amounts(room)));
+                   .arg(plan.result.root(), room.measured_at, room_amounts(room)));
     }
 }

@@ -1,7 +1,6 @@
 #include "host/run/plugin_library.h"
 
-#include "host/terminal/command_failure.h"
-#include "host/terminal/exit_codes.h"
+#include "host/text/failure.h"
 #include "plugin/apple_mail_extractor.h"
 
 #include <QCoreApplication>
@@ -15,10 +14,9 @@ constexpr const char* library_name = "apple_mail_extractor";
 // In the build tree and where the program is installed as usual, the library lies in a neighbouring directory.
 constexpr const char* neighbouring_directories[] = {"../lib", "../" LIBRARY_INSTALL_DIRECTORY};
 
-[[noreturn]] void refuse(const QString& path, const QString& reason)
+[[noreturn]] void refuse_library(const QString& path, const QString& reason)
 {
-    throw command_failure(exit_code::could_not_run,
-                          QStringLiteral("cannot load the plug-in %1: %2").arg(path, reason.simplified()));
+    refuse(QStringLiteral("cannot load the plug-in %1: %2").arg(path, reason.simplified()));
 }
 
 } // namespace
@@ -28,7 +26,7 @@ plugin_library::plugin_library(const QString& file)
     if (!file.isEmpty()) {
         const QFileInfo info(file);
         if (!info.exists()) {
-            refuse(file, QStringLiteral("no such file"));
+            refuse_library(file, QStringLiteral("no such file"));
         }
         library.setFileName(info.absoluteFilePath());
         library.load();
@@ -43,11 +41,11 @@ plugin_library::plugin_library(const QString& file)
         }
     }
     if (!library.isLoaded()) {
-        refuse(library.fileName(), library.errorString());
+        refuse_library(library.fileName(), library.errorString());
     }
     create_object = reinterpret_cast<factory>(library.resolve("create_object"));
     if (create_object == nullptr) {
-        refuse(library.fileName(), QStringLiteral("it has no function create_object"));
+        refuse_library(library.fileName(), QStringLiteral("it has no function create_object"));
     }
 }
 

@@ -11,7 +11,7 @@ class apple_mail_extractor;
 class plugin_library
 {
 public:
-    /// Loads `file`, or the library that belongs to this program when it is empty. Throws a command_failure that names
+    /// Loads `file`, or the library that belongs to this program when it is empty. Throws a failure that names
     /// the path and the reason.
     explicit plugin_library(const QString& file);
 

@@ -1,14 +1,13 @@
 #include "host/run/preparation.h"
 
+#include "host/result/result_database.h"
+#include "host/result/source_guard.h"
+#include "host/run/earlier_results.h"
+#include "host/source/system_version.h"
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
-#include "host/text/display_text.h"
-#include "host/run/earlier_results.h"
 #include "host/terminal/exit_codes.h"
-#include "host/result/source_guard.h"
-#include "host/result/result_database.h"
-#include "host/result/result_paths.h"
-#include "host/source/system_version.h"
+#include "host/text/display_text.h"
 
 #include <QDir>
 #include <QFile>
@@ -105,13 +104,13 @@ void set_aside(const QString& log_path, bool quiet)
 
 run_plan prepare_run(const run_options& options)
 {
-    run_plan plan;
+    run_plan plan{result_paths(options.result)};
     extraction_settings& settings = plan.settings;
     settings.source_root = absolute_source(options.source);
-    settings.result_directory = QDir::cleanPath(QFileInfo(options.result).absoluteFilePath());
-    settings.log_path = options.log_file.isEmpty() ? product_path(settings.result_directory, "log.txt")
-                                                   : QFileInfo(options.log_file).absoluteFilePath();
-    keep_out_of_source(settings.source_root, settings.result_directory, settings.log_path);
+    settings.result_directory = plan.result.root();
+    settings.log_path =
+        options.log_file.isEmpty() ? plan.result.path(product::log) : QFileInfo(options.log_file).absoluteFilePath();
+    keep_out_of_source(settings.source_root, plan.result, settings.log_path);
 
     settings.source_type = options.source_type;
     settings.scheme = options.scheme;
@@ -125,15 +124,15 @@ run_plan prepare_run(const run_options& options)
 
     plan.left_out = without_unreachable(settings.users);
 
-    const QString copies = QDir(settings.result_directory).filePath(QLatin1String(copies_directory));
+    const QString copies = plan.result.copies();
     if (options.clear && lies_inside(settings.source_root, copies)) {
         refuse(QStringLiteral("cannot clear %1: the source %2 lies inside it").arg(copies, settings.source_root));
     }
     if (!options.clear) {
-        plan.last_row = last_account_row(settings.result_directory);
+        plan.last_row = last_account_row(plan.result);
         if (plan.last_row > 0 && !options.append) {
             refuse(QStringLiteral("%1 already holds accounts: --clear removes them, --append adds to them")
-                       .arg(result_database_path(settings.result_directory)));
+                       .arg(plan.result.database()));
         }
     }
     if (settings.scheme == macos_scheme) {
@@ -145,7 +144,7 @@ run_plan prepare_run(const run_options& options)
 void create_result(const run_options& options, run_plan& plan)
 {
     const extraction_settings& settings = plan.settings;
-    const QString own_folder = QDir(settings.result_directory).filePath(QLatin1String(products_directory));
+    const QString own_folder = plan.result.products();
     if (!QDir().mkpath(own_folder)) {
         refuse(QStringLiteral("cannot create %1: %2").arg(own_folder, reason_for_no_directory(own_folder)));
     }
@@ -159,16 +158,15 @@ void create_result(const run_options& options, run_plan& plan)
     plan.log_begin = log.size();
 }
 
-void remove_earlier_results(const run_options& options, const extraction_settings& settings)
+void remove_earlier_results(const run_options& options, const run_plan& plan)
 {
-    remove_earlier_products(settings.result_directory);
-    if (!settings.clear) {
+    remove_earlier_products(plan.result);
+    if (!plan.settings.clear) {
         return;
     }
-    const qint64 removed = remove_earlier_copies(settings.result_directory);
+    const qint64 removed = remove_earlier_copies(plan.result);
     if (removed > 0 && !options.quiet) {
         complain(QStringLiteral("removed the copies of earlier runs, folders below %1: %2")
-                     .arg(QDir(settings.result_directory).filePath(QLatin1String(copies_directory)),
-                          display_number(removed)));
+                     .arg(plan.result.copies(), display_number(removed)));
     }
 }

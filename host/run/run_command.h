@@ -1,30 +1,7 @@
 #pragma once
 
-#include <QString>
-#include <QStringList>
+#include "host/run/run_options.h"
 
-/// One extraction, as the command line asks for it.
-struct run_options
-{
-    QString source;
-    QString result;
-    QStringList users; ///< empty for every user
-    QString scheme = QStringLiteral("macOS");
-    QString source_type;
-    int source_number = 1;
-    int engine_type = 0; ///< 0 desk, 1 field, 2 live
-    bool clear = false;
-    bool append = false;
-    bool as_suite = false;
-    bool no_verify = false;
-    bool follow_links_outside = false;
-    QString log_file; ///< empty for the result's own log
-    bool log_encrypted = false;
-    QString plugin_file; ///< empty for the library that belongs to the program
-    bool quiet = false;
-    bool json = false;
-};
-
-/// Extracts the mail of a source into a result and prints what was found; returns the exit code. Throws a
-/// command_failure when it cannot run.
+/// Extracts the mail of a source into a result and prints what was found; returns the exit code. Throws a failure when
+/// it cannot run.
 int run_command(const run_options& options);

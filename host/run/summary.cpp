@@ -1,14 +1,14 @@
 #include "host/run/summary.h"
 
 #include "host/terminal/console.h"
-#include "host/text/display_text.h"
 #include "host/terminal/exit_codes.h"
+#include "host/text/display_text.h"
+#include "host/text/text_layout.h"
 #include "host/text/text_table.h"
-#include "host/verify/verification.h"
+#include "host/verify/verification_text.h"
 
 namespace {
 
-constexpr qsizetype page_width = 100;
 constexpr qsizetype most_failures_shown = 5;
 
 QStringList row_of(const QString& title, const user_record& sums)

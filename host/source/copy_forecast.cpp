@@ -1,8 +1,8 @@
 #include "host/source/copy_forecast.h"
 
-#include "host/source/copy_walk.h"
-#include "host/text/display_text.h"
 #include "host/files/file_tree.h"
+#include "host/source/account_stores.h"
+#include "host/source/copy_walk.h"
 
 copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<QByteArray>& mail_directories)
 {
@@ -12,9 +12,11 @@ copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<Q
     copy_walk::amount accounts;
     for (const QByteArray& mail_directory : mail_directories) {
         const QByteArray library = mail_directory.left(mail_directory.lastIndexOf('/'));
-        for (const char* store : {"Accounts4.sqlite", "Accounts3.sqlite"}) {
-            for (const char* companion : {"", "-wal", "-shm"}) {
-                walk.follow_way(child_path(library, QByteArray("Accounts/") + store + companion));
+        for (const char* store : account_store_names) {
+            const QByteArray path = child_path(library, QByteArray("Accounts/") + store);
+            walk.follow_way(path);
+            for (const char* companion : copied_store_companions) {
+                walk.follow_way(path + companion);
             }
         }
         const copy_walk::extent extent = walk.walk_mail_directory(mail_directory);
@@ -28,11 +30,4 @@ copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<Q
     forecast.room_of_accounts = accounts.room;
     forecast.link_problems = walk.problems();
     return forecast;
-}
-
-QString link_problem_text(const link_problem& problem)
-{
-    const QString wrong = problem.kind == link_problem_kind::cycle ? QStringLiteral("which leads round in a circle")
-                                                                   : QStringLiteral("which lies outside the source");
-    return QStringLiteral("%1 -> %2, %3").arg(display_text(problem.path), display_text(problem.target), wrong);
 }

@@ -1,25 +1,11 @@
 #pragma once
 
 #include "host/files/file_amount.h"
+#include "host/source/link_problems.h"
 
 #include <QByteArray>
-#include <QString>
 
 #include <vector>
-
-enum class link_problem_kind
-{
-    leaves_source,
-    cycle
-};
-
-/// A symbolic link that a copy would follow to where it must not go.
-struct link_problem
-{
-    QByteArray path;   ///< the link, as the copy reaches it
-    QByteArray target; ///< where it leads, resolved as this machine does it
-    link_problem_kind kind = link_problem_kind::leaves_source;
-};
 
 /// What a run over some Mail directories is going to copy. What lies behind links that leave the source, and behind
 /// link cycles, is not counted.
@@ -35,6 +21,3 @@ struct copy_forecast
 /// exist) would copy, and examines the links on the way from `source_root` to them and to the account stores beside
 /// them. Links that lead nowhere are no problem, since no copy follows them.
 copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<QByteArray>& mail_directories);
-
-/// Returns the problem as one line: the link, its target, and what is wrong with it.
-QString link_problem_text(const link_problem& problem);

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "host/source/copy_forecast.h"
+#include "host/files/file_amount.h"
 #include "host/files/quiet_reading.h"
+#include "host/source/link_problems.h"
 
 #include <map>
 #include <set>
@@ -15,10 +16,8 @@ class copy_walk
 {
 public:
     /// Files and what they take; sums stop at a number that no file system reaches.
-    struct amount
+    struct amount : file_amount
     {
-        qint64 files = 0;
-        qint64 bytes = 0;
         qint64 room = 0; ///< bytes when every file counts in whole allocation units
 
         amount& operator+=(const amount& other);

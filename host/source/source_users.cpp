@@ -1,7 +1,7 @@
 #include "host/source/source_users.h"
 
-#include "host/source/folder_names.h"
 #include "host/files/file_tree.h"
+#include "host/source/folder_names.h"
 #include "host/text/utf8.h"
 
 #include <QFile>
@@ -9,11 +9,6 @@
 #include <algorithm>
 
 namespace {
-
-bool is_directory(const QByteArray& path)
-{
-    return quiet_stat(path, link_handling::follow).kind == entry_kind::directory;
-}
 
 /// Digits of any length compare as numbers this way, provided that there are no leading zeros.
 bool is_newer(const QString& version, const QString& other)

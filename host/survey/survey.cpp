@@ -1,9 +1,10 @@
 #include "host/survey/survey.h"
 
-#include "host/text/display_text.h"
-#include "host/files/property_list.h"
 #include "host/files/file_tree.h"
+#include "host/files/property_list.h"
+#include "host/source/account_stores.h"
 #include "host/source/source_users.h"
+#include "host/text/display_text.h"
 #include "host/text/utf8.h"
 
 #include <algorithm>
@@ -12,11 +13,6 @@
 namespace {
 
 constexpr qint64 largest_property_list = 1 << 20;
-
-bool is_directory(const QByteArray& path)
-{
-    return quiet_stat(path, link_handling::follow).kind == entry_kind::directory;
-}
 
 QByteArray below_source(const QByteArray& source, const QByteArray& path)
 {
@@ -176,7 +172,7 @@ void find_account_stores(source_survey& survey, user_survey& user, const QByteAr
     const auto size_inside = [&](const QByteArray& path) {
         return leaving_link(survey, path).isEmpty() ? file_size(path) : std::nullopt;
     };
-    for (const char* name : {"Accounts4.sqlite", "Accounts3.sqlite"}) {
+    for (const char* name : account_store_names) {
         const QByteArray path = child_path(accounts_directory, name);
         const auto bytes = size_inside(path);
         if (!bytes) {

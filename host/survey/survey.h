@@ -72,9 +72,3 @@ struct source_survey
 
 /// Surveys the source without changing anything; `result` may be empty.
 source_survey survey_source(const QByteArray& source, const QString& result);
-
-/// Returns the survey as a page of at most 100 columns, long lists cut with a count.
-QString survey_text(const source_survey& survey);
-
-/// Returns the whole survey as one JSON object, indented; names in the form of display_text.
-QByteArray survey_json(const source_survey& survey);

@@ -1,8 +1,10 @@
 #include "host/survey/survey_command.h"
 
+#include "host/survey/survey.h"
+#include "host/survey/survey_json.h"
+#include "host/survey/survey_text.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
-#include "host/survey/survey.h"
 
 #include <QFile>
 

@@ -1,5 +1,5 @@
+#include "host/survey/survey_json.h"
 #include "host/text/display_text.h"
-#include "host/survey/survey.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

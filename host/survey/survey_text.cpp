@@ -1,5 +1,5 @@
+#include "host/survey/survey_text.h"
 #include "host/text/display_text.h"
-#include "host/survey/survey.h"
 #include "host/text/text_layout.h"
 #include "host/text/text_table.h"
 
@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr qsizetype page_width = 100;
 constexpr qsizetype longest_list = 5;
 constexpr qsizetype longest_table = 20;
 

@@ -2,6 +2,9 @@
 
 #include <QString>
 
+/// The columns of a page for a person who redirects it, prints it or quotes it.
+inline constexpr qsizetype page_width = 100;
+
 /// Returns the columns that a text takes on a terminal: one a code point, none for a mark on the letter before it.
 qsizetype text_width(const QString& text);
 

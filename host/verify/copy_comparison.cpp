@@ -26,14 +26,14 @@ QByteArray why_missing(const manifest_entry& entry)
     return "not copied";
 }
 
-bool read_source(copy_pair& pair, quiet_file& source, file_hasher& hasher, const std::function<bool(qint64)>& go_on)
+bool read_source(copy_pair& pair, quiet_file& source, file_hasher& hasher, const std::function<bool(qint64)>& cancelled)
 {
     manifest_entry& entry = pair.entry;
     if (!source.error.isEmpty()) {
         judge(entry, entry_status::unreadable, "source: " + source.error.toUtf8());
         return true;
     }
-    const file_hasher::outcome read = hasher.hash(source.descriptor.get(), go_on);
+    const file_hasher::outcome read = hasher.hash(source.descriptor.get(), cancelled);
     if (read.stopped) {
         return false;
     }
@@ -68,14 +68,14 @@ void give_modification_time(copy_pair& pair, const quiet_file& copy)
 }
 
 bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy, file_hasher& hasher,
-               const std::function<bool(qint64)>& go_on)
+               const std::function<bool(qint64)>& cancelled)
 {
     manifest_entry& entry = pair.entry;
     if (copy.facts.device == source.facts.device && copy.facts.inode == source.facts.inode) {
         judge(entry, entry_status::different, "what stands for the copy is the source file itself");
         return true;
     }
-    const file_hasher::outcome read = hasher.hash(copy.descriptor.get(), go_on);
+    const file_hasher::outcome read = hasher.hash(copy.descriptor.get(), cancelled);
     if (read.stopped) {
         return false;
     }
@@ -98,14 +98,14 @@ bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy
 } // namespace
 
 bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& result, file_hasher& hasher,
-                   const std::function<bool(qint64 bytes)>& go_on)
+                   const std::function<bool(qint64 bytes)>& cancelled)
 {
     manifest_entry& entry = pair.entry;
     if (pair.task == pair_task::nothing) {
         return true;
     }
     quiet_file original = quiet_open(child_path(source, entry.path), pair.links);
-    if (!read_source(pair, original, hasher, go_on)) {
+    if (!read_source(pair, original, hasher, cancelled)) {
         return false;
     }
     if (!entry.source_sha256 || pair.task == pair_task::hash_source) {
@@ -115,7 +115,7 @@ bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& 
     const QByteArray copy_path = child_path(result, entry.copy);
     const quiet_file copy = entry.copy.isEmpty() ? quiet_file() : quiet_open(copy_path, link_handling::keep);
     if (copy.descriptor.is_open()) {
-        return read_copy(pair, original, copy, hasher, go_on);
+        return read_copy(pair, original, copy, hasher, cancelled);
     }
     if (entry.copy.isEmpty() || quiet_stat(copy_path).kind == entry_kind::absent) {
         judge(entry, entry_status::missing, why_missing(entry));

@@ -82,9 +82,9 @@ private:
             return report(directory.source + '/', facts, entry_status::link, "in a circle of links; not walked again");
         }
         being_walked.push_back(identity);
-        const bool goes_on = walk(directory, facts);
+        const bool completed = walk(directory, facts);
         being_walked.pop_back();
-        return goes_on;
+        return completed;
     }
 
     bool walk(const directory_pair& directory, const entry_facts& facts)
@@ -247,14 +247,14 @@ private:
         if (copy.facts.kind != entry_kind::directory) {
             return visitor.surplus(path);
         }
-        bool goes_on = true;
+        bool completed = true;
         walk_tree(in_result(path), [&](const tree_entry& entry) {
             if (entry.facts.kind != entry_kind::directory) {
-                goes_on = visitor.surplus(child_path(path, entry.relative_path));
+                completed = visitor.surplus(child_path(path, entry.relative_path));
             }
-            return goes_on;
+            return completed;
         });
-        return goes_on;
+        return completed;
     }
 
     const QByteArray& source;

@@ -117,7 +117,7 @@ void pair_pipeline::complete(copy_pair& pair, file_hasher& hasher)
     complete_pair(pair, source_root, result_root, hasher, [&](qint64 bytes) {
         counted += weight * bytes;
         half_bytes += weight * bytes;
-        return !stopped;
+        return stopped.load();
     });
     // What was not read, because it cannot be or there is no copy, is done with all the same.
     half_bytes += whole - counted;

@@ -1,6 +1,6 @@
 #include "host/verify/verification.h"
 
-#include "host/result/dated_folders.h"
+#include "host/verify/copy_assignment.h"
 #include "host/verify/pair_pipeline.h"
 
 #include <QDir>
@@ -32,7 +32,7 @@ void take_in(verification_result& result, const copy_pair& pair)
 file_amount verification_amount(const verification_request& request, const std::function<bool()>& cancelled)
 {
     const QByteArray source = absolute_path(request.source);
-    const QByteArray result = absolute_path(request.result);
+    const QByteArray result = request.result.native_root();
     file_amount amount;
     const pair_visitor visitor{[&](copy_pair&& pair) {
                                    amount += {1, pair.entry.size};
@@ -40,7 +40,7 @@ file_amount verification_amount(const verification_request& request, const std::
                                },
                                [](const QByteArray&) { return true; }};
     const bool complete = walk_copy_pairs(
-        source, result, assign_copies(source, result, request.users, request.unnamed_users).users, visitor);
+        source, result, assign_copies(source, request.result, request.users, request.unnamed_users).users, visitor);
     return complete ? amount : file_amount();
 }
 
@@ -49,8 +49,8 @@ verification_result verify_copies(const verification_request& request,
                                   const std::function<bool()>& cancelled)
 {
     const QByteArray source = absolute_path(request.source);
-    const QByteArray result = absolute_path(request.result);
-    copy_assignment assignment = assign_copies(source, result, request.users, request.unnamed_users);
+    const QByteArray result = request.result.native_root();
+    copy_assignment assignment = assign_copies(source, request.result, request.users, request.unnamed_users);
 
     verification_result found;
     found.notes = assignment.notes;
@@ -59,11 +59,7 @@ verification_result verify_copies(const verification_request& request,
         return found;
     }
 
-    manifest_writer writer;
-    if (!writer.open(QDir(request.result).absoluteFilePath(QStringLiteral("mail-extract")))) {
-        found.error = writer.error();
-        return found;
-    }
+    manifest_writer writer(request.result);
     {
         const auto finished = [&](const copy_pair& pair) {
             take_in(found, pair);
@@ -82,9 +78,7 @@ verification_result verify_copies(const verification_request& request,
     if (found.cancelled) {
         return found;
     }
-    if (!writer.commit()) {
-        found.error = writer.error();
-    }
+    writer.commit();
     found.summary.whole = found.failure_count == 0;
     found.summary.finished = QDateTime::currentDateTimeUtc();
     progress(found.summary.files, found.summary.bytes);

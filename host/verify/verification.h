@@ -2,6 +2,7 @@
 
 #include "host/files/file_amount.h"
 #include "host/result/manifest.h"
+#include "host/result/result_paths.h"
 #include "host/result/run_record.h"
 
 #include <QByteArray>
@@ -14,13 +15,12 @@
 struct verification_request
 {
     QString source;
-    QString result;
+    result_paths result;
     QStringList users; ///< those of the run; others that have a copy in the result and are in the source take part too
     bool unnamed_users = true; ///< also users whose names are not UTF-8, whose mail no run can copy
 };
 
-/// What a verification found. "manifest.csv" and "SHA256SUMS" are in place unless it was cancelled, had nothing to
-/// verify, or `error` says what failed.
+/// What a verification found. Manifest and sums are in place unless it was cancelled or had nothing to verify.
 struct verification_result
 {
     verification_summary summary;
@@ -33,7 +33,6 @@ struct verification_result
     QStringList notes; ///< one line for each dated folder that was left out
     qint64 users = 0;  ///< users verified; 0 when source and result have none in common
     bool cancelled = false;
-    QString error;
 };
 
 /// The most failures, and the most copies without a source, that a result names.
@@ -43,16 +42,10 @@ inline constexpr std::size_t most_named_failures = 20;
 /// when `cancelled` ended the look.
 file_amount verification_amount(const verification_request& request, const std::function<bool()>& cancelled);
 
-/// Compares every file below the users' Mail directories with its copy, on all cores, writes RESULT/mail-extract/
-/// "manifest.csv" and "SHA256SUMS", and gives equal copies the source's modification time. `progress` and `cancelled`
-/// are called on the calling thread, several times a second; a cancelled verification leaves earlier files as they
-/// were.
+/// Compares every file below the users' Mail directories with its copy, on all cores, writes manifest and sums, and
+/// gives equal copies the source's modification time. `progress` and `cancelled` are called on the calling thread,
+/// several times a second; a cancelled verification leaves earlier files as they were. Throws a failure when it cannot
+/// write.
 verification_result verify_copies(const verification_request& request,
                                   const std::function<void(qint64 files, qint64 bytes)>& progress,
                                   const std::function<bool()>& cancelled);
-
-/// Returns the lines that tell a person what is not as it should be, without the notes; empty when all is whole. Of
-/// many failures the first are named and the rest is counted.
-QStringList verification_complaints(const verification_result& result);
-/// Returns the line that sums a verification up.
-QString verification_summary_text(const verification_summary& summary);

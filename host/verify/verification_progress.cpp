@@ -3,6 +3,7 @@
 #include "host/terminal/console.h"
 #include "host/terminal/interruption.h"
 #include "host/terminal/progress.h"
+#include "host/verify/verification_text.h"
 
 verification_result verify_with_progress(const verification_request& request, bool quiet)
 {

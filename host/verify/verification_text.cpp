@@ -1,5 +1,6 @@
+#include "host/verify/verification_text.h"
+
 #include "host/text/display_text.h"
-#include "host/verify/verification.h"
 
 namespace {
 

@@ -11,5 +11,5 @@ struct verify_options
 };
 
 /// Compares a result, however old, with its source, wherever that is mounted now; writes manifest and sums anew, and
-/// returns the exit code. Throws a command_failure when it cannot.
+/// returns the exit code. Throws a failure when it cannot.
 int verify_command(const verify_options& options);

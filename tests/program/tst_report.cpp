@@ -1,10 +1,10 @@
-#include "host/result/manifest.h"
-#include "host/report/document.h"
 #include "host/report/data.h"
+#include "host/report/document.h"
+#include "host/result/manifest.h"
 #include "host/result/run_record.h"
 #include "tests/common/driven_program.h"
-#include "tests/common/result_fixture.h"
 #include "tests/common/files.h"
+#include "tests/common/result_fixture.h"
 
 #include <QTest>
 #include <QUrl>
@@ -70,12 +70,11 @@ public:
 
     void write_manifest(const QList<manifest_entry>& entries) const
     {
-        manifest_writer writer;
-        QVERIFY(writer.open(path("mail-extract")));
+        manifest_writer writer{result_paths(path())};
         for (const manifest_entry& one : entries) {
             writer.write(one);
         }
-        QVERIFY(writer.commit());
+        writer.commit();
     }
 
     /// Writes a file of the result, with its folders.
@@ -86,20 +85,14 @@ public:
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
     }
 
-    void write_run(const run_record& record) const
-    {
-        QString error;
-        QVERIFY2(write_run_record(path(), record, error), qPrintable(error));
-    }
+    void write_run(const run_record& record) const { write_run_record(result_paths(path()), record); }
 
     /// Writes the report and returns its bytes.
     QByteArray report(const QString& output = {}) const
     {
-        const QString place = output.isEmpty() ? default_report_path(path()) : output;
-        QString error;
-        if (!write_report(path(), place, error)) {
-            qWarning().noquote() << error;
-        }
+        const result_paths result(path());
+        const QString place = output.isEmpty() ? result.path(product::report) : output;
+        write_report(result, place);
         return content_of(place);
     }
 };
@@ -109,7 +102,7 @@ run_record finished_run()
     run_record run = begin_run_record({"mail-extract", "run"});
     run.started = run.started.addSecs(-60);
     run.ended = run.started.addSecs(30);
-    run.status = "finished";
+    run.status = run_status::finished;
     run.exit_code = 0;
     return run;
 }
@@ -133,7 +126,7 @@ private slots:
         lost.reason = hostile.toUtf8();
         result.write_manifest({lost});
         run_record run = finished_run();
-        run.status = "failed";
+        run.status = run_status::failed;
         run.source = run.error = run.host_name = run.plugin_path = hostile;
         run.command_line = run.log_failure_lines = {hostile};
         run.options = {{hostile, hostile}};
@@ -197,9 +190,7 @@ private slots:
         // Files, bytes and what is not copied: of the outer folder, of the inner one, of the user.
         const auto amounts = [&result] {
             QList<qint64> found;
-            QString error;
-            const report_user anna =
-                load_report_data(QDir::cleanPath(result.path()), error).value_or(report_data()).users.value(0);
+            const report_user anna = load_report_data(result_paths(result.path())).users.value(0);
             for (const report_amount& amount :
                  {anna.accounts.value(0).amount, anna.accounts.value(1).amount, anna.mail_tree}) {
                 found << amount.files << amount.bytes << amount.not_copied;
@@ -239,31 +230,31 @@ private slots:
 
     void a_result_that_is_not_whole_says_so_data()
     {
-        QTest::addColumn<QString>("status"); // empty for no run record
+        QTest::addColumn<std::optional<run_status>>("status"); // empty for no run record
         QTest::addColumn<bool>("has_manifest");
         QTest::addColumn<QString>("said");
         QTest::addColumn<bool>("is_whole");
-        const auto row = [](const char* status, bool has_manifest, const QString& said, bool is_whole) {
-            QTest::addRow("%s: %s", status, qPrintable(said)) << QString(status) << has_manifest << said << is_whole;
+        const auto row = [](std::optional<run_status> status, bool has_manifest, const char* said, bool is_whole) {
+            QTest::addRow("%s", said) << status << has_manifest << QString(said) << is_whole;
         };
-        row("finished", true, "has the bytes of its source: 1 files", true);
-        row("running", false, "its record still says \"running\"", false);
-        row("running", false, "Source Db opening --------FAILED-------", false);
-        row("cancelled", true, "This run was cancelled", false);
-        row("failed", false, "This run failed: disk full", false);
-        row("finished", false, "The copies are not verified", false);
-        row("", true, "no run record there", true);
+        row(run_status::finished, true, "has the bytes of its source: 1 files", true);
+        row(run_status::running, false, "its record still says \"running\"", false);
+        row(run_status::running, false, "Source Db opening --------FAILED-------", false);
+        row(run_status::cancelled, true, "This run was cancelled", false);
+        row(run_status::failed, false, "This run failed: disk full", false);
+        row(run_status::finished, false, "The copies are not verified", false);
+        row({}, true, "no run record there", true);
     }
 
     void a_result_that_is_not_whole_says_so()
     {
-        QFETCH(const QString, status);
+        QFETCH(const std::optional<run_status>, status);
         QFETCH(const bool, has_manifest);
         const reported_result result;
         run_record run = finished_run();
-        run.status = status;
         run.error = "disk full";
-        if (!status.isEmpty()) {
+        if (status) {
+            run.status = *status;
             result.write_run(run);
         }
         result.write("mail-extract/log.txt", "starts\nSource Db opening --------FAILED------- x\n");

@@ -1,8 +1,9 @@
-#include "host/terminal/exit_codes.h"
 #include "host/files/quiet_reading.h"
 #include "host/result/run_record.h"
-#include "host/verify/verification.h"
+#include "host/terminal/exit_codes.h"
+#include "host/verify/verification_text.h"
 #include "host/verify/verify_command.h"
+#include "tests/common/failure_text.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -71,15 +72,14 @@ struct evidence
     verification_result verify(const QStringList& users = {}) const
     {
         return verify_copies(
-            {source(), result(), users}, [](qint64, qint64) {}, [] { return false; });
+            {source(), result_paths(result()), users}, [](qint64, qint64) {}, [] { return false; });
     }
 
     /// Returns status and reason of every entry, by its path below the Mail directory.
     std::map<std::string, std::string> manifest() const
     {
         std::map<std::string, std::string> entries;
-        manifest_reader reader;
-        reader.open(product("manifest.csv"));
+        manifest_reader reader(product("manifest.csv"));
         while (const auto entry = reader.next()) {
             const QByteArray reason = entry->reason.isEmpty() ? "" : ": " + entry->reason;
             entries[entry->path.mid(mail_path.size()).toStdString()] +=
@@ -171,8 +171,7 @@ private slots:
         QCOMPARE(quiet_stat((here.copies / "V9/a/mail.emlx").c_str()).modified_ns, odd_time_ns);
         QCOMPARE(quiet_stat((here.mail / "V9/a/mail.emlx").c_str()).modified_ns, before.modified_ns);
 
-        manifest_reader reader;
-        QVERIFY(reader.open(here.product("manifest.csv")));
+        manifest_reader reader(here.product("manifest.csv"));
         QByteArray last;
         while (const auto entry = reader.next()) {
             QVERIFY(last < percent_encoded_name(entry->path));
@@ -293,30 +292,30 @@ private slots:
         const auto handler = std::signal(SIGXFSZ, SIG_IGN);
         const rlimit small = {20'000, before.rlim_max};
         QVERIFY(::setrlimit(RLIMIT_FSIZE, &small) == 0);
-        const verification_result found = here.verify();
+        const QString unwritten = failure_text([&] { here.verify(); });
         ::setrlimit(RLIMIT_FSIZE, &before);
         std::signal(SIGXFSZ, handler);
-        QVERIFY2(found.error.contains("/mail-extract/"), qPrintable(found.error));
+        QVERIFY2(unwritten.contains("/mail-extract/"), qPrintable(unwritten));
         QCOMPARE(here.manifest().size(), std::size_t(1));
     }
 
     void run_record_survives_its_file()
     {
         const evidence here;
-        QString error;
-        QVERIFY(!read_run_record(here.result(), error) && error.isEmpty());
+        const result_paths result(here.result());
+        QVERIFY(!read_run_record(result));
         run_record record = begin_run_record({"mail-extract", "run", "--source", "a \"b\""});
         QVERIFY(run_record_to_json(record)["exit_code"].isNull());
         record.exit_code = 0;
         record.ended = record.started.addMSecs(1);
         record.users = {{QString::fromUtf8("J\u00fcrgen"), 2, 3, 4, 5'000'000'000'000}};
         record.verification = verification_summary{7, 8, {1, 2, 3, 4, 5, 6, 7, 8}, true, record.ended};
-        QVERIFY(write_run_record(here.result(), record, error));
-        const std::optional<run_record> again = read_run_record(here.result(), error);
+        write_run_record(result, record);
+        const std::optional<run_record> again = read_run_record(result);
         QVERIFY(again && again->users == record.users && again->verification == record.verification);
         QCOMPARE(run_record_to_json(*again), run_record_to_json(record));
         here.write(here.root / "result/mail-extract/run.json", "{\"status\": ");
-        QVERIFY(!read_run_record(here.result(), error) && error.contains("run.json: "));
+        QVERIFY(failure_text([&] { read_run_record(result); }).contains("run.json: "));
     }
 };
 

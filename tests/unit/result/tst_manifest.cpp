@@ -1,4 +1,5 @@
 #include "host/result/manifest.h"
+#include "tests/common/failure_text.h"
 #include "tests/common/files.h"
 
 #include <QProcess>
@@ -60,16 +61,14 @@ private slots:
 
         const QTemporaryDir folder;
         const manifest_entry entry = entry_named(name);
-        manifest_writer writer;
-        QVERIFY(writer.open(folder.path()));
+        const result_paths result(folder.path());
+        manifest_writer writer(result);
         writer.write(entry);
-        QVERIFY2(writer.commit(), qPrintable(writer.error()));
+        writer.commit();
 
-        manifest_reader reader;
-        QVERIFY(reader.open(folder.filePath("manifest.csv")));
+        manifest_reader reader(result.path(product::manifest));
         QVERIFY(reader.next() == entry);
         QVERIFY(!reader.next());
-        QCOMPARE(reader.error(), QString());
     }
 
     void sums_are_what_sha256sum_reads()
@@ -79,8 +78,7 @@ private slots:
             QSKIP("sha256sum is not installed");
         }
         const QTemporaryDir folder;
-        manifest_writer writer;
-        QVERIFY(writer.open(folder.filePath("mail-extract")));
+        manifest_writer writer{result_paths(folder.path())};
         const std::filesystem::path folder_path = folder.path().toStdString();
         qsizetype written = 0;
         const QByteArrayList names = {"plain", "a\nb", "a\rb", "a\\nb", "\\", " blank ", "latin \xfc", "*star"};
@@ -97,7 +95,7 @@ private slots:
         manifest_entry unproven = entry_named("absent");
         unproven.status = entry_status::different;
         writer.write(unproven);
-        QVERIFY(writer.commit());
+        writer.commit();
 
         QProcess check;
         check.setWorkingDirectory(folder.path());
@@ -144,23 +142,21 @@ private slots:
         QFETCH(QByteArray, from);
         QFETCH(QByteArray, to);
         const QTemporaryDir folder;
-        manifest_writer writer;
-        QVERIFY(writer.open(folder.path()));
+        const result_paths result(folder.path());
+        manifest_writer writer(result);
         manifest_entry entry = entry_named("x");
         entry.reason = "why";
         writer.write(entry);
-        QVERIFY(writer.commit());
+        writer.commit();
 
-        const QString path = folder.filePath("manifest.csv");
+        const QString path = result.path(product::manifest);
         QByteArray text = content_of(path);
         const qsizetype place = text.lastIndexOf(from);
         QVERIFY(place > 0);
         write_file(path, text.replace(place, from.size(), to));
 
-        manifest_reader reader;
-        QVERIFY(reader.open(path));
-        QVERIFY(!reader.next());
-        QCOMPARE(reader.error(), path + ": line 2 cannot be understood");
+        manifest_reader reader(path);
+        QCOMPARE(failure_text([&] { reader.next(); }), path + ": line 2 cannot be understood");
     }
 };
 

@@ -1,0 +1,43 @@
+#include "host/run/stock_taking.h"
+
+#include "host/files/file_tree.h"
+#include "host/log/log_failures.h"
+#include "host/result/dated_folders.h"
+#include "host/result/result_database.h"
+#include "host/text/failure.h"
+
+#include <QFile>
+
+namespace {
+
+/// Returns the files in a user's dated folder; one from before the run is not its work.
+file_amount copied_files(const QByteArray& result, const std::vector<dated_folder>& folders, QDate begun)
+{
+    return folders.empty() || folders.front().date < begun
+               ? file_amount()
+               : visible_files_below(child_path(result, folders.front().path));
+}
+
+} // namespace
+
+void take_stock(const run_plan& plan, QDate begun, run_record& record)
+{
+    auto folders = find_dated_folders(plan.result);
+    for (user_record& user : record.users) {
+        const file_amount copied =
+            copied_files(plan.result.native_root(), folders[QFile::encodeName(user.name)], begun);
+        user.files_copied = copied.files;
+        user.bytes = copied.bytes;
+    }
+    const log_failures failures = read_log_failures(record.log_path, plan.log_begin, record.log_enciphered);
+    record.log_failures = failures.count;
+    record.log_failure_lines = failures.first;
+    if (!failures.problem.isEmpty()) {
+        record.add_error(QStringLiteral("cannot read the log %1: %2").arg(record.log_path, failures.problem));
+    }
+    try {
+        count_account_rows(plan.result, plan.last_row, record.users);
+    } catch (const failure& unreadable) {
+        record.add_error(unreadable.message());
+    }
+}

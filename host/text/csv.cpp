@@ -1,0 +1,48 @@
+#include "host/text/csv.h"
+
+#include <algorithm>
+
+QByteArray csv_field(QByteArray text)
+{
+    const bool needs_quotes = std::any_of(text.begin(), text.end(), [](char character) {
+        return character == '"' || character == ',' || character == '\r' || character == '\n';
+    });
+    return needs_quotes ? '"' + text.replace("\"", "\"\"") + '"' : text;
+}
+
+QByteArray csv_line(const QByteArrayList& texts)
+{
+    QByteArray line;
+    for (const QByteArray& text : texts) {
+        line += csv_field(text);
+        line += ',';
+    }
+    line.chop(1);
+    return line + "\r\n";
+}
+
+std::optional<QByteArrayList> csv_fields(const QByteArray& line)
+{
+    QByteArrayList fields{QByteArray()};
+    bool quoted = false;
+    for (qsizetype i = 0; i < line.size(); ++i) {
+        if (line[i] == '"') {
+            const bool doubled = quoted && i + 1 < line.size() && line[i + 1] == '"';
+            if (doubled) {
+                fields.last() += line[++i];
+            } else if (quoted || fields.last().isEmpty()) {
+                quoted = !quoted;
+            } else {
+                return std::nullopt;
+            }
+        } else if (line[i] == ',' && !quoted) {
+            fields.append(QByteArray());
+        } else {
+            fields.last() += line[i];
+        }
+    }
+    if (quoted) {
+        return std::nullopt;
+    }
+    return fields;
+}

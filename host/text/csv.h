@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayList>
+
+#include <optional>
+
+/// Returns a text as one field of a line of comma-separated values: in quotes, its own ones doubled, where it holds a
+/// quote, a comma or a line break.
+QByteArray csv_field(QByteArray text);
+
+/// Returns a line of comma-separated values with its end, "\r\n".
+QByteArray csv_line(const QByteArrayList& texts);
+
+/// Splits one line, without its line end, into its fields; nothing when its quotes are out of order.
+std::optional<QByteArrayList> csv_fields(const QByteArray& line);

@@ -1,0 +1,41 @@
+#include "host/verify/copy_assignment.h"
+
+#include "host/files/file_tree.h"
+#include "host/result/dated_folders.h"
+#include "host/source/source_users.h"
+#include "host/text/utf8.h"
+
+#include <QFile>
+
+copy_assignment assign_copies(const QByteArray& source, const result_paths& result, const QStringList& users_of_run,
+                              bool unnamed_users)
+{
+    auto folders = find_dated_folders(result);
+    for (const QString& user : users_of_run) {
+        folders.try_emplace(QFile::encodeName(user));
+    }
+    if (unnamed_users) {
+        for (const QByteArray& user : find_users(source)) {
+            if (!is_utf8(user)) {
+                folders.try_emplace(user);
+            }
+        }
+    }
+
+    copy_assignment assignment;
+    for (const auto& [user, of_user] : folders) {
+        if (quiet_stat(child_path(source, mail_directory_of(user)), link_handling::follow).kind == entry_kind::absent) {
+            for (const dated_folder& folder : of_user) {
+                assignment.notes += QStringLiteral("%1: not verified, since the source has no Mail directory of %2")
+                                        .arg(manifest_text(folder.path), manifest_text(user));
+            }
+            continue;
+        }
+        assignment.users.push_back({user, of_user.empty() ? QByteArray() : of_user.front().path});
+        for (std::size_t i = 1; i < of_user.size(); ++i) {
+            assignment.notes += QStringLiteral("%1: not verified, since %2 is a newer copy")
+                                    .arg(manifest_text(of_user[i].path), manifest_text(of_user.front().path));
+        }
+    }
+    return assignment;
+}
