@@ -19,6 +19,8 @@ class plugin_helper_functions;
 ///
 /// A host calls the virtual operations through the object that create_object() returns, so their order is binding.
 /// No operation returns an error: what fails is said in the debug log. Everything runs on the calling thread.
+/// Operations that do nothing, and slot_m_process_finished with its flag, are there because all of the suite's plug-ins
+/// have them.
 class Q_DECL_EXPORT apple_mail_extractor : public QFrame
 {
     Q_OBJECT

@@ -9,6 +9,8 @@
 class QWidget;
 
 /// Working copies of evidence files, and the kind of a file by its extension; one object a plug-in object.
+///
+/// The suite's plug-ins share this class: the file kinds and the copy of a single file are there for others.
 class plugin_helper_functions
 {
 public:

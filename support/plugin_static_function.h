@@ -11,6 +11,9 @@
 
 /// Services shared by all steps of an extraction: the debug log, database commands, paths and conversions.
 ///
+/// The suite's plug-ins share this class, which is why it is one class of many subjects, all static and yet a widget,
+/// and why it holds operations that nothing here calls.
+///
 /// Everything is static, without locks, and used on the host's calling thread only. Nothing is thrown: an operation
 /// that fails logs it and returns false, an empty text or an empty list.
 class plugin_static_function : public QWidget
@@ -20,27 +23,36 @@ class plugin_static_function : public QWidget
 public:
     explicit plugin_static_function(QWidget* parent = nullptr);
 
-    // Debug log -------------------------------------------------------------------------------------------------------
+    // Debug log (debug_log.cpp) ---------------------------------------------------------------------------------------
 
     /// Writes one log line; `function` is the caller's full signature. Does nothing while debug mode is off.
     static void app_debug(QString message, QString function);
     /// Takes the debug switches and opens the debug file for appending when they ask for it; a file that cannot be
     /// opened simply receives nothing.
     static void set_general_info(struct_GLOBAL_COMMON_KAVRO_AND_ARTIFACT_general_info general_info);
-    /// Takes the engine type, whose name every log line carries.
-    static void set_engine_type(int type);
-    /// Resets the static state; the debug file stays open, the encryption switch and the OS version stay.
-    static void set_essentials();
     /// Opens the debug file for appending when the switches ask for it.
     static void open_debug_file();
     /// Flushes and closes the debug file; does nothing when it is not open.
     static void close_debug_file();
     /// Returns the enciphered text form of `plain`, empty for an empty text; `function` is not used.
     static QString encrypt_string(QString plain, QString function);
+
+    // What the host has said (plugin_static_function.cpp) -------------------------------------------------------------
+
+    /// Takes the engine type, whose name every log line carries.
+    static void set_engine_type(int type);
+    /// Resets the static state; the debug file stays open, the encryption switch and the OS version stay.
+    static void set_essentials();
+    /// Sets or clears the cancel flag that the loops poll.
+    static void set_cancel_extraction(bool cancel);
+    /// Takes the number of the source.
+    static void set_source_count(int count);
+    /// Keeps the OS version and the users of the source.
+    static void set_source_info(struct_GLOBAL_COMMON_KAVRO_AND_ARTIFACT_source_info source_info);
     /// Accepts the record and ignores it.
     static void set_desktop_info(struct_GLOBAL_COMMON_KAVRO_AND_ARTIFACT_desktop_info desktop_info);
 
-    // Resetting host records ------------------------------------------------------------------------------------------
+    // Resetting host records (host_record_reset.cpp) ------------------------------------------------------------------
 
     /// Empties the record but for its last two fields.
     static void clear_variables_kavro_and_artifact_common_source_info(
@@ -52,7 +64,7 @@ public:
     static void clear_variables_kavro_and_artifact_common_general_info(
         struct_GLOBAL_COMMON_KAVRO_AND_ARTIFACT_general_info& general_info);
 
-    // Database commands -----------------------------------------------------------------------------------------------
+    // Database commands (database_commands.cpp) -----------------------------------------------------------------------
     // "by_dbpath" opens and closes a connection of its own, "by_dbreference" works on the caller's. `caller` names the
     // calling function in log lines and connection names; values are bound as text to the "?" in list order; `column`
     // counts from 0. Lists hold the column of every row, trimmed; they are empty when nothing was found or all failed.
@@ -87,14 +99,8 @@ public:
     /// Returns the names of a database's user tables, without views and system tables.
     static QStringList get_total_tables_list_by_dbpath(QString database_path, QString caller);
 
-    // Source paths and names ------------------------------------------------------------------------------------------
+    // Source paths and names (source_paths.cpp) -----------------------------------------------------------------------
 
-    /// Sets or clears the cancel flag that the loops poll.
-    static void set_cancel_extraction(bool cancel);
-    /// Takes the number of the source.
-    static void set_source_count(int count);
-    /// Keeps the OS version and the users of the source.
-    static void set_source_info(struct_GLOBAL_COMMON_KAVRO_AND_ARTIFACT_source_info source_info);
     /// Returns "Source" and the number of the source; "Source-1" before any was set.
     static QString get_source_count_name();
     /// Returns a path as result rows record it, and, for a home-directory source, the untouched path beside it.
@@ -108,6 +114,11 @@ public:
     /// when the source has no users or the path is too short; a user the source does not list has no domain name.
     static struct_GLOBAL_COMMON_KAVRO_AND_ARTIFACT_system_account extract_user_name_from_sourcefile(QString source_file,
                                                                                                     QString root);
+    /// Returns the entries of `parent`, in order and with duplicates, that `other` does not hold.
+    static QStringList get_unmatched_varible_list_of_parentlist(QStringList parent, QStringList other);
+
+    // Directories (directory_operations.cpp) --------------------------------------------------------------------------
+
     /// Returns a file name (not a path) that is free in `directory`, which is created: the file's own, else with "1_",
     /// "2_", ... in front. Empty when cancelled.
     static QString get_available_file(QString file_path, QString directory, QString caller);
@@ -118,10 +129,8 @@ public:
     /// Removes a directory with everything in it; links in it are removed, not followed. Reports nothing; an empty path
     /// and a link name no directory.
     static void remove_directory(QString path);
-    /// Returns the entries of `parent`, in order and with duplicates, that `other` does not hold.
-    static QStringList get_unmatched_varible_list_of_parentlist(QStringList parent, QStringList other);
 
-    // Time conversions: Unix seconds in decimal; empty for input that cannot be used ----------------------------------
+    // Time conversions: Unix seconds in decimal; empty for input that cannot be used (time_conversions.cpp) -----------
 
     /// Converts seconds since 2001-01-01 UTC; a fraction is cut off.
     static QString convert_apple_time_to_epoch(QString apple_time);
@@ -142,7 +151,7 @@ public:
     /// Returns the seconds of a zone offset "hhmm", which must be without its sign.
     static qint64 convert_timezone_to_seconds(QString zone);
 
-    // Text conversions: empty for input that cannot be used -----------------------------------------------------------
+    // Text conversions: empty for input that cannot be used (text_conversions.cpp) ------------------------------------
 
     /// Converts Unix seconds to "dd-MMM-yyyy hh:mm:ss" in UTC; empty for 0.
     static QString convert_timestamp_to_human_readable_in_UTC(QString unix_time);
@@ -157,7 +166,7 @@ public:
     /// Decodes "\U" with up to four hexadecimal digits; a lower-case "\u" is left alone.
     static QString convert_string_to_unicode(QString text);
 
-    // State: what the host has said -----------------------------------------------------------------------------------
+    // State of all of the above (plugin_static_function.cpp) ----------------------------------------------------------
 
     static bool debug_mode_status_bool;
     static bool debug_print_on_terminal_bool;

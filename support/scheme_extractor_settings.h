@@ -8,7 +8,8 @@
 
 class plugin_helper_functions;
 
-/// What every scheme extractor keeps of the host's settings, and the counts it goes on from.
+/// What every scheme extractor keeps of the host's settings, and the counts it goes on from; what a scheme does not use
+/// is kept all the same, since all of the suite's extractors do.
 class scheme_extractor_settings
 {
 protected:
