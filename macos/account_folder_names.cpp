@@ -2,26 +2,14 @@
 
 #include <QStringList>
 
-#include <array>
-
 namespace {
 
 const QLatin1String imap_prefix("IMAP-");
 const QLatin1String pop_prefix("POP-");
 const QLatin1String imap_host("imap.");
 const QLatin1String pop_host("pop3.");
-
-/// What one kind of folder begins with, and the texts to remove from its name.
-struct folder_kind
-{
-    QLatin1String type;
-    std::array<QLatin1String, 2> removed;
-};
-
-const std::array<folder_kind, 2> folder_kinds{{
-    {QLatin1String("IMAP"), {imap_prefix, imap_host}},
-    {QLatin1String("POP"), {pop_prefix, QLatin1String("@pop3.live.com")}},
-}};
+/// The one host whose users have their address without it.
+const QLatin1String web_mail_suffix("@pop3.live.com");
 
 } // namespace
 
@@ -52,15 +40,13 @@ std::optional<QString> candidate_from_folder_name(QString name)
 
 std::optional<folder_account> account_from_folder_name(QStringView name)
 {
-    for (const folder_kind& kind : folder_kinds) {
-        if (!name.startsWith(kind.type)) {
-            continue;
-        }
-        folder_account account{name.toString(), kind.type};
-        for (const QLatin1String& text : kind.removed) {
-            account.account.remove(text);
-        }
-        return account;
+    const QLatin1String imap("IMAP");
+    const QLatin1String pop("POP");
+    if (name.startsWith(imap)) {
+        return folder_account{name.toString().remove(imap_prefix).remove(imap_host), imap};
+    }
+    if (name.startsWith(pop)) {
+        return folder_account{name.toString().remove(pop_prefix).remove(web_mail_suffix), pop};
     }
     return std::nullopt;
 }

@@ -43,6 +43,8 @@ void apple_mail_extractor_macos::extract_account(QString mail_version_directory,
         plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + connection.last_error(), signature);
     };
     {
+        // Declared in the reverse of the order in which they end: the store closes, the rows are committed, the result
+        // closes, all of it before the closing line.
         named_connection result(Q_FUNC_INFO, destination_db_path);
         if (!result.is_open()) {
             log_opening("destination_db Db opening --------FAILED------- ", result);

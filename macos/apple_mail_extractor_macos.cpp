@@ -26,29 +26,45 @@ void apple_mail_extractor_macos::macos_extract_artifacts()
 void apple_mail_extractor_macos::extract_plugin_artifacts()
 {
     plugin_static_function::app_debug(QStringLiteral("starts"), Q_FUNC_INFO);
-    if (is_working_engine_type(engine_type)) {
-        copy_complete_directory_of_mail();
-        if (cancel_requested) {
-            return;
-        }
-        if (table_name_list.contains(shared_texts::accounts_table)) {
-            for (qsizetype i = 0; i < mail_version_directory_list.size(); ++i) {
-                if (cancel_requested) {
-                    return;
-                }
-                const QString& version_directory = mail_version_directory_list.at(i);
-                const QString user =
-                    plugin_static_function::extract_user_name_from_sourcefile(version_directory, source_root_path)
-                        .system_user;
-                extract_account(version_directory, account_store_for(i), user);
-            }
-            extract_mail_extractor();
-            emit signal_extracted_records_of_plugin_macos(record_count);
-            ++tab_processed_count;
-            emit signal_total_tabs_processed_macos(tab_processed_count);
-        }
+    if (is_working_engine_type(engine_type) && !run_steps()) {
+        return;
     }
     plugin_static_function::app_debug(QStringLiteral("ends"), Q_FUNC_INFO);
+}
+
+/// Copies the mail stores and fills the table, when it is wanted; false when cancelled before the Mail directories.
+bool apple_mail_extractor_macos::run_steps()
+{
+    copy_complete_directory_of_mail();
+    if (cancel_requested) {
+        return false;
+    }
+    if (!table_name_list.contains(shared_texts::accounts_table)) {
+        return true;
+    }
+    if (!extract_accounts_of_all_versions()) {
+        return false;
+    }
+    extract_mail_extractor();
+    emit signal_extracted_records_of_plugin_macos(record_count);
+    ++tab_processed_count;
+    emit signal_total_tabs_processed_macos(tab_processed_count);
+    return true;
+}
+
+/// Reads every Mail version directory together with its account store; false when cancelled before one.
+bool apple_mail_extractor_macos::extract_accounts_of_all_versions()
+{
+    for (qsizetype i = 0; i < mail_version_directory_list.size(); ++i) {
+        if (cancel_requested) {
+            return false;
+        }
+        const QString version_directory = mail_version_directory_list.at(i);
+        const QString user =
+            plugin_static_function::extract_user_name_from_sourcefile(version_directory, source_root_path).system_user;
+        extract_account(version_directory, account_store_for(i), user);
+    }
+    return true;
 }
 
 /// Returns the account store that belongs to the Mail version directory at a position; empty when there is none.

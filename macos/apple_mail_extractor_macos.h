@@ -11,7 +11,9 @@ struct folder_account;
 
 /// The extractor of macOS sources: finds the users' mail and account stores, copies them and writes the account rows.
 ///
-/// Failures are said in the debug log only. The loops poll the cancel flag, which a slot of any signal may set.
+/// Failures are said in the debug log only. The loops poll the cancel flag, which a slot of any signal may set. What
+/// does nothing or is never read (setters that ignore their record, the source's number, the lists and counts that only
+/// grow, filter_extended_attribute_list) is there because all of the suite's extractors have it.
 class apple_mail_extractor_macos : public QWidget, private scheme_extractor_settings
 {
     Q_OBJECT
@@ -89,6 +91,8 @@ private:
 
     // The driver
     void extract_plugin_artifacts();
+    bool run_steps();
+    bool extract_accounts_of_all_versions();
     QString account_store_for(qsizetype position) const;
 
     // Finding the sources

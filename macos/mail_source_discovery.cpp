@@ -47,6 +47,8 @@ void apple_mail_extractor_macos::find_source_file()
     mail_version_directory_list.clear();
     accounts_database_list.clear();
 
+    // Three flat lists, not a record a user: the steps walk one each, and version directories meet account stores by
+    // position (see account_store_for), which decides what rows a host of the suite gets.
     QStringList independent = additional_mail_version_list;
     for (const QLatin1String& version : independent_versions) {
         independent.append(version);
