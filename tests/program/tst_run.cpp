@@ -1,20 +1,11 @@
-#include "tests/common/evidence_source.h"
-#include "tests/common/driven_program.h"
 #include "tests/common/files.h"
+#include "tests/program/started_run.h"
 
-#include <QDate>
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QLibraryInfo>
 #include <QTest>
-
-#include <algorithm>
-#include <csignal>
-#include <cstdlib>
-#include <fcntl.h>
-#include <filesystem>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -34,16 +25,6 @@ void add_two_users(const evidence_source& source)
     source.add_file("Users/.ghost/Library/Mail/V9/IMAP-ghost/1.emlx");
 }
 
-QStringList arguments_for(const evidence_source& source, const QStringList& further)
-{
-    return QStringList{"run", "--source", source.root(), "--result", source.result()} + further;
-}
-
-program_result run(const evidence_source& source, const QStringList& further = {})
-{
-    return run_program(arguments_for(source, further));
-}
-
 /// The rows as "user/account/type/source", in their order.
 QStringList rows_of(const QString& result)
 {
@@ -54,47 +35,6 @@ QStringList rows_of(const QString& result)
                         .join('/'));
     }
     return rows;
-}
-
-QString product(const evidence_source& source, const char* name)
-{
-    return source.result() + "/mail-extract/" + name;
-}
-
-QString copies(const evidence_source& source, const QString& folder = {})
-{
-    return source.result() + "/Artifacts_Result/Apple_Mail_Extractor/" + folder;
-}
-
-QString copies_of_today(const evidence_source& source, const QString& user)
-{
-    return copies(source, "Apple_Mail_Extractor_" + user + QDate::currentDate().toString("_MM-dd-yyyy"));
-}
-
-qsizetype files_below(const QString& directory)
-{
-    std::error_code ignored;
-    const fs::recursive_directory_iterator entries(directory.toStdString(), ignored);
-    return std::count_if(begin(entries), end(entries), [](const auto& entry) { return entry.is_regular_file(); });
-}
-
-void add_files(const evidence_source& source, int count)
-{
-    const QString first = source.add_file("Users/anna/Library/Mail/V9/m.mbox/0.emlx", QByteArray(4096, 'x'));
-    for (int i = 1; i < count; ++i) {
-        fs::create_hard_link(first.toStdString(), (QFileInfo(first).path() + "/%1.emlx").arg(i).toStdString());
-    }
-}
-
-/// Starts a run and ends it in the middle of its copies.
-program_result ended_in_copy(const evidence_source& source, int signal_number)
-{
-    QProcess program;
-    program.start(MAIL_EXTRACT_PROGRAM, arguments_for(source, {}));
-    const auto has_begun = [&source] { return files_below(copies(source)) > 10; };
-    const bool in_copy = QTest::qWaitFor(has_begun, 20'000);
-    ::kill(static_cast<pid_t>(program.processId()), in_copy ? signal_number : SIGKILL);
-    return ending_of(program);
 }
 
 } // namespace
@@ -282,109 +222,6 @@ private slots:
         }
         // Failures of earlier runs in the same log are not this run's.
         QCOMPARE(run(source, {"--clear", "--log-encrypted", "--user", "ben"}).exit_code, 0);
-    }
-
-    void cancelled_copy()
-    {
-        const evidence_source source;
-        // The plug-in looks for a cancellation every 200 ms only, and memory takes thousands of copies in that time.
-        constexpr int files = 20'000;
-        add_files(source, files);
-        const program_result cancelled = ended_in_copy(source, SIGINT);
-        QCOMPARE(cancelled.exit_code, 130);
-        QVERIFY2(cancelled.errors.contains("cancelled"), cancelled.errors);
-        const qsizetype copied = files_below(copies_of_today(source, "anna"));
-        QVERIFY2(copied > 0 && copied < files, qPrintable(QString::number(copied)));
-        QVERIFY(!QFile::exists(product(source, "manifest.csv")));
-        QVERIFY(content_of(product(source, "run.json")).contains("\"status\": \"cancelled\""));
-    }
-
-    void killed_copy()
-    {
-        const evidence_source source;
-        constexpr int files = 1'000;
-        add_files(source, files);
-        // What an earlier run said must not pass for what the killed one says.
-        QVERIFY(QDir().mkpath(product(source, "")));
-        const QStringList stale{"manifest.csv", "SHA256SUMS", "report.html", "manifest.csv.aBcDeF"};
-        for (const QString& name : stale + QStringList{"manifest.csv.backup"}) {
-            QVERIFY(QFile(product(source, qPrintable(name))).open(QIODevice::WriteOnly));
-        }
-        QCOMPARE(ended_in_copy(source, SIGKILL).exit_code, -1);
-        QVERIFY(content_of(product(source, "run.json")).contains("\"status\": \"running\""));
-        QStringList left = QDir(product(source, "")).entryList(QDir::Files);
-        left.removeIf([](const QString& name) { return name.startsWith("run.json"); });
-        QCOMPARE(left, (QStringList{"log.txt", "manifest.csv.backup"}));
-
-        const QString cut = copies_of_today(source, "anna") + "/V9/m.mbox/7.emlx";
-        QVERIFY(QDir().mkpath(QFileInfo(cut).path()));
-        QFile truncated(cut);
-        QVERIFY(truncated.open(QIODevice::WriteOnly) && truncated.resize(100));
-        const program_result appended = run(source, {"--append"});
-        QCOMPARE(appended.exit_code, 3);
-        QVERIFY2(appended.errors.contains("7.emlx: different: the copy has 100 of 4096 bytes"), appended.errors);
-        QCOMPARE(appended.errors.count(": different: "), 1);
-
-        const QString elsewhere = source.result() + "/elsewhere/";
-        const QString link = copies(source, "Apple_Mail_Extractor_anna_01-02-2020");
-        const QString no_date = copies(source, "Apple_Mail_Extractor_anna_13-02-2020");
-        QVERIFY(QDir().mkpath(copies(source, "Apple_Mail_Extractor_gone_01-02-2020/V9")));
-        QVERIFY(QDir().mkpath(elsewhere) && QDir().mkpath(no_date) && QFile::link(elsewhere, link));
-        QCOMPARE(run(source, {"--clear", "--log", source.result() + "/none/log.txt"}).exit_code, 1);
-        QVERIFY2(QFile::exists(cut), "a run that is refused must not remove anything");
-        const program_result cleared = run(source, {"--clear"});
-        QCOMPARE(cleared.exit_code, 0);
-        QVERIFY2(cleared.errors.contains("removed the copies of earlier runs"), cleared.errors);
-        QVERIFY2(cleared.errors.contains("/Artifacts_Result/Apple_Mail_Extractor: 2\n"), cleared.errors);
-        QCOMPARE(files_below(copies_of_today(source, "anna")), files);
-        QVERIFY(QFile::exists(elsewhere) && QFile::exists(link) && QFile::exists(no_date));
-    }
-
-    void cancelled_verification_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<bool>("earlier_manifest_stays");
-        QTest::newRow("run") << QStringList{"run", "--append"} << false;
-        QTest::newRow("verify") << QStringList{"verify"} << true;
-    }
-
-    void cancelled_verification()
-    {
-        QFETCH(QStringList, arguments);
-        const evidence_source source;
-        source.add_mail("anna", "V9/huge");
-        QVERIFY(QDir().mkpath(copies_of_today(source, "anna") + "/V9") && QDir().mkpath(product(source, "")));
-        write_file(product(source, "manifest.csv"), "earlier");
-        // The plug-in copies over no file, so that nothing but the verification has to do with these.
-        for (const QString& path :
-             {source.root() + "Users/anna/Library/Mail/V9/huge", copies_of_today(source, "anna") + "/V9/huge"}) {
-            QFile huge(path);
-            if (!huge.open(QIODevice::WriteOnly) || !huge.resize(qint64(64) << 30)) {
-                QSKIP("this file system takes no sparse file of 64 GB");
-            }
-        }
-        const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
-        QVERIFY(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
-        QProcess program;
-        program.setStandardErrorFile(::ptsname(terminal), QIODevice::Append);
-        program.start(MAIL_EXTRACT_PROGRAM,
-                      arguments + QStringList{"--source", source.root(), "--result", source.result()});
-        QByteArray shown;
-        const auto shows = [&](const char* text) {
-            std::array<char, 4096> bytes{};
-            const ssize_t got = ::read(terminal, bytes.data(), bytes.size());
-            shown.append(bytes.data(), std::max<ssize_t>(got, 0));
-            return shown.contains(text);
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(shows("\rverifying [") && shows("B of 68.7 GB, 0 of 1 files, "), 20'000);
-        ::kill(static_cast<pid_t>(program.processId()), SIGINT);
-        QCOMPARE(ending_of(program).exit_code, 130);
-        QTRY_VERIFY2(shows("cancelled"), shown);
-        ::close(terminal);
-        QTEST(content_of(product(source, "manifest.csv")) == "earlier", "earlier_manifest_stays");
-        const QDir products(product(source, ""));
-        QTEST(products.exists("manifest.csv"), "earlier_manifest_stays");
-        QCOMPARE(products.entryList({"manifest.csv.*", "SHA256SUMS*"}, QDir::Files | QDir::Hidden), QStringList());
     }
 
     void demo()
