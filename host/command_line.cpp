@@ -81,6 +81,17 @@ void add_demo(CLI::App& program, chosen_command& chosen, demo_options& options)
     add_path(command, "DIR", options.directory, "Folder for source and result (default: a fresh temporary one)", "");
 }
 
+/// Options for the members of the case data, and a file that may hold them all; an option wins over the file.
+void add_case_data(CLI::App& command, run_options& options)
+{
+    for (const case_field& field : case_fields) {
+        std::string name = field.name;
+        std::replace(name.begin(), name.end(), '_', '-');
+        add_text(command, "--" + name, options.about.*field.value, field.title)->group("Case")->type_name("TEXT");
+    }
+    add_path(command, "--case-data", options.case_file, "The same as a JSON object", "FILE")->group("Case");
+}
+
 void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
 {
     CLI::App& command =
@@ -118,9 +129,9 @@ void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
             "Edition named in the log")
         ->check(CLI::IsMember(std::vector<std::string>(engine_names.begin(), engine_names.end())))
         ->default_str(engine_names.front());
-    CLI::Option* clear = command.add_flag(
-        "--clear", options.clear, "Start over: remove the accounts and the copies of earlier runs from the result");
-    command.add_flag("--append", options.append, "Add to the accounts that the result already holds")->excludes(clear);
+    CLI::Option* clear = command.add_flag("--clear", options.clear,
+                                          "Start over: remove everything that earlier runs left in the result");
+    command.add_flag("--append", options.append, "Go on with a run that did not come to its end")->excludes(clear);
     command.add_flag("--as-suite", options.as_suite, "One run for all users, exactly as a suite drives the plug-in");
     command.add_flag("--no-verify", options.no_verify, "Leave out the verification at the end");
     command.add_flag("--follow-links-outside", options.follow_links_outside,
@@ -128,6 +139,7 @@ void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
     add_path(command, "--log", options.log_file, default_place("Debug log", product::log), "FILE");
     command.add_flag("--log-encrypted", options.log_encrypted, "Encipher the debug log; decipher reads it");
     add_path(command, "--plugin", options.plugin_file, "Plug-in library (default: the program's own)", "FILE");
+    add_case_data(command, options);
     command.add_flag("--quiet", options.quiet, "Show no progress");
     command.add_flag("--json", options.json, "Print the summary as JSON");
 }
@@ -152,11 +164,16 @@ void add_survey(CLI::App& program, chosen_command& chosen, survey_options& optio
 
 void add_verify(CLI::App& program, chosen_command& chosen, verify_options& options)
 {
-    CLI::App& command =
-        add_command(program, chosen, "verify", "Compare a result with its source", verify_command, options);
-    add_path(command, "--source", options.source, "Directory with the source's file system", "DIR")->required();
+    CLI::App& command = add_command(program, chosen, "verify", "Hold a result against its seal, manifest and source",
+                                    verify_command, options);
     add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
+    add_path(command, "--source", options.source,
+             "Directory with the source's file system (default: the recorded one, if it is there)", "DIR");
+    add_text(command, "--expect", options.expected_root, "Root hash from the end of the run, to compare with")
+        ->type_name("ROOT_HASH");
+    command.add_flag("--other-source", options.other_source, "Take a source that cannot be the recorded one");
     command.add_flag("--quiet", options.quiet, "Show no progress");
+    command.add_flag("--json", options.json, "Print the record of the verification as JSON");
 }
 
 void add_report(CLI::App& program, chosen_command& chosen, report_options& options)

@@ -1,6 +1,6 @@
 #include "host/files/hashing.h"
 
-#include <QFile>
+#include "host/files/quiet_reading.h"
 
 #include <openssl/evp.h>
 
@@ -34,6 +34,12 @@ file_hasher::~file_hasher() = default;
 
 file_hasher::outcome file_hasher::hash(int descriptor, const std::function<bool(qint64 bytes)>& cancelled)
 {
+    return hash(descriptor, [&cancelled](const unsigned char*, qint64 bytes) { return cancelled(bytes); });
+}
+
+file_hasher::outcome file_hasher::hash(int descriptor,
+                                       const std::function<bool(const unsigned char* piece, qint64 bytes)>& take)
+{
     outcome result;
     EVP_DigestInit_ex2(state->context.get(), state->algorithm.get(), nullptr);
     while (true) {
@@ -50,13 +56,22 @@ file_hasher::outcome file_hasher::hash(int descriptor, const std::function<bool(
         }
         EVP_DigestUpdate(state->context.get(), buffer.data(), static_cast<std::size_t>(got));
         result.bytes += got;
-        if (cancelled(got)) {
+        if (take(buffer.data(), got)) {
             result.stopped = true;
             return result;
         }
     }
     EVP_DigestFinal_ex(state->context.get(), result.digest.data(), nullptr);
     return result;
+}
+
+sha256_digest file_hasher::hash(const QByteArray& bytes)
+{
+    sha256_digest digest{};
+    EVP_DigestInit_ex2(state->context.get(), state->algorithm.get(), nullptr);
+    EVP_DigestUpdate(state->context.get(), bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    EVP_DigestFinal_ex(state->context.get(), digest.data(), nullptr);
+    return digest;
 }
 
 QByteArray digest_to_hex(const sha256_digest& digest)
@@ -77,16 +92,17 @@ std::optional<sha256_digest> digest_from_hex(const QByteArray& hex)
     return digest;
 }
 
-std::optional<sha256_digest> sha256_of_file(const QString& path, QString& error)
+std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        error = file.errorString();
+    const quiet_file file = quiet_open(path);
+    if (!file.error.isEmpty()) {
+        error = file.error;
         return std::nullopt;
     }
-    const file_hasher::outcome result = file_hasher().hash(file.handle(), [](qint64) { return false; });
+    const auto go_through = [](qint64) { return false; };
+    const file_hasher::outcome result = file_hasher().hash(file.descriptor.get(), go_through);
     if (result.error != 0) {
-        error = QString::fromLocal8Bit(std::strerror(result.error));
+        error = QStringLiteral("at byte %1: %2").arg(QString::number(result.bytes), system_error_text(result.error));
         return std::nullopt;
     }
     return result.digest;

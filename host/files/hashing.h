@@ -36,6 +36,11 @@ public:
     /// Reads a descriptor from its position to the end. `cancelled` is called with the bytes of each piece read and
     /// stops the reading by returning true. The descriptor stays open.
     outcome hash(int descriptor, const std::function<bool(qint64 bytes)>& cancelled);
+    /// The same for who wants the bytes themselves: `take` gets each piece and stops the reading by returning true.
+    outcome hash(int descriptor, const std::function<bool(const unsigned char* piece, qint64 bytes)>& take);
+
+    /// Returns the digest of bytes in memory.
+    sha256_digest hash(const QByteArray& bytes);
 
 private:
     struct digest_state;
@@ -43,5 +48,6 @@ private:
     std::vector<unsigned char> buffer;
 };
 
-/// Returns the SHA-256 of a file; nothing, with the reason in `error`, when it cannot be read.
-std::optional<sha256_digest> sha256_of_file(const QString& path, QString& error);
+/// Returns the SHA-256 of a regular file, links not followed; nothing, with the reason in `error`, when it cannot be
+/// read.
+std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& error);

@@ -1,9 +1,9 @@
 #include "host/files/quiet_reading.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <limits>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -11,6 +11,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#ifndef Q_OS_MACOS
+#include <sys/sysmacros.h>
+#endif
 #include <unistd.h>
 #ifdef Q_OS_MACOS
 #include <sys/resource.h>
@@ -18,64 +21,12 @@
 
 namespace {
 
-#ifdef Q_OS_MACOS
-constexpr int no_access_time = 0;
-
-/// macOS has no flag for one file, but a policy for the whole process, which holds for links as well.
-void keep_access_times()
+file_time time_of(const auto& time)
 {
-    static const int set = setiopolicy_np(IOPOL_TYPE_VFS_ATIME_UPDATES, IOPOL_SCOPE_PROCESS, IOPOL_ATIME_UPDATES_OFF);
-    Q_UNUSED(set)
+    return {qint64(time.tv_sec), qint32(time.tv_nsec)};
 }
 
-const timespec& modification_time(const struct stat& status)
-{
-    return status.st_mtimespec;
-}
-
-bool is_hidden_by_flag(const struct stat& status)
-{
-    return (status.st_flags & UF_HIDDEN) != 0;
-}
-#else
-constexpr int no_access_time = O_NOATIME;
-
-void keep_access_times() {}
-
-const timespec& modification_time(const struct stat& status)
-{
-    return status.st_mtim;
-}
-
-bool is_hidden_by_flag(const struct stat&)
-{
-    return false;
-}
-#endif
-
-/// A file system may hold times beyond the years 1677 to 2262; those become the nearest that the number can tell.
-qint64 in_nanoseconds(const timespec& time)
-{
-    constexpr qint64 second = 1'000'000'000;
-    constexpr qint64 last_second = std::numeric_limits<qint64>::max() / second - 1;
-    if (time.tv_sec > last_second || time.tv_sec < -last_second) {
-        return time.tv_sec > 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
-    }
-    return qint64(time.tv_sec) * second + time.tv_nsec;
-}
-
-int open_quietly(const QByteArray& path, int flags)
-{
-    keep_access_times();
-    const int descriptor = ::open(path.constData(), flags | no_access_time);
-    // Only the owner and the superuser may ask for this; for anybody else a readable file must still be read.
-    if (descriptor >= 0 || errno != EPERM || no_access_time == 0) {
-        return descriptor;
-    }
-    return ::open(path.constData(), flags);
-}
-
-entry_kind kind_of(mode_t mode)
+entry_kind kind_of(quint32 mode)
 {
     switch (mode & S_IFMT) {
     case S_IFREG:
@@ -101,23 +52,109 @@ bool begins_with_dot(const QByteArray& path)
     return path.startsWith('.') || path.mid(path.lastIndexOf('/') + 1).startsWith('.');
 }
 
-entry_facts facts_of(const struct stat& status, const QByteArray& name)
+#ifdef Q_OS_MACOS
+constexpr int no_access_time = 0;
+
+/// macOS has no flag for one file, but a policy for the whole process, which holds for links as well.
+void keep_access_times()
+{
+    static const int set = setiopolicy_np(IOPOL_TYPE_VFS_ATIME_UPDATES, IOPOL_SCOPE_PROCESS, IOPOL_ATIME_UPDATES_OFF);
+    Q_UNUSED(set)
+}
+
+using entry_status_record = struct stat;
+
+bool look_at(int directory, const char* name, link_handling links, entry_status_record& status)
+{
+    return ::fstatat(directory, name, &status, links == link_handling::keep ? AT_SYMLINK_NOFOLLOW : 0) == 0;
+}
+
+bool look_at(int descriptor, entry_status_record& status)
+{
+    return ::fstat(descriptor, &status) == 0;
+}
+
+entry_facts facts_of(const entry_status_record& status, const QByteArray& name)
 {
     entry_facts facts;
     facts.kind = kind_of(status.st_mode);
-    facts.hidden = begins_with_dot(name) || is_hidden_by_flag(status);
-    facts.size = facts.kind == entry_kind::file ? qint64(status.st_size) : 0;
-    facts.modified_ns = in_nanoseconds(modification_time(status));
+    facts.hidden = begins_with_dot(name) || (status.st_flags & UF_HIDDEN) != 0;
+    facts.size = qint64(status.st_size);
+    facts.modified = time_of(status.st_mtimespec);
+    facts.accessed = time_of(status.st_atimespec);
+    facts.changed = time_of(status.st_ctimespec);
+    facts.born = time_of(status.st_birthtimespec);
+    facts.mode = status.st_mode & 07777U;
+    facts.owner = status.st_uid;
+    facts.group = status.st_gid;
     facts.device = quint64(status.st_dev);
     facts.inode = quint64(status.st_ino);
+    return facts;
+}
+#else
+constexpr int no_access_time = O_NOATIME;
+
+void keep_access_times() {}
+
+using entry_status_record = struct statx;
+
+bool look_at(int directory, const char* name, link_handling links, entry_status_record& status)
+{
+    const int flags = AT_NO_AUTOMOUNT | (links == link_handling::keep ? AT_SYMLINK_NOFOLLOW : 0);
+    return ::statx(directory, name, flags, STATX_BASIC_STATS | STATX_BTIME, &status) == 0;
+}
+
+bool look_at(int descriptor, entry_status_record& status)
+{
+    return ::statx(descriptor, "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, &status) == 0;
+}
+
+entry_facts facts_of(const entry_status_record& status, const QByteArray& name)
+{
+    entry_facts facts;
+    facts.kind = kind_of(status.stx_mode);
+    facts.hidden = begins_with_dot(name);
+    facts.size = qint64(status.stx_size);
+    facts.modified = time_of(status.stx_mtime);
+    facts.accessed = time_of(status.stx_atime);
+    facts.changed = time_of(status.stx_ctime);
+    if ((status.stx_mask & STATX_BTIME) != 0) {
+        facts.born = time_of(status.stx_btime);
+    }
+    facts.mode = status.stx_mode & 07777U;
+    facts.owner = status.stx_uid;
+    facts.group = status.stx_gid;
+    facts.device = quint64(makedev(status.stx_dev_major, status.stx_dev_minor));
+    facts.inode = quint64(status.stx_ino);
+    return facts;
+}
+#endif
+
+int open_quietly(const QByteArray& path, int flags)
+{
+    keep_access_times();
+    const int descriptor = ::open(path.constData(), flags | no_access_time);
+    // Only the owner and the superuser may ask for this; for anybody else a readable file must still be read.
+    if (descriptor >= 0 || errno != EPERM || no_access_time == 0) {
+        return descriptor;
+    }
+    return ::open(path.constData(), flags);
+}
+
+entry_facts known_facts(const entry_status_record& status, const QByteArray& name)
+{
+    entry_facts facts = facts_of(status, name);
+    if (facts.kind != entry_kind::file) {
+        facts.size = 0;
+    }
     return facts;
 }
 
 entry_facts facts_at(int directory, const QByteArray& name, link_handling links)
 {
-    struct stat status = {};
-    if (::fstatat(directory, name.constData(), &status, links == link_handling::keep ? AT_SYMLINK_NOFOLLOW : 0) == 0) {
-        return facts_of(status, name);
+    entry_status_record status = {};
+    if (look_at(directory, name.constData(), links, status)) {
+        return known_facts(status, name);
     }
     entry_facts facts;
     facts.kind = errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? entry_kind::absent : entry_kind::unknown;
@@ -226,14 +263,14 @@ quiet_file quiet_open(const QByteArray& path, link_handling links)
         flags |= O_NOFOLLOW;
     }
     file.descriptor = file_descriptor(open_quietly(path, flags));
-    struct stat status = {};
-    if (!file.descriptor.is_open() || ::fstat(file.descriptor.get(), &status) != 0) {
+    entry_status_record status = {};
+    if (!file.descriptor.is_open() || !look_at(file.descriptor.get(), status)) {
         file.error =
             errno == ELOOP && links == link_handling::keep ? refusal(entry_kind::link) : system_error_text(errno);
         file.descriptor.close();
         return file;
     }
-    file.facts = facts_of(status, path);
+    file.facts = known_facts(status, path);
     if (file.facts.kind != entry_kind::file) {
         file.error = refusal(file.facts.kind);
         file.descriptor.close();
@@ -269,6 +306,26 @@ quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links)
     }
     result.data.truncate(filled);
     return result;
+}
+
+entry_facts quiet_facts(const file_descriptor& descriptor)
+{
+    entry_status_record status = {};
+    if (look_at(descriptor.get(), status)) {
+        return known_facts(status, {});
+    }
+    entry_facts facts;
+    facts.error = system_error_text(errno);
+    return facts;
+}
+
+int set_modification_time(int descriptor, const file_time& modified)
+{
+    std::array<timespec, 2> times{};
+    times[0].tv_nsec = UTIME_OMIT;
+    times[1].tv_sec = static_cast<time_t>(modified.seconds);
+    times[1].tv_nsec = modified.nanoseconds;
+    return ::futimens(descriptor, times.data()) == 0 ? 0 : errno;
 }
 
 QByteArray resolved_path(const QByteArray& path)

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "host/files/file_time.h"
+
 #include <QByteArray>
 #include <QString>
 
+#include <optional>
 #include <vector>
 
 // Looking at evidence without leaving traces. Here and in the .cpp alone stands what differs between the platforms.
@@ -34,8 +37,14 @@ struct entry_facts
     entry_kind kind = entry_kind::unknown;
     bool hidden = false; ///< its own name or flag hides it, as the copy sees it; directories above are not considered
     qint64 size = 0;     ///< bytes of a file; 0 for any other kind
-    qint64 modified_ns = 0; ///< modification time in nanoseconds since 1970, UTC; the nearest for one out of range
-    quint64 device = 0;     ///< device and inode together identify the object
+    file_time modified;  ///< of the content
+    file_time accessed;
+    file_time changed;             ///< of the inode
+    std::optional<file_time> born; ///< creation; nothing where the file system does not tell
+    quint32 mode = 0;              ///< permissions and the special bits, without the kind
+    quint32 owner = 0;             ///< user number
+    quint32 group = 0;             ///< group number
+    quint64 device = 0;            ///< device and inode together identify the object
     quint64 inode = 0;
     QString error; ///< why nothing is known; empty when the other fields hold
 };
@@ -85,6 +94,12 @@ struct quiet_data
     QByteArray data;
     QString error; ///< why `data` is empty; empty on success
 };
+
+/// Returns what is known now of an open file.
+entry_facts quiet_facts(const file_descriptor& descriptor);
+
+/// Gives an open file a modification time; returns the errno of a failure, 0 for none.
+int set_modification_time(int descriptor, const file_time& modified);
 
 /// Returns the system's words for an error number.
 QString system_error_text(int error);

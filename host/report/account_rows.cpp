@@ -63,7 +63,8 @@ struct manifest_sums
                 add_entry(*folder, entry);
             }
         }
-        if (entry.status != entry_status::copied && entry.status != entry_status::hidden) {
+        if (entry.status != entry_status::copied && entry.status != entry_status::kept &&
+            entry.status != entry_status::hidden) {
             ++whole.exceptions_count;
             if (exceptions[status].size() < most_report_exceptions) {
                 exceptions[status].append(entry);
@@ -76,8 +77,9 @@ struct manifest_sums
 QList<manifest_entry> gravest_first(manifest_sums& sums)
 {
     QList<manifest_entry> all;
-    for (const entry_status status : {entry_status::missing, entry_status::different, entry_status::unreadable,
-                                      entry_status::link, entry_status::special, entry_status::loose}) {
+    for (const entry_status status :
+         {entry_status::missing, entry_status::different, entry_status::changed, entry_status::unreadable,
+          entry_status::link, entry_status::special, entry_status::loose}) {
         all += sums.exceptions[static_cast<std::size_t>(status)];
     }
     all.resize(std::min(all.size(), most_report_exceptions));
@@ -88,7 +90,8 @@ QList<manifest_entry> gravest_first(manifest_sums& sums)
 
 qint64 report_manifest::faults() const
 {
-    return count(entry_status::missing) + count(entry_status::different) + count(entry_status::unreadable);
+    return count(entry_status::missing) + count(entry_status::different) + count(entry_status::changed) +
+           count(entry_status::unreadable);
 }
 
 QList<report_user> load_report_users(const result_paths& result)

@@ -1,5 +1,6 @@
 #include "host/report/document.h"
 
+#include "host/files/durable_file.h"
 #include "host/report/account_table.h"
 #include "host/report/chart.h"
 #include "host/report/data.h"
@@ -14,7 +15,6 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace {
 
@@ -94,13 +94,8 @@ void write_report(const result_paths& result, const QString& output)
     if (data.run && !data.run->source.isEmpty() && lies_inside(path, data.run->source)) {
         refuse(path + QStringLiteral(": the report would lie in the source, which is only read"));
     }
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly)) {
-        report_html html(&file);
-        write_document(html, data, QFileInfo(path).absolutePath());
-        if (file.commit()) {
-            return;
-        }
-    }
-    refuse(path + QStringLiteral(": the report cannot be written: ") + file.errorString());
+    durable_file file(path);
+    report_html html(&file);
+    write_document(html, data, QFileInfo(path).absolutePath());
+    file.commit();
 }

@@ -129,7 +129,7 @@ void write_report_header(report_html& html, const report_data& data)
     }
     write_fact(html, "Result", data.result.root());
     if (data.run) {
-        write_fact(html, "Examiner", data.run->examiner + QStringLiteral(" on ") + data.run->host_name);
+        write_fact(html, "Operator", data.run->login_name + QStringLiteral(" on ") + data.run->host_name);
         write_fact(html, "Started", display_time(data.run->started));
         const bool ended = data.run->ended.isValid();
         write_fact(html, "Ended",

@@ -8,13 +8,15 @@ namespace {
 
 constexpr std::array<const char*, entry_status_names.size()> status_meanings = {
     "The copy has the same bytes (SHA-256).",
-    "Its name, or that of a folder above it, begins with a dot; such files are not copied.",
-    "It lies directly in the Mail directory; such files are not copied.",
-    "A copy is due, and there is none.",
-    "There is a copy, with other bytes.",
-    "The file, its folder or its copy cannot be read.",
+    "Kept aside with the same bytes: a hidden or loose file, an account store, what stands beside it.",
+    "Its name, or that of a folder above it, begins with a dot; it is not copied, and could not be kept.",
+    "It lies directly in the Mail directory; it is not copied, and could not be kept.",
     "A link, listed with what became of it.",
     "A pipe, a socket or a device, which has no content to copy.",
+    "A copy is due, and there is none.",
+    "There is a copy, with other bytes.",
+    "It changed while it was copied or read.",
+    "The file, its folder or its copy cannot be read.",
 };
 
 QString status_class(std::size_t status)

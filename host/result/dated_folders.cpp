@@ -3,6 +3,8 @@
 #include "host/files/file_tree.h"
 #include "support/shared_texts.h"
 
+#include <QLocale>
+
 #include <algorithm>
 
 namespace {
@@ -31,6 +33,12 @@ std::map<QByteArray, std::vector<dated_folder>> find_dated_folders(const result_
                   [](const dated_folder& left, const dated_folder& right) { return left.date > right.date; });
     }
     return folders;
+}
+
+QByteArray dated_folder_path(const QByteArray& user, QDate date)
+{
+    const QString day = QLocale::c().toString(date, shared_texts::date_format);
+    return child_path(relative_copies(), folder_prefix + user + '_' + day.toLatin1());
 }
 
 QString below_own_dated_folder(const QString& row_folder, const QString& user)

@@ -1,16 +1,18 @@
 #include "host/result/manifest.h"
 
+#include "host/result/sums.h"
 #include "host/text/csv.h"
 #include "host/text/failure.h"
 
-#include <QDir>
+#include <limits>
 
 namespace {
 
-constexpr const char* header_line = "path,copy,user,size,modified_utc,source_sha256,copy_sha256,status,reason\r\n";
-constexpr qsizetype column_count = 9;
+constexpr const char* header_line = "path,copy,user,size,modified_utc,source_sha256,copy_sha256,status,reason,"
+                                    "accessed_utc,changed_utc,born_utc,mode,owner,group,inode\r\n";
+constexpr qsizetype column_count = 16;
 
-QString words_of(const QFileDevice& file)
+QString words_of(const QFile& file)
 {
     return file.fileName() + QStringLiteral(": ") + file.errorString();
 }
@@ -37,6 +39,44 @@ std::optional<entry_status> status_from_name(const QByteArray& name)
     return std::nullopt;
 }
 
+QByteArray time_or_empty(const std::optional<file_time>& time)
+{
+    return time ? time_to_text(*time) : QByteArray();
+}
+
+/// Reads a time column into `time`; false for a text that is neither empty nor a time.
+bool read_time(const QByteArray& text, std::optional<file_time>& time)
+{
+    time = time_from_text(text);
+    return time || text.isEmpty();
+}
+
+template <typename number>
+QByteArray number_or_empty(const std::optional<number>& value, int base = 10)
+{
+    return value ? QByteArray::number(*value, base) : QByteArray();
+}
+
+/// Reads a column of digits into `value`; false for a text that is neither empty nor what number_or_empty() writes.
+template <typename number>
+bool read_number(const QByteArray& text, std::optional<number>& value, int base = 10)
+{
+    bool is_number = false;
+    const quint64 found = text.toULongLong(&is_number, base);
+    if (is_number && found <= std::numeric_limits<number>::max()) {
+        value = static_cast<number>(found);
+    }
+    return number_or_empty(value, base) == text;
+}
+
+bool read_metadata(const QByteArrayList& fields, source_metadata& metadata)
+{
+    return read_time(fields[4], metadata.modified) && read_time(fields[9], metadata.accessed) &&
+           read_time(fields[10], metadata.changed) && read_time(fields[11], metadata.born) &&
+           read_number(fields[12], metadata.mode, 8) && read_number(fields[13], metadata.owner) &&
+           read_number(fields[14], metadata.group) && read_number(fields[15], metadata.inode);
+}
+
 std::optional<manifest_entry> entry_from_fields(const QByteArrayList& fields)
 {
     if (fields.size() != column_count) {
@@ -48,40 +88,38 @@ std::optional<manifest_entry> entry_from_fields(const QByteArrayList& fields)
     const auto path = percent_decoded_name(fields[0]);
     const auto copy = percent_decoded_name(fields[1]);
     const auto user = percent_decoded_name(fields[2]);
-    const auto modified = time_from_text(fields[4]);
     const auto status = status_from_name(fields[7]);
     const auto reason = percent_decoded_name(fields[8]);
-    if (!path || !copy || !user || !size_valid || !modified || !status || !reason) {
+    if (!path || !copy || !user || !size_valid || !status || !reason) {
         return std::nullopt;
     }
-    if (!read_digest(fields[5], entry.source_sha256) || !read_digest(fields[6], entry.copy_sha256)) {
+    if (!read_digest(fields[5], entry.source_sha256) || !read_digest(fields[6], entry.copy_sha256) ||
+        !read_metadata(fields, entry.metadata)) {
         return std::nullopt;
     }
     entry.path = *path;
     entry.copy = *copy;
     entry.user = *user;
-    entry.modified_ns = *modified;
     entry.status = *status;
     entry.reason = *reason;
     return entry;
 }
 
-/// One line as sha256sum writes it: a leading backslash says that the name is escaped.
-QByteArray sums_line(const manifest_entry& entry)
-{
-    QByteArray name = entry.copy;
-    const bool escaped = name.contains('\\') || name.contains('\n') || name.contains('\r');
-    if (escaped) {
-        name.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
-    }
-    return (escaped ? QByteArray("\\") : QByteArray()) + digest_to_hex(*entry.copy_sha256) + "  " + name + '\n';
-}
-
 } // namespace
+
+source_metadata metadata_of(const entry_facts& facts)
+{
+    if (!facts.error.isEmpty()) {
+        return {};
+    }
+    return {facts.modified, facts.accessed, facts.changed, facts.born,
+            facts.mode,     facts.owner,    facts.group,   facts.inode};
+}
 
 bool has_proven_copy(const manifest_entry& entry)
 {
-    const bool taken = entry.status == entry_status::copied || entry.status == entry_status::link;
+    const bool taken = entry.status == entry_status::copied || entry.status == entry_status::kept ||
+                       entry.status == entry_status::link;
     return taken && entry.copy_sha256 && entry.copy_sha256 == entry.source_sha256;
 }
 
@@ -89,42 +127,28 @@ manifest_writer::manifest_writer(const result_paths& result)
     : manifest(result.path(product::manifest))
     , sums(result.path(product::sums))
 {
-    if (!QDir().mkpath(result.products())) {
-        refuse(result.products() + QStringLiteral(": the directory cannot be created"));
-    }
-    for (QSaveFile* file : {&manifest, &sums}) {
-        if (!file->open(QIODevice::WriteOnly)) {
-            refuse(words_of(*file));
-        }
-    }
     manifest.write(header_line);
 }
 
 void manifest_writer::write(const manifest_entry& entry)
 {
-    manifest.write(csv_line(
-        {percent_encoded_name(entry.path), percent_encoded_name(entry.copy), percent_encoded_name(entry.user),
-         QByteArray::number(entry.size), time_to_text(entry.modified_ns), hex_or_empty(entry.source_sha256),
-         hex_or_empty(entry.copy_sha256), entry_status_name(entry.status), percent_encoded_name(entry.reason)}));
+    const source_metadata& metadata = entry.metadata;
+    manifest.write(
+        csv_line({percent_encoded_cell(entry.path), percent_encoded_cell(entry.copy), percent_encoded_cell(entry.user),
+                  QByteArray::number(entry.size), time_or_empty(metadata.modified), hex_or_empty(entry.source_sha256),
+                  hex_or_empty(entry.copy_sha256), entry_status_name(entry.status), percent_encoded_cell(entry.reason),
+                  time_or_empty(metadata.accessed), time_or_empty(metadata.changed), time_or_empty(metadata.born),
+                  number_or_empty(metadata.mode, 8), number_or_empty(metadata.owner), number_or_empty(metadata.group),
+                  number_or_empty(metadata.inode)}));
     if (has_proven_copy(entry)) {
-        sums.write(sums_line(entry));
+        sums.write(sums_line(*entry.copy_sha256, entry.copy));
     }
 }
 
 void manifest_writer::commit()
 {
-    // A write that failed on the way is remembered by the file and makes its commit() fail; both are flushed before
-    // either is put in place, so that a full disk leaves the old pair together.
-    for (QSaveFile* file : {&manifest, &sums}) {
-        if (!file->flush()) {
-            refuse(words_of(*file));
-        }
-    }
-    for (QSaveFile* file : {&manifest, &sums}) {
-        if (!file->commit()) {
-            refuse(words_of(*file));
-        }
-    }
+    manifest.commit();
+    sums.commit();
 }
 
 manifest_reader::manifest_reader(const QString& path) : file(path)

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "host/files/durable_file.h"
+#include "host/files/file_time.h"
 #include "host/files/hashing.h"
 #include "host/result/manifest_fields.h"
 #include "host/result/result_paths.h"
 
 #include <QByteArray>
 #include <QFile>
-#include <QSaveFile>
 #include <QString>
 
 #include <array>
@@ -15,18 +16,20 @@
 /// What became of one file below a Mail directory.
 enum class entry_status : unsigned char
 {
-    copied,     ///< the copy has the same bytes
-    hidden,     ///< its name or a directory above it begins with "."; not copied, by rule
-    loose,      ///< it lies directly in the Mail directory; not copied, by rule
-    missing,    ///< a copy was due, and there is none
-    different,  ///< there is a copy with other bytes
-    unreadable, ///< the file, its directory or its copy cannot be read
-    link,       ///< a link: its content was copied with the same bytes, or there was nothing to copy
-    special     ///< no file with content: a pipe, a socket, a device
+    copied,    ///< the copy has the same bytes
+    kept,      ///< no copy of the plug-in's, but one of the program's own with the same bytes, among the evidence kept
+    hidden,    ///< its name or a directory above it begins with "."; not copied, by rule, and not kept
+    loose,     ///< it lies directly in the Mail directory; not copied, by rule, and not kept
+    link,      ///< a link: its content was copied with the same bytes, or there was nothing to copy
+    special,   ///< no file with content: a pipe, a socket, a device
+    missing,   ///< a copy was due, and there is none
+    different, ///< there is a copy with other bytes
+    changed,   ///< size, time or content of the file changed while it was copied or read
+    unreadable ///< the file, its directory or its copy cannot be read
 };
 
-inline constexpr std::array<const char*, 8> entry_status_names = {"copied",    "hidden",     "loose", "missing",
-                                                                  "different", "unreadable", "link",  "special"};
+inline constexpr std::array<const char*, 10> entry_status_names = {
+    "copied", "kept", "hidden", "loose", "link", "special", "missing", "different", "changed", "unreadable"};
 
 /// Returns the word that manifest and totals use for a status.
 inline const char* entry_status_name(entry_status status)
@@ -37,17 +40,35 @@ inline const char* entry_status_name(entry_status status)
 /// True for a file whose copy is due and is not there as it should be.
 inline bool is_fault(entry_status status)
 {
-    return status == entry_status::missing || status == entry_status::different || status == entry_status::unreadable;
+    return status >= entry_status::missing;
 }
 
-/// One file below a Mail directory. Names are bytes as the file system has them.
+/// What the file system of the source tells of a file besides its content. Nothing stands for what it does not tell.
+struct source_metadata
+{
+    std::optional<file_time> modified;
+    std::optional<file_time> accessed; ///< before it was read
+    std::optional<file_time> changed;  ///< of the inode
+    std::optional<file_time> born;
+    std::optional<quint32> mode; ///< permissions and the special bits
+    std::optional<quint32> owner;
+    std::optional<quint32> group;
+    std::optional<quint64> inode;
+
+    bool operator==(const source_metadata&) const = default;
+};
+
+/// Returns the metadata among the facts of an entry; nothing at all of one that could not be examined.
+source_metadata metadata_of(const entry_facts& facts);
+
+/// One file below a Mail directory, or another that a row rests on. Names are bytes as the file system has them.
 struct manifest_entry
 {
-    QByteArray path;                            ///< relative to the source
-    QByteArray copy;                            ///< relative to the result; empty when no copy is due
-    QByteArray user;                            ///< the directory below "Users/"
-    qint64 size = 0;                            ///< bytes
-    qint64 modified_ns = 0;                     ///< modification time in nanoseconds since 1970, UTC
+    QByteArray path; ///< relative to the source
+    QByteArray copy; ///< relative to the result; empty when no copy is due
+    QByteArray user; ///< the directory below "Users/"
+    qint64 size = 0; ///< bytes
+    source_metadata metadata;
     std::optional<sha256_digest> source_sha256; ///< nothing when it was not or could not be read
     std::optional<sha256_digest> copy_sha256;   ///< nothing when it was not or could not be read
     entry_status status = entry_status::copied;
@@ -72,8 +93,8 @@ public:
     void commit();
 
 private:
-    QSaveFile manifest;
-    QSaveFile sums;
+    durable_file manifest;
+    durable_file sums;
 };
 
 /// Reads a manifest entry by entry, so that its size does not matter.

@@ -3,12 +3,54 @@
 #include "host/text/utf8.h"
 
 #include <array>
-#include <chrono>
 #include <cstdio>
 
 namespace {
 
-constexpr qint64 nanoseconds_per_second = 1'000'000'000;
+constexpr qint64 seconds_per_day = 86'400;
+// A 64-bit number of seconds reaches so far.
+constexpr qint64 latest_year = 292'277'026'596;
+
+struct civil_date
+{
+    qint64 year;
+    int month;
+    int day;
+};
+
+qint64 floored_quotient(qint64 number, qint64 divisor)
+{
+    return number / divisor - (number % divisor < 0 ? 1 : 0);
+}
+
+// The calendar of <chrono> ends with the year 32767. Both ways count in eras of 400 years that begin with a March, so
+// that the leap day is the last of its year.
+
+/// Returns the date of a day that is counted from 1970-01-01.
+civil_date date_of(qint64 days)
+{
+    constexpr qint64 days_per_era = 146'097;
+    constexpr qint64 days_from_era_to_1970 = 719'468;
+    const qint64 shifted = days + days_from_era_to_1970;
+    const qint64 era = floored_quotient(shifted, days_per_era);
+    const qint64 day_of_era = shifted - era * days_per_era;
+    const qint64 year_of_era = (day_of_era - day_of_era / 1'460 + day_of_era / 36'524 - day_of_era / 146'096) / 365;
+    const qint64 day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
+    const qint64 month_from_march = (5 * day_of_year + 2) / 153;
+    const auto month = static_cast<int>(month_from_march < 10 ? month_from_march + 3 : month_from_march - 9);
+    return {year_of_era + era * 400 + (month <= 2 ? 1 : 0), month,
+            static_cast<int>(day_of_year - (153 * month_from_march + 2) / 5 + 1)};
+}
+
+qint64 day_of(const civil_date& date)
+{
+    const qint64 year = date.year - (date.month <= 2 ? 1 : 0);
+    const qint64 era = floored_quotient(year, 400);
+    const qint64 year_of_era = year - era * 400;
+    const qint64 month_from_march = date.month > 2 ? date.month - 3 : date.month + 9;
+    const qint64 day_of_year = (153 * month_from_march + 2) / 5 + date.day - 1;
+    return era * 146'097 + year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year - 719'468;
+}
 
 void append_percent(QByteArray& text, char byte)
 {
@@ -55,6 +97,17 @@ QByteArray percent_encoded_name(const QByteArray& name)
     return text;
 }
 
+QByteArray percent_encoded_cell(const QByteArray& name)
+{
+    QByteArray text = percent_encoded_name(name);
+    if (text.startsWith('=') || text.startsWith('+') || text.startsWith('-') || text.startsWith('@')) {
+        QByteArray first;
+        append_percent(first, text[0]);
+        text.replace(0, 1, first);
+    }
+    return text;
+}
+
 QString manifest_text(const QByteArray& name)
 {
     return QString::fromUtf8(percent_encoded_name(name));
@@ -83,50 +136,41 @@ std::optional<QByteArray> percent_decoded_name(const QByteArray& text)
     return name;
 }
 
-QByteArray time_to_text(qint64 nanoseconds)
+QByteArray time_to_text(const file_time& time)
 {
-    using namespace std::chrono;
-    qint64 seconds_since_1970 = nanoseconds / nanoseconds_per_second;
-    qint64 fraction = nanoseconds % nanoseconds_per_second;
-    if (fraction < 0) {
-        fraction += nanoseconds_per_second;
-        --seconds_since_1970;
-    }
-    const sys_seconds time{seconds{seconds_since_1970}};
-    const sys_days day = floor<days>(time);
-    const year_month_day date{day};
-    const hh_mm_ss clock{time - day};
+    const qint64 day = floored_quotient(time.seconds, seconds_per_day);
+    const auto of_day = static_cast<int>(time.seconds - day * seconds_per_day);
+    const civil_date date = date_of(day);
+    const bool is_common = date.year >= 0 && date.year <= 9999;
     std::array<char, 64> text{};
     const int length =
-        std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%09dZ", static_cast<int>(date.year()),
-                      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                      static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
-                      static_cast<int>(clock.seconds().count()), static_cast<int>(fraction));
-    return {text.data(), length};
+        std::snprintf(text.data(), text.size(), is_common ? "%04lld" : "%+07lld", static_cast<long long>(date.year));
+    const int rest = std::snprintf(text.data() + length, text.size() - static_cast<std::size_t>(length),
+                                   "-%02d-%02dT%02d:%02d:%02d.%09dZ", date.month, date.day, of_day / 3600,
+                                   of_day / 60 % 60, of_day % 60, time.nanoseconds);
+    return {text.data(), length + rest};
 }
 
-std::optional<qint64> time_from_text(const QByteArray& text)
+std::optional<file_time> time_from_text(const QByteArray& text)
 {
-    using namespace std::chrono;
-    int year_number = 0;
-    unsigned month_number = 0;
-    unsigned day_number = 0;
+    long long year = 0;
+    int month = 0;
+    int day = 0;
     int hour = 0;
     int minute = 0;
     int second = 0;
-    int fraction = 0;
-    if (std::sscanf(text.constData(), "%4d-%2u-%2uT%2d:%2d:%2d.%9dZ", &year_number, &month_number, &day_number, &hour,
-                    &minute, &second, &fraction) != 7) {
+    int nanosecond = 0;
+    // More digits than these no time has, and a number that overflows may read as anything.
+    constexpr qsizetype longest_text = 48;
+    if (text.size() > longest_text ||
+        std::sscanf(text.constData(), "%14lld-%2d-%2dT%2d:%2d:%2d.%9dZ", &year, &month, &day, &hour, &minute, &second,
+                    &nanosecond) != 7 ||
+        month < 1 || month > 12 || day < 1 || year > latest_year || year < -latest_year) {
         return std::nullopt;
     }
-    const year_month_day date{year{year_number}, month{month_number}, day{day_number}};
-    if (!date.ok()) {
-        return std::nullopt;
-    }
-    const auto whole = sys_days{date}.time_since_epoch() + hours{hour} + minutes{minute} + seconds{second};
-    const auto whole_seconds = static_cast<quint64>(duration_cast<seconds>(whole).count());
-    const auto nanoseconds = static_cast<qint64>(whole_seconds * static_cast<quint64>(nanoseconds_per_second) +
-                                                 static_cast<quint64>(fraction));
-    // The scan is lenient about blanks and signs, and the product may be too large; the way back shows either.
-    return time_to_text(nanoseconds) == text ? std::optional(nanoseconds) : std::nullopt;
+    const auto seconds = static_cast<quint64>(day_of({year, month, day})) * static_cast<quint64>(seconds_per_day) +
+                         static_cast<quint64>(hour * 3600 + minute * 60 + second);
+    const file_time time{static_cast<qint64>(seconds), nanosecond};
+    // The scan is lenient about blanks and signs, and a day may not be in its month; the way back shows either.
+    return time_to_text(time) == text ? std::optional(time) : std::nullopt;
 }

@@ -85,20 +85,22 @@ qint64 last_account_row(const result_paths& result)
     return rows.next() ? rows.value(0).toLongLong() : 0;
 }
 
-void count_account_rows(const result_paths& result, qint64 last_row, QList<user_record>& users)
+qint64 count_account_rows(const result_paths& result, QList<user_record>& users)
 {
     const result_database database(result);
     QSqlQuery rows = database.query(
-        QStringLiteral("SELECT system_user, coalesce(account_type, '') = '', count(*) FROM %1 WHERE INT > %2 "
-                       "GROUP BY 1, 2")
-            .arg(shared_texts::accounts_table, QString::number(last_row)));
+        QStringLiteral("SELECT system_user, coalesce(account_type, '') = '', count(*) FROM %1 GROUP BY 1, 2")
+            .arg(shared_texts::accounts_table));
+    qint64 count = 0;
     while (rows.next()) {
         const QString name = rows.value(0).toString();
+        const qint64 of_user = rows.value(2).toLongLong();
+        count += of_user;
         const auto user =
             std::find_if(users.begin(), users.end(), [&name](const user_record& u) { return u.name == name; });
         if (user != users.end()) {
-            (rows.value(1).toBool() ? user->account_store_rows : user->mail_directory_rows) =
-                rows.value(2).toLongLong();
+            (rows.value(1).toBool() ? user->account_store_rows : user->mail_directory_rows) = of_user;
         }
     }
+    return count;
 }

@@ -35,5 +35,5 @@ private:
 /// Returns the number of the last row of the table of accounts; 0 without rows or without a database.
 qint64 last_account_row(const result_paths& result);
 
-/// Counts the rows after number `last_row` into the users they belong to; rows of other users are left out.
-void count_account_rows(const result_paths& result, qint64 last_row, QList<user_record>& users);
+/// Counts the rows into the users they belong to, those of other users into none, and returns how many there are.
+qint64 count_account_rows(const result_paths& result, QList<user_record>& users);

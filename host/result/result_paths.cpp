@@ -1,5 +1,6 @@
 #include "host/result/result_paths.h"
 
+#include "host/files/sqlite_companions.h"
 #include "support/shared_texts.h"
 
 #include <QDir>
@@ -11,6 +12,7 @@ namespace {
 constexpr QLatin1String artifacts_folder = shared_texts::results_directory;
 constexpr QLatin1String copies_folder = shared_texts::plugin_directory;
 constexpr QLatin1String products_folder("mail-extract");
+constexpr QLatin1String evidence_folder("evidence");
 
 } // namespace
 
@@ -27,6 +29,11 @@ QByteArray result_paths::native_root() const
 QString result_paths::below(const QString& relative) const
 {
     return QDir(directory).filePath(relative);
+}
+
+QByteArray result_paths::relative(const QString& path) const
+{
+    return QFile::encodeName(QDir(directory).relativeFilePath(path));
 }
 
 QString result_paths::artifacts() const
@@ -54,9 +61,27 @@ QString result_paths::path(product which) const
     return products() + QLatin1Char('/') + product_name(which);
 }
 
+QString result_paths::evidence() const
+{
+    return products() + QLatin1Char('/') + evidence_folder;
+}
+
+QString result_paths::verifications() const
+{
+    return products() + QStringLiteral("/verifications");
+}
+
+QString result_paths::scratch() const
+{
+    return copies() + QLatin1Char('/') + shared_texts::scratch_directory;
+}
+
 QStringList result_paths::written() const
 {
-    QStringList paths{directory, artifacts(), copies(), database(), products()};
+    QStringList paths{directory, artifacts(), copies(), database(), products(), verifications(), evidence(), scratch()};
+    for (const char* companion : sqlite_companions) {
+        paths.append(database() + QLatin1String(companion));
+    }
     for (const char* name : product_names) {
         paths.append(products() + QLatin1Char('/') + QLatin1String(name));
     }
@@ -66,6 +91,12 @@ QStringList result_paths::written() const
 QByteArray relative_copies()
 {
     return QByteArray(copies_folder.data(), copies_folder.size());
+}
+
+QByteArray relative_evidence(const QByteArray& source_path)
+{
+    return QByteArray(products_folder.data(), products_folder.size()) + '/' +
+           QByteArray(evidence_folder.data(), evidence_folder.size()) + '/' + source_path;
 }
 
 QString folder_in_result(const QString& row_folder)

@@ -13,12 +13,14 @@ enum class product
     run_record,
     manifest,
     sums,
-    report
+    seal,
+    report,
+    lock
 };
 
 /// The products' file names, by product.
-inline constexpr std::array<const char*, 5> product_names = {"log.txt", "run.json", "manifest.csv", "SHA256SUMS",
-                                                             "report.html"};
+inline constexpr std::array<const char*, 7> product_names = {"log.txt",  "run.json",    "manifest.csv", "SHA256SUMS",
+                                                             "seal.txt", "report.html", "lock"};
 
 /// Returns a product's file name.
 inline QLatin1String product_name(product which)
@@ -41,6 +43,9 @@ public:
     /// Returns the path of something below the result.
     QString below(const QString& relative) const;
 
+    /// Returns a path below the result relative to it, as the file system has it.
+    QByteArray relative(const QString& path) const;
+
     /// Returns the topmost folder that the plug-in makes.
     QString artifacts() const;
     /// Returns the folder with the plug-in's database and the dated folders of copies.
@@ -51,6 +56,12 @@ public:
     QString products() const;
     /// Returns the place of one of them.
     QString path(product which) const;
+    /// Returns the folder of the evidence kept beside the plug-in's copies: each file under its path in the source.
+    QString evidence() const;
+    /// Returns the folder with a record of each verification.
+    QString verifications() const;
+    /// Returns the plug-in's folder for working copies, which is empty between runs.
+    QString scratch() const;
     /// Returns every file and folder that the program or the plug-in writes at a place known beforehand.
     QStringList written() const;
 
@@ -60,6 +71,9 @@ private:
 
 /// The folder of the dated folders relative to the result, as the file system has it.
 QByteArray relative_copies();
+
+/// The place of a kept file of the source, both relative and as the file system has them.
+QByteArray relative_evidence(const QByteArray& source_path);
 
 /// Returns the folder that a row of the table of accounts names, relative to the result; empty when it names none that
 /// lies below the plug-in's place there.

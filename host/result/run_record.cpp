@@ -1,5 +1,7 @@
 #include "host/result/run_record.h"
 
+#include "host/files/durable_file.h"
+#include "host/terminal/login_name.h"
 #include "host/text/failure.h"
 
 #include <QCoreApplication>
@@ -7,21 +9,10 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <QSysInfo>
 #include <QTimeZone>
 
-#include <pwd.h>
-#include <unistd.h>
-
 namespace {
-
-/// Returns the name behind the process's user number: the environment can say anything.
-QString login_name()
-{
-    const passwd* entry = ::getpwuid(::getuid());
-    return entry != nullptr ? QString::fromLocal8Bit(entry->pw_name) : QString::number(::getuid());
-}
 
 QJsonValue time_value(const QDateTime& time)
 {
@@ -45,6 +36,37 @@ QStringList texts_from(const QJsonValue& value)
         texts.append(text.toString());
     }
     return texts;
+}
+
+QJsonObject case_to_json(const case_data& about)
+{
+    QJsonObject object;
+    for (const case_field& field : case_fields) {
+        object.insert(QLatin1String(field.name), text_or_null(about.*field.value));
+    }
+    return object;
+}
+
+QJsonObject identity_to_json(const source_identity& identity)
+{
+    QJsonArray homes;
+    for (const home_identity& home : identity.homes) {
+        const QJsonObject object{{"name", home.name}, {"inode", QString::number(home.inode)}, {"born_utc", home.born}};
+        homes.append(object);
+    }
+    return {{"system_version", text_or_null(identity.system_version)}, {"homes", homes}};
+}
+
+source_identity identity_from_json(const QJsonObject& object)
+{
+    source_identity identity;
+    identity.system_version = object["system_version"].toString();
+    for (const auto& home : object["homes"].toArray()) {
+        const QJsonObject told = home.toObject();
+        identity.homes.append(
+            {told["name"].toString(), told["inode"].toString().toULongLong(), told["born_utc"].toString()});
+    }
+    return identity;
 }
 
 run_status status_from(const QString& name)
@@ -102,6 +124,15 @@ user_record user_from_json(const QJsonObject& object)
 
 } // namespace
 
+case_data case_from_json(const QJsonObject& object)
+{
+    case_data about;
+    for (const case_field& field : case_fields) {
+        about.*field.value = object[QLatin1String(field.name)].toString();
+    }
+    return about;
+}
+
 run_record begin_run_record(const QStringList& command_line)
 {
     run_record record;
@@ -112,7 +143,7 @@ run_record begin_run_record(const QStringList& command_line)
     record.host_system = QSysInfo::prettyProductName() + QStringLiteral(", ") + QSysInfo::kernelType() +
                          QLatin1Char(' ') + QSysInfo::kernelVersion();
     record.host_architecture = QSysInfo::currentCpuArchitecture();
-    record.examiner = login_name();
+    record.login_name = login_name();
     record.started = QDateTime::currentDateTimeUtc();
     const QDateTime here = record.started.toLocalTime();
     record.time_zone = QString::fromUtf8(QTimeZone::systemTimeZoneId()) + QStringLiteral(", UTC") +
@@ -127,7 +158,9 @@ QJsonObject run_record_to_json(const run_record& record)
         users.append(user_to_json(user));
     }
     return {
-        {"program", QJsonObject{{"name", record.program_name}, {"version", record.program_version}}},
+        {"program", QJsonObject{{"name", record.program_name},
+                                {"version", record.program_version},
+                                {"sha256", text_or_null(record.program_sha256)}}},
         {"plugin", QJsonObject{{"path", record.plugin_path},
                                {"version", record.plugin_version},
                                {"sha256", text_or_null(record.plugin_sha256)}}},
@@ -137,11 +170,13 @@ QJsonObject run_record_to_json(const run_record& record)
         {"host", QJsonObject{{"name", record.host_name},
                              {"system", record.host_system},
                              {"architecture", record.host_architecture}}},
-        {"examiner", record.examiner},
+        {"operator", record.login_name},
+        {"case", case_to_json(record.about)},
         {"time_zone", record.time_zone},
         {"started_utc", time_value(record.started)},
         {"ended_utc", time_value(record.ended)},
         {"source", record.source},
+        {"source_identity", identity_to_json(record.identity)},
         {"result", record.result},
         {"options", record.options},
         {"users", users},
@@ -163,6 +198,7 @@ run_record run_record_from_json(const QJsonObject& object)
     run_record record;
     record.program_name = program["name"].toString();
     record.program_version = program["version"].toString();
+    record.program_sha256 = program["sha256"].toString();
     record.plugin_path = plugin["path"].toString();
     record.plugin_version = plugin["version"].toString();
     record.plugin_sha256 = plugin["sha256"].toString();
@@ -174,11 +210,13 @@ run_record run_record_from_json(const QJsonObject& object)
     record.host_name = host["name"].toString();
     record.host_system = host["system"].toString();
     record.host_architecture = host["architecture"].toString();
-    record.examiner = object["examiner"].toString();
+    record.login_name = object["operator"].toString();
+    record.about = case_from_json(object["case"].toObject());
     record.time_zone = object["time_zone"].toString();
     record.started = time_from(object["started_utc"]);
     record.ended = time_from(object["ended_utc"]);
     record.source = object["source"].toString();
+    record.identity = identity_from_json(object["source_identity"].toObject());
     record.result = object["result"].toString();
     record.options = object["options"].toObject();
     for (const auto& user : object["users"].toArray()) {
@@ -198,11 +236,7 @@ run_record run_record_from_json(const QJsonObject& object)
 void write_run_record(const result_paths& result, const run_record& record)
 {
     QDir().mkpath(result.products());
-    QSaveFile file(result.path(product::run_record));
-    const QByteArray text = QJsonDocument(run_record_to_json(record)).toJson();
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        refuse(file.fileName() + QStringLiteral(": ") + file.errorString());
-    }
+    write_durably(result.path(product::run_record), QJsonDocument(run_record_to_json(record)).toJson());
 }
 
 std::optional<run_record> read_run_record(const result_paths& result)
@@ -220,5 +254,14 @@ std::optional<run_record> read_run_record(const result_paths& result)
         refuse(file.fileName() + QStringLiteral(": this is no run record (") +
                (document.isNull() ? problem.errorString() : QStringLiteral("no object")) + QLatin1Char(')'));
     }
-    return run_record_from_json(document.object());
+    run_record record = run_record_from_json(document.object());
+    for (const user_record& user : record.users) {
+        // Paths are made of the names.
+        if (user.name.isEmpty() || user.name.contains(QLatin1Char('/')) || user.name == QLatin1String(".") ||
+            user.name == QLatin1String("..")) {
+            refuse(
+                QStringLiteral("%1: this is no run record (a user is named \"%2\")").arg(file.fileName(), user.name));
+        }
+    }
+    return record;
 }

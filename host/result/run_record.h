@@ -2,6 +2,7 @@
 
 #include "host/result/manifest.h"
 #include "host/result/result_paths.h"
+#include "host/source/source_identity.h"
 
 #include <QDateTime>
 #include <QJsonObject>
@@ -42,6 +43,35 @@ inline QLatin1String run_status_name(run_status status)
     return QLatin1String(run_status_names[static_cast<std::size_t>(status)]);
 }
 
+/// What the examiner says of the case; empty where he says nothing.
+struct case_data
+{
+    QString case_number;
+    QString evidence_number;
+    QString examiner;
+    QString organisation;
+    QString notes;
+    QString image_sha256; ///< of the image that the source was mounted from
+
+    bool operator==(const case_data&) const = default;
+};
+
+/// The members of case data with their names in run.json, on the command line (there with "-" for "_") and in words.
+struct case_field
+{
+    const char* name;
+    const char* title;
+    QString case_data::*value;
+};
+inline constexpr std::array<case_field, 6> case_fields = {{
+    {"case_number", "Case number", &case_data::case_number},
+    {"evidence_number", "Evidence number", &case_data::evidence_number},
+    {"examiner", "Examiner", &case_data::examiner},
+    {"organisation", "Organisation", &case_data::organisation},
+    {"notes", "Notes", &case_data::notes},
+    {"image_sha256", "SHA-256 of the image", &case_data::image_sha256},
+}};
+
 /// What a run did for one user.
 struct user_record
 {
@@ -60,6 +90,7 @@ struct run_record
 {
     QString program_name;
     QString program_version;
+    QString program_sha256; ///< as plugin_sha256
     QString plugin_path;
     QString plugin_version;
     QString plugin_sha256; ///< lower-case hexadecimal; empty when the library could not be read
@@ -69,12 +100,14 @@ struct run_record
     QString host_name;
     QString host_system;
     QString host_architecture;
-    QString examiner;  ///< login name
+    QString login_name; ///< of who ran it: the operator, who need not be the examiner
+    case_data about;
     QString time_zone; ///< IANA name and offset
     QDateTime started;
     QDateTime ended; ///< invalid while running
     QString source;  ///< absolute
-    QString result;  ///< absolute
+    source_identity identity;
+    QString result; ///< absolute
     QJsonObject options;
     QList<user_record> users;
     QString log_path;
@@ -87,6 +120,9 @@ struct run_record
     /// Adds what went wrong to `error`, behind what did so earlier.
     void add_error(const QString& text) { error += error.isEmpty() ? text : QStringLiteral("; ") + text; }
 };
+
+/// Reads case data; members that are absent stay empty.
+case_data case_from_json(const QJsonObject& object);
 
 /// Returns a record of a run that begins now on this machine: program, host, examiner, times and command line filled
 /// in.

@@ -1,7 +1,9 @@
 #include "host/result/source_guard.h"
 
+#include "host/files/file_tree.h"
 #include "host/text/failure.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -27,6 +29,22 @@ fs::path resolved(fs::path path)
     }
     const fs::path canonical = fs::weakly_canonical(path, error);
     return error ? path : canonical;
+}
+
+void refuse_link(const QByteArray& path, const entry_facts& facts)
+{
+    if (facts.kind == entry_kind::link) {
+        refuse(QStringLiteral("cannot write to the result: %1 is a link to %2")
+                   .arg(QFile::decodeName(path), QFile::decodeName(link_text(path))));
+    }
+}
+
+void refuse_unless_file(const QString& path)
+{
+    const entry_facts facts = quiet_stat(QFile::encodeName(path));
+    if (facts.kind != entry_kind::file && facts.kind != entry_kind::absent) {
+        refuse(QStringLiteral("cannot write %1: there is a %2 in its place").arg(path, kind_text(facts.kind)));
+    }
 }
 
 } // namespace
@@ -57,6 +75,40 @@ void keep_out_of_source(const QString& source, const result_paths& result, const
             refuse(QStringLiteral("cannot write to %1: it lies inside the source %2, which is only read")
                        .arg(path, source));
         }
+    }
+}
+
+void refuse_planted_links(const result_paths& result, const QString& log_path)
+{
+    QStringList written = result.written();
+    // The user's own way to the result may well be a link.
+    written.removeFirst();
+    if (!log_path.isEmpty()) {
+        written.append(log_path);
+    }
+    for (const QString& path : written) {
+        refuse_link(QFile::encodeName(path), quiet_stat(QFile::encodeName(path)));
+    }
+    for (product which : {product::log, product::run_record, product::manifest, product::sums, product::seal,
+                          product::report, product::lock}) {
+        refuse_unless_file(result.path(which));
+    }
+    refuse_unless_file(result.database());
+    if (!log_path.isEmpty()) {
+        refuse_unless_file(log_path);
+    }
+    for (const QString& folder : {result.artifacts(), result.evidence(), result.verifications()}) {
+        walk_tree(QFile::encodeName(folder), [](const tree_entry& entry) {
+            refuse_link(entry.path, entry.facts);
+            return true;
+        });
+    }
+}
+
+void make_folder(const QString& path)
+{
+    if (!QDir().mkpath(path)) {
+        refuse(QStringLiteral("cannot create %1: %2").arg(path, reason_for_no_directory(path)));
     }
 }
 

@@ -11,5 +11,13 @@ bool lies_inside(const QString& path, const QString& directory);
 /// own. `log_path` may be empty. Throws a failure.
 void keep_out_of_source(const QString& source, const result_paths& result, const QString& log_path = {});
 
+/// Refuses a result in which something lies in the way of what is going to be written: a link in the place of a folder
+/// or file of ours, a link below the folders of copies, or anything but a file where a file is to be. A copy is never a
+/// link, so that whoever put it there wanted writing to go astray. Throws a failure that names it.
+void refuse_planted_links(const result_paths& result, const QString& log_path = {});
+
+/// Creates a folder with those above it. Throws a failure that says what is in the way.
+void make_folder(const QString& path);
+
 /// Returns why a directory could not be created, found by looking at what is in its way.
 QString reason_for_no_directory(const QString& path);

@@ -1,12 +1,12 @@
 #include "host/run/earlier_results.h"
 
+#include "host/files/durable_file.h"
 #include "host/files/file_tree.h"
 #include "host/result/dated_folders.h"
 #include "host/text/failure.h"
 
 #include <QDir>
 #include <QFile>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <filesystem>
@@ -14,20 +14,22 @@
 
 namespace {
 
-/// True for a product that tells of a run, whole or unfinished, but for the record itself, which the next run writes
-/// over, and the log, which it goes on with.
-bool is_product_of_earlier_run(const QString& name)
+void remove_all(const QString& path)
 {
-    // What is written in one step has six random letters at its end until then. Six small letters are more likely a
-    // word, such as "backup", that a person put there.
-    static const QRegularExpression unfinished(QStringLiteral("\\.(?![a-z]{6})[A-Za-z]{6}$"));
-    const QRegularExpressionMatch ending = unfinished.match(name);
-    if (ending.hasMatch() && name.first(ending.capturedStart()) == product_name(product::run_record)) {
-        return true;
+    std::error_code error;
+    std::filesystem::remove_all(QFile::encodeName(path).toStdString(), error);
+    if (error) {
+        refuse(QStringLiteral("cannot remove %1 of an earlier run: %2")
+                   .arg(path, QString::fromLocal8Bit(error.message().c_str())));
     }
-    const QString whole_name = ending.hasMatch() ? name.first(ending.capturedStart()) : name;
-    return whole_name == product_name(product::manifest) || whole_name == product_name(product::sums) ||
-           whole_name == product_name(product::report);
+}
+
+/// True for what stays of the program's own folder: the record, which is this run's by now, the lock, which this run
+/// holds, and the log, which it writes.
+bool stays(const QString& name)
+{
+    return name == product_name(product::run_record) || name == product_name(product::lock) ||
+           name == product_name(product::log);
 }
 
 } // namespace
@@ -50,31 +52,48 @@ qint64 bytes_of_earlier_copies(const result_paths& result, const extraction_sett
     return bytes;
 }
 
-qint64 remove_earlier_copies(const result_paths& result)
+qint64 count_earlier_copies(const result_paths& result)
 {
     qint64 count = 0;
     for (const auto& [user, folders] : find_dated_folders(result)) {
-        for (const dated_folder& folder : folders) {
-            const QByteArray path = child_path(result.native_root(), folder.path);
-            std::error_code error;
-            std::filesystem::remove_all(path.toStdString(), error);
-            if (error) {
-                refuse(QStringLiteral("cannot remove the earlier copy %1: %2")
-                           .arg(QFile::decodeName(path), QString::fromLocal8Bit(error.message().c_str())));
-            }
-            ++count;
-        }
+        count += static_cast<qint64>(folders.size());
     }
     return count;
+}
+
+void remove_earlier_copies(const result_paths& result)
+{
+    for (const auto& [user, folders] : find_dated_folders(result)) {
+        for (const dated_folder& folder : folders) {
+            remove_all(result.below(QFile::decodeName(folder.path)));
+        }
+    }
+}
+
+void remove_stray_products(const result_paths& result)
+{
+    for (const product which : {product::manifest, product::sums, product::report}) {
+        remove_all(result.path(which));
+    }
+    const QDir folder(result.products());
+    const QString unfinished = QLatin1Char('*') + QLatin1String(unfinished_ending) + QLatin1Char('*');
+    for (const QString& name : folder.entryList({unfinished}, QDir::Files | QDir::Hidden | QDir::System)) {
+        remove_all(folder.filePath(name));
+    }
+}
+
+void empty_scratch(const result_paths& result)
+{
+    remove_all(result.scratch());
 }
 
 void remove_earlier_products(const result_paths& result)
 {
     const QDir folder(result.products());
-    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden | QDir::System)) {
-        QFile file(folder.filePath(name));
-        if (is_product_of_earlier_run(name) && !file.remove()) {
-            refuse(QStringLiteral("cannot remove %1 of an earlier run: %2").arg(file.fileName(), file.errorString()));
+    for (const QString& name :
+         folder.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        if (!stays(name)) {
+            remove_all(folder.filePath(name));
         }
     }
 }

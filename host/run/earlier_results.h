@@ -7,10 +7,22 @@
 /// them, since it removes them, else those of its users and of today, since the plug-in never copies over a file.
 qint64 bytes_of_earlier_copies(const result_paths& result, const extraction_settings& settings);
 
-/// Removes the dated folders of a result and returns their number. A link is never one, and nothing else is touched.
-/// Throws a failure when one cannot be removed.
-qint64 remove_earlier_copies(const result_paths& result);
+/// Returns the number of dated folders of a result.
+qint64 count_earlier_copies(const result_paths& result);
 
-/// Removes what earlier runs said about a result: manifest, sums and report, with the unfinished ones that a killed run
-/// left. Throws a failure when that fails, because they would pass for this run's.
+/// Removes the dated folders of a result. A link is never one, and nothing else is touched.
+/// Throws a failure when one cannot be removed.
+void remove_earlier_copies(const result_paths& result);
+
+/// Removes manifest, sums and report where no run has left a record of them, because they would pass for this run's.
+/// Throws a failure.
+void remove_stray_products(const result_paths& result);
+
+/// Empties the plug-in's folder for working copies: a companion left there would be taken for the next store's. Throws
+/// a failure.
+void empty_scratch(const result_paths& result);
+
+/// Removes what earlier runs said about a result: everything in the program's own folder but
+/// the record, which the next run writes over, the log, which it goes on with, and the lock. Throws a failure when that
+/// fails, because they would pass for this run's.
 void remove_earlier_products(const result_paths& result);

@@ -1,8 +1,8 @@
 #include "host/run/extraction.h"
 
-#include "host/terminal/interruption.h"
 #include "host/run/plugin_library.h"
 #include "host/run/signal_receiver.h"
+#include "host/terminal/interruption.h"
 #include "plugin/apple_mail_extractor.h"
 
 namespace {
@@ -90,15 +90,16 @@ file_amount expected_copies(const QList<source_user>& users)
 
 } // namespace
 
-void extract(const plugin_library& library, const extraction_settings& settings, progress_style style)
+qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style)
 {
     const QList<plugin_task> tasks = tasks_of(settings);
     progress shown(QStringLiteral("copying"), expected_copies(settings.users), style);
 
     file_amount done_before;
+    qint64 rows = 0;
     for (const plugin_task& task : tasks) {
         if (interruption::requested()) {
-            return;
+            break;
         }
         const auto plugin = library.create();
         configure(*plugin, settings, task);
@@ -111,5 +112,7 @@ void extract(const plugin_library& library, const extraction_settings& settings,
         plugin->pub_remove_temporary_asthetics();
         // Each object counts from nothing, and its last signal may come before its last copy.
         done_before += expected_copies(task.users);
+        rows += receiver.rows();
     }
+    return rows;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/terminal/progress.h"
 #include "host/source/source_users.h"
+#include "host/terminal/progress.h"
 
 #include <QList>
 #include <QString>
@@ -29,5 +29,5 @@ struct extraction_settings
 };
 
 /// Runs the plug-in over all users of the settings and shows how far it is. Returns early when interrupted; what is
-/// done by then stays. The plug-in tells its failures in its log only.
-void extract(const plugin_library& library, const extraction_settings& settings, progress_style style);
+/// done by then stays. The plug-in tells its failures in its log only. Returns how many rows it says it has written.
+qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style);

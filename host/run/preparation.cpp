@@ -1,7 +1,8 @@
 #include "host/run/preparation.h"
 
-#include "host/result/result_database.h"
 #include "host/result/source_guard.h"
+#include "host/run/case_file.h"
+#include "host/run/continued_copies.h"
 #include "host/run/earlier_results.h"
 #include "host/source/system_version.h"
 #include "host/terminal/command_failure.h"
@@ -100,6 +101,23 @@ void set_aside(const QString& log_path, bool quiet)
     }
 }
 
+/// Removes copies and log of earlier runs, saying so first.
+void start_over(const run_options& options, run_plan& plan)
+{
+    const qint64 folders = count_earlier_copies(plan.result);
+    if (folders + plan.log_begin > 0 && !options.quiet) {
+        complain(QStringLiteral("removing what earlier runs left in %1: the accounts, the log, everything in %2, and "
+                                "the folders of copies below %3: %4")
+                     .arg(plan.result.root(), plan.result.products(), plan.result.copies(), display_number(folders)));
+    }
+    remove_earlier_copies(plan.result);
+    const QString& log = plan.settings.log_path;
+    if (!QFile::resize(log, 0)) {
+        refuse(QStringLiteral("cannot empty the log %1").arg(log));
+    }
+    plan.log_begin = 0;
+}
+
 } // namespace
 
 run_plan prepare_run(const run_options& options)
@@ -111,13 +129,13 @@ run_plan prepare_run(const run_options& options)
     settings.log_path =
         options.log_file.isEmpty() ? plan.result.path(product::log) : QFileInfo(options.log_file).absoluteFilePath();
     keep_out_of_source(settings.source_root, plan.result, settings.log_path);
+    refuse_planted_links(plan.result, settings.log_path);
 
     settings.source_type = options.source_type;
     settings.scheme = options.scheme;
     settings.system_version = system_version(settings.source_root);
     settings.source_number = options.source_number;
     settings.engine_type = options.engine_type;
-    settings.clear = options.clear;
     settings.as_suite = options.as_suite;
     settings.log_enciphered = options.log_encrypted;
     settings.users = chosen_users(options, settings.source_root);
@@ -128,27 +146,25 @@ run_plan prepare_run(const run_options& options)
     if (options.clear && lies_inside(settings.source_root, copies)) {
         refuse(QStringLiteral("cannot clear %1: the source %2 lies inside it").arg(copies, settings.source_root));
     }
-    if (!options.clear) {
-        plan.last_row = last_account_row(plan.result);
-        if (plan.last_row > 0 && !options.append) {
-            refuse(QStringLiteral("%1 already holds accounts: --clear removes them, --append adds to them")
-                       .arg(plan.result.database()));
-        }
-    }
+    plan.about = case_data_of(options);
+    plan.identity = identify_source(QFile::encodeName(settings.source_root));
+    plan.earlier = look_at_earlier_run(plan.result, options, plan.identity);
+    // The rows of a run that is gone on with are made anew, so that they are those of one run.
+    settings.clear = plan.earlier != earlier_run::none;
     if (settings.scheme == macos_scheme) {
         check_mail(settings);
     }
     return plan;
 }
 
-void create_result(const run_options& options, run_plan& plan)
+exclusive_lock create_result(const run_options& options, run_plan& plan)
 {
     const extraction_settings& settings = plan.settings;
-    const QString own_folder = plan.result.products();
-    if (!QDir().mkpath(own_folder)) {
-        refuse(QStringLiteral("cannot create %1: %2").arg(own_folder, reason_for_no_directory(own_folder)));
-    }
-    if (has_other_form(settings.log_path, settings.log_enciphered)) {
+    make_folder(plan.result.products());
+    exclusive_lock lock(plan.result.path(product::lock));
+    // Another run may have come and gone since the first look.
+    plan.earlier = look_at_earlier_run(plan.result, options, plan.identity);
+    if (plan.earlier != earlier_run::removed && has_other_form(settings.log_path, settings.log_enciphered)) {
         set_aside(settings.log_path, options.quiet);
     }
     QFile log(settings.log_path);
@@ -156,17 +172,20 @@ void create_result(const run_options& options, run_plan& plan)
         refuse(QStringLiteral("cannot write the log %1: %2").arg(settings.log_path, log.errorString()));
     }
     plan.log_begin = log.size();
+    return lock;
 }
 
-void remove_earlier_results(const run_options& options, const run_plan& plan)
+void remove_earlier_results(const run_options& options, run_plan& plan)
 {
-    remove_earlier_products(plan.result);
-    if (!plan.settings.clear) {
-        return;
+    if (plan.earlier == earlier_run::none) {
+        remove_stray_products(plan.result);
+    } else {
+        remove_earlier_products(plan.result);
     }
-    const qint64 removed = remove_earlier_copies(plan.result);
-    if (removed > 0 && !options.quiet) {
-        complain(QStringLiteral("removed the copies of earlier runs, folders below %1: %2")
-                     .arg(plan.result.copies(), display_number(removed)));
+    empty_scratch(plan.result);
+    if (plan.earlier == earlier_run::continued) {
+        keep_whole_copies(plan);
+    } else if (plan.earlier == earlier_run::removed) {
+        start_over(options, plan);
     }
 }

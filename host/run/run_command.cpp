@@ -1,13 +1,16 @@
 #include "host/run/run_command.h"
 
 #include "host/files/hashing.h"
+#include "host/files/quiet_reading.h"
 #include "host/report/document.h"
+#include "host/result/seal.h"
 #include "host/run/guards.h"
 #include "host/run/plugin_library.h"
 #include "host/run/preparation.h"
 #include "host/run/run_journal.h"
 #include "host/run/stock_taking.h"
 #include "host/run/summary.h"
+#include "host/run/witness_keeping.h"
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
 #include "host/terminal/interruption.h"
@@ -16,6 +19,7 @@
 #include <QCoreApplication>
 #include <QDate>
 #include <QDir>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -35,16 +39,25 @@ QJsonObject options_to_json(const run_options& options)
             {"follow_links_outside", options.follow_links_outside}};
 }
 
+/// Returns the SHA-256 of a file of our own; empty when it cannot be read.
+QString hex_sha256(const QString& path)
+{
+    QString unreadable;
+    const QByteArray resolved = resolved_path(QFile::encodeName(path));
+    const auto digest = sha256_of_file(resolved, unreadable);
+    return digest ? QString::fromLatin1(digest_to_hex(*digest)) : QString();
+}
+
 run_record begin_record(const run_options& options, const run_plan& plan, const plugin_library& library)
 {
     run_record record = begin_run_record(QCoreApplication::arguments());
     record.plugin_path = library.path();
     record.plugin_version = library.version();
-    QString unreadable;
-    if (const auto digest = sha256_of_file(library.path(), unreadable)) {
-        record.plugin_sha256 = QString::fromLatin1(digest_to_hex(*digest));
-    }
+    record.plugin_sha256 = hex_sha256(library.path());
+    record.program_sha256 = hex_sha256(QCoreApplication::applicationFilePath());
     record.source = QDir::cleanPath(plan.settings.source_root);
+    record.identity = plan.identity;
+    record.about = plan.about;
     record.result = plan.result.root();
     record.options = options_to_json(options);
     for (const source_user& user : plan.settings.users) {
@@ -56,14 +69,26 @@ run_record begin_record(const run_options& options, const run_plan& plan, const 
     return record;
 }
 
+/// Without a manifest, what is not as it should be is told by the record alone.
+void add_what_is_missing(const verification_result& found, run_record& record)
+{
+    const qint64 count = found.failure_count + found.surplus_count;
+    if (count > 0) {
+        record.add_error(QStringLiteral("%1 files are not copied as they should be").arg(count));
+    }
+}
+
 void verify_run(run_record& record, const run_options& options, const result_paths& result)
 try {
     verification_request request{record.source, result, {}, options.users.isEmpty()};
     for (const user_record& user : record.users) {
         request.users.append(user.name);
     }
+    request.without_reading = options.no_verify;
     const verification_result found = verify_with_progress(request, options.quiet);
-    if (!found.cancelled) {
+    if (options.no_verify) {
+        add_what_is_missing(found, record);
+    } else if (!found.cancelled) {
         record.verification = found.summary;
     }
 } catch (const failure& unwritten) {
@@ -95,12 +120,25 @@ void finish(run_journal& journal, const QString& scheme)
     }
 }
 
-void print_outcome(const run_record& record, bool as_json)
+/// Seals the result of a run that came to its end, and writes the report. Returns the root hash; empty without a seal.
+QString seal_and_report(run_journal& journal, const result_paths& result)
+{
+    QString root_hash;
+    if (journal.record().status == run_status::finished) {
+        journal.publish([&] { root_hash = QString::fromLatin1(digest_to_hex(seal_result(result).root)); });
+    }
+    journal.publish([&] { write_report(result, result.path(product::report)); });
+    return root_hash;
+}
+
+void print_outcome(const run_record& record, const QString& root_hash, bool as_json)
 {
     if (as_json) {
-        print_bytes(QJsonDocument(run_record_to_json(record)).toJson());
+        QJsonObject object = run_record_to_json(record);
+        object.insert(QStringLiteral("root_hash"), root_hash.isEmpty() ? QJsonValue() : QJsonValue(root_hash));
+        print_bytes(QJsonDocument(object).toJson());
     } else {
-        print_run_summary(record);
+        print_run_summary(record, root_hash);
     }
     complain_about_run(record);
 }
@@ -117,19 +155,22 @@ int run_command(const run_options& options)
         guard_run(plan, options.follow_links_outside);
     }
     refuse_when_interrupted();
-    create_result(options, plan);
+    const exclusive_lock lock = create_result(options, plan);
 
     run_journal journal(plan.result, begin_record(options, plan, library));
     journal.begin([&] { remove_earlier_results(options, plan); });
     const QDate begun = QDate::currentDate();
-    extract(library, plan.settings, progress_style_for(options.quiet));
-    take_stock(plan, begun, journal.record());
-    if (holds_mail && !options.no_verify && !interruption::requested()) {
+    const qint64 signalled_rows = extract(library, plan.settings, progress_style_for(options.quiet));
+    take_stock(plan, begun, signalled_rows, journal.record());
+    if (holds_mail && !interruption::requested()) {
+        keep_witnesses(plan, journal.record());
+    }
+    if (holds_mail && !interruption::requested()) {
         verify_run(journal.record(), options, plan.result);
     }
     finish(journal, plan.settings.scheme);
-    journal.publish([&] { write_report(plan.result, plan.result.path(product::report)); });
+    const QString root_hash = seal_and_report(journal, plan.result);
 
-    print_outcome(journal.record(), options.json);
+    print_outcome(journal.record(), root_hash, options.json);
     return *journal.record().exit_code;
 }

@@ -33,7 +33,6 @@ void run_journal::publish(const std::function<void()>& telling)
         telling();
     } catch (const failure& untold) {
         add_failure(untold.message());
-        save();
     }
 }
 

@@ -24,8 +24,8 @@ public:
     /// failure of the run.
     void finish(run_status status, int code);
 
-    /// Does something that tells of the finished run; a failure of it becomes the run's own, and the record is written
-    /// once more.
+    /// Does something that tells of the finished run. A failure of it becomes the run's own, but no longer stands in
+    /// the record's file, which is written for good by then.
     void publish(const std::function<void()>& telling);
 
 private:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/result/run_record.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -21,6 +23,8 @@ struct run_options
     QString log_file; ///< empty for the result's own log
     bool log_encrypted = false;
     QString plugin_file; ///< empty for the library that belongs to the program
+    case_data about;     ///< of the case
+    QString case_file;   ///< a JSON object with case data; empty for none
     bool quiet = false;
     bool json = false;
 };

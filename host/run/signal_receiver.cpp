@@ -13,8 +13,9 @@ signal_receiver::signal_receiver(apple_mail_extractor& plugin_object, std::funct
     connect(&plugin, SIGNAL(signal_copy_progress_of_plugin_overall(qint64, qint64)), SLOT(slot_copied(qint64, qint64)));
 }
 
-void signal_receiver::slot_records(qint64 /*records*/)
+void signal_receiver::slot_records(qint64 records)
 {
+    row_count = records;
     cancel_when_interrupted();
 }
 

@@ -18,6 +18,9 @@ public:
     /// `on_copied` is called with the copies attempted by this object so far.
     signal_receiver(apple_mail_extractor& plugin, std::function<void(file_amount)> on_copied);
 
+    /// Returns how many rows the plug-in object says it has written so far.
+    qint64 rows() const { return row_count; }
+
 private slots:
     void slot_records(qint64 records);
     void slot_tabs(int tab_count);
@@ -28,4 +31,5 @@ private:
 
     apple_mail_extractor& plugin;
     std::function<void(file_amount)> on_copied;
+    qint64 row_count = 0;
 };

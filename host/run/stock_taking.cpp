@@ -20,7 +20,7 @@ file_amount copied_files(const QByteArray& result, const std::vector<dated_folde
 
 } // namespace
 
-void take_stock(const run_plan& plan, QDate begun, run_record& record)
+void take_stock(const run_plan& plan, QDate begun, qint64 signalled_rows, run_record& record)
 {
     auto folders = find_dated_folders(plan.result);
     for (user_record& user : record.users) {
@@ -36,7 +36,12 @@ void take_stock(const run_plan& plan, QDate begun, run_record& record)
         record.add_error(QStringLiteral("cannot read the log %1: %2").arg(record.log_path, failures.problem));
     }
     try {
-        count_account_rows(plan.result, plan.last_row, record.users);
+        const qint64 rows = count_account_rows(plan.result, record.users);
+        if (rows != signalled_rows) {
+            record.add_error(QStringLiteral("%1 holds %2 accounts, and the plug-in told of %3: what is missing was not "
+                                            "written to the disk")
+                                 .arg(plan.result.database(), QString::number(rows), QString::number(signalled_rows)));
+        }
     } catch (const failure& unreadable) {
         record.add_error(unreadable.message());
     }

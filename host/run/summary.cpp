@@ -33,7 +33,7 @@ void complain_about_failures(const run_record& record)
 
 } // namespace
 
-void print_run_summary(const run_record& record)
+void print_run_summary(const run_record& record, const QString& root_hash)
 {
     const QList<table_column> columns{{QStringLiteral("user"), false, narrow_column},
                                       {QStringLiteral("accounts of the store"), true},
@@ -58,8 +58,23 @@ void print_run_summary(const run_record& record)
     if (record.verification) {
         print_line(verification_summary_text(*record.verification));
     }
-    print_line(QStringLiteral("result: ") + display_text(record.result));
-    print_line(QStringLiteral("log:    ") + display_text(record.log_path));
+    const result_paths result(record.result);
+    const auto print_fact = [](const char* name, const QString& value) {
+        print_line(QString::fromLatin1(name).leftJustified(11) + display_text(value));
+    };
+    print_fact("result:", result.root());
+    print_fact("log:", record.log_path);
+    if (record.verification) {
+        print_fact("manifest:", result.path(product::manifest));
+    }
+    print_fact("report:", result.path(product::report));
+    print_fact("time:", duration_text(record.started.secsTo(record.ended)));
+    if (!root_hash.isEmpty()) {
+        print_fact("root hash:", root_hash);
+        print_fact("next:", QStringLiteral("write the root hash on paper; mail-extract verify --result %1 --expect "
+                                           "ROOT_HASH holds the result against it")
+                                .arg(result.root()));
+    }
 }
 
 void complain_about_run(const run_record& record)

@@ -15,7 +15,7 @@ constexpr qint64 longest_statement = 65'536;
 
 QString system_version(const QString& source_root)
 {
-    const QString path = QDir(source_root).filePath(QStringLiteral("System/Library/CoreServices/SystemVersion.plist"));
+    const QString path = QDir(source_root).filePath(QLatin1String(system_version_path));
     const QByteArray data = quiet_read(QFile::encodeName(path), longest_statement).data;
     const auto value = [&data](const char* key) { return property_list_string(data, QLatin1String(key)).value; };
     const QString build = value("ProductBuildVersion");

@@ -24,13 +24,6 @@ copy_assignment assign_copies(const QByteArray& source, const result_paths& resu
 
     copy_assignment assignment;
     for (const auto& [user, of_user] : folders) {
-        if (quiet_stat(child_path(source, mail_directory_of(user)), link_handling::follow).kind == entry_kind::absent) {
-            for (const dated_folder& folder : of_user) {
-                assignment.notes += QStringLiteral("%1: not verified, since the source has no Mail directory of %2")
-                                        .arg(manifest_text(folder.path), manifest_text(user));
-            }
-            continue;
-        }
         assignment.users.push_back({user, of_user.empty() ? QByteArray() : of_user.front().path});
         for (std::size_t i = 1; i < of_user.size(); ++i) {
             assignment.notes += QStringLiteral("%1: not verified, since %2 is a newer copy")

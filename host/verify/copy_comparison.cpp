@@ -3,10 +3,6 @@
 #include "host/files/file_tree.h"
 #include "host/text/utf8.h"
 
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-
 namespace {
 
 void judge(manifest_entry& entry, entry_status status, const QByteArray& reason)
@@ -26,6 +22,19 @@ QByteArray why_missing(const manifest_entry& entry)
     return "not copied";
 }
 
+QByteArray at_offset(qint64 offset, const QString& reason)
+{
+    return "at byte " + QByteArray::number(offset) + ": " + reason.toUtf8();
+}
+
+/// True when a file is still as it was when it was opened; a copy of one that is not is of no certain moment.
+bool is_unchanged(const quiet_file& file, qint64 bytes_read)
+{
+    const entry_facts now = quiet_facts(file.descriptor);
+    return now.error.isEmpty() && bytes_read == file.facts.size && now.size == file.facts.size &&
+           now.modified == file.facts.modified;
+}
+
 bool read_source(copy_pair& pair, quiet_file& source, file_hasher& hasher, const std::function<bool(qint64)>& cancelled)
 {
     manifest_entry& entry = pair.entry;
@@ -37,12 +46,16 @@ bool read_source(copy_pair& pair, quiet_file& source, file_hasher& hasher, const
     if (read.stopped) {
         return false;
     }
-    entry.modified_ns = source.facts.modified_ns;
-    entry.size = read.error == 0 ? read.bytes : source.facts.size;
-    if (read.error == 0) {
-        entry.source_sha256 = read.digest;
+    entry.metadata.modified = source.facts.modified;
+    entry.size = source.facts.size;
+    if (read.error != 0) {
+        judge(entry, entry_status::unreadable, "source: " + at_offset(read.bytes, system_error_text(read.error)));
+    } else if (!is_unchanged(source, read.bytes)) {
+        judge(entry, entry_status::changed,
+              "source: it changed while it was read: " + QByteArray::number(read.bytes) + " of " +
+                  QByteArray::number(entry.size) + " bytes read");
     } else {
-        judge(entry, entry_status::unreadable, "source: " + system_error_text(read.error).toUtf8());
+        entry.source_sha256 = read.digest;
     }
     return true;
 }
@@ -50,21 +63,14 @@ bool read_source(copy_pair& pair, quiet_file& source, file_hasher& hasher, const
 void give_modification_time(copy_pair& pair, const quiet_file& copy)
 {
     manifest_entry& entry = pair.entry;
-    if (copy.facts.modified_ns == entry.modified_ns) {
+    if (!entry.metadata.modified || copy.facts.modified == *entry.metadata.modified) {
         return;
     }
-    constexpr qint64 second = 1'000'000'000;
-    const qint64 fraction = (entry.modified_ns % second + second) % second;
-    std::array<timespec, 2> times{};
-    times[0].tv_nsec = UTIME_OMIT;
-    times[1].tv_sec = static_cast<time_t>((entry.modified_ns - fraction) / second);
-    times[1].tv_nsec = static_cast<long>(fraction);
     // Through the open file, so that it is certainly the one whose bytes were compared.
-    if (::futimens(copy.descriptor.get(), times.data()) == 0) {
-        return;
+    if (const int error = set_modification_time(copy.descriptor.get(), *entry.metadata.modified); error != 0) {
+        pair.time_refused = true;
+        judge(entry, entry.status, "modification time not set: " + system_error_text(error).toUtf8());
     }
-    pair.time_refused = true;
-    judge(entry, entry.status, "modification time not set: " + system_error_text(errno).toUtf8());
 }
 
 bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy, file_hasher& hasher,
@@ -80,7 +86,7 @@ bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy
         return false;
     }
     if (read.error != 0) {
-        judge(entry, entry_status::unreadable, "copy: " + system_error_text(read.error).toUtf8());
+        judge(entry, entry_status::unreadable, "copy: " + at_offset(read.bytes, system_error_text(read.error)));
         return true;
     }
     entry.copy_sha256 = read.digest;
@@ -96,6 +102,27 @@ bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy
 }
 
 } // namespace
+
+void look_at_copy(copy_pair& pair, const QByteArray& result)
+{
+    manifest_entry& entry = pair.entry;
+    if (pair.task != pair_task::compare) {
+        return;
+    }
+    if (entry.copy.isEmpty()) {
+        judge(entry, entry_status::missing, why_missing(entry));
+        return;
+    }
+    const entry_facts copy = quiet_stat(child_path(result, entry.copy));
+    if (copy.kind == entry_kind::absent) {
+        judge(entry, entry_status::missing, why_missing(entry));
+    } else if (copy.kind != entry_kind::file) {
+        judge(entry, entry_status::unreadable, "copy: " + kind_text(copy.kind).toUtf8());
+    } else if (copy.size != entry.size) {
+        judge(entry, entry_status::different,
+              "the copy has " + QByteArray::number(copy.size) + " of " + QByteArray::number(entry.size) + " bytes");
+    }
+}
 
 bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& result, file_hasher& hasher,
                    const std::function<bool(qint64 bytes)>& cancelled)

@@ -5,6 +5,9 @@
 
 #include <functional>
 
+/// Looks for a pair's copy and at its size, without reading anything; says in the entry what is not as it should be.
+void look_at_copy(copy_pair& pair, const QByteArray& result);
+
 /// Carries out a pair's task: reads source and copy once each, fills in digests, status and reason, and gives an equal
 /// copy the source's modification time. `cancelled` is as for file_hasher::hash(). Nothing is changed in the source.
 /// False when `cancelled` stopped it, which leaves the entry unfinished.

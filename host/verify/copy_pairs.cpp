@@ -1,7 +1,9 @@
 #include "host/verify/copy_pairs.h"
 
 #include "host/files/file_tree.h"
+#include "host/result/result_paths.h"
 #include "host/source/source_users.h"
+#include "host/source/witnesses.h"
 
 #include <algorithm>
 
@@ -45,11 +47,22 @@ public:
     {
     }
 
+    bool walk_system() const
+    {
+        const std::vector<witness> found = system_witnesses(source);
+        return std::all_of(found.begin(), found.end(), [this](const witness& one) { return visit_witness(one); });
+    }
+
     bool walk_user(const copied_user& whose)
     {
         user = whose.name;
+        const std::vector<witness> stores = store_witnesses(source, user);
+        if (!std::all_of(stores.begin(), stores.end(), [this](const witness& one) { return visit_witness(one); })) {
+            return false;
+        }
         const directory_pair mail{mail_directory_of(user), whose.copy_directory, place::mail_directory};
-        return enter(mail, quiet_stat(in_source(mail.source), link_handling::follow));
+        const entry_facts facts = quiet_stat(in_source(mail.source), link_handling::follow);
+        return facts.kind == entry_kind::absent ? report_orphans(mail) : enter(mail, facts);
     }
 
 private:
@@ -63,7 +76,7 @@ private:
         pair.entry.path = path;
         pair.entry.user = user;
         pair.entry.size = facts.size;
-        pair.entry.modified_ns = facts.modified_ns;
+        pair.entry.metadata = metadata_of(facts);
         pair.entry.status = status;
         pair.entry.reason = reason;
         return pair;
@@ -174,6 +187,44 @@ private:
         }
     }
 
+    /// Reports a file that stands among the evidence kept.
+    bool visit_witness(const witness& one) const
+    {
+        if (one.facts.kind == entry_kind::file) {
+            return visitor.pair(kept_pair(pair_for(one.path, one.facts, entry_status::kept)));
+        }
+        if (one.facts.kind == entry_kind::link) {
+            const QByteArray reason = "link to " + link_text(in_source(one.path));
+            const entry_facts target = quiet_stat(in_source(one.path), link_handling::follow);
+            if (target.kind == entry_kind::file) {
+                copy_pair pair = pair_for(one.path, target, entry_status::kept, reason);
+                pair.links = link_handling::follow;
+                return visitor.pair(kept_pair(std::move(pair)));
+            }
+            return report(one.path, one.facts, entry_status::link, reason);
+        }
+        return report(one.path, one.facts, one.facts.error.isEmpty() ? entry_status::special : entry_status::unreadable,
+                      one.facts.error.isEmpty() ? kind_text(one.facts.kind).toUtf8() : one.facts.error.toUtf8());
+    }
+
+    /// Adds the place among the evidence kept to a pair whose status holds only if there is no such copy.
+    copy_pair kept_pair(copy_pair pair) const
+    {
+        const bool is_due = pair.entry.status == entry_status::kept;
+        pair.task = is_due ? pair_task::compare : pair_task::hash_source;
+        const QByteArray copy = relative_evidence(pair.entry.path);
+        if (!is_due && quiet_stat(in_result(copy)).kind == entry_kind::absent) {
+            return pair;
+        }
+        if (!is_due) {
+            pair.entry.reason = entry_status_name(pair.entry.status);
+            pair.entry.status = entry_status::kept;
+            pair.task = pair_task::compare;
+        }
+        pair.entry.copy = copy;
+        return pair;
+    }
+
     bool visit_link(const directory_pair& directory, const named_entry& named)
     {
         const QByteArray path = child_path(directory.source, named.name);
@@ -205,6 +256,9 @@ private:
     /// Reports something with content, together with its copy where one is due.
     bool visit_file(const directory_pair& directory, const QByteArray& name, copy_pair pair) const
     {
+        if (pair.entry.status == entry_status::hidden || pair.entry.status == entry_status::loose) {
+            return visitor.pair(kept_pair(std::move(pair)));
+        }
         const bool due = pair.entry.status == entry_status::copied ||
                          (pair.entry.status == entry_status::link && directory.where == place::below);
         pair.task = due ? pair_task::compare : pair_task::hash_source;
@@ -226,6 +280,17 @@ private:
             }
         }
         return true;
+    }
+
+    /// Reports the copies of a Mail directory that is not there.
+    bool report_orphans(const directory_pair& directory) const
+    {
+        if (directory.copy.isEmpty()) {
+            return true;
+        }
+        const std::vector<named_entry> copies = quiet_list(in_result(directory.copy)).entries;
+        return std::all_of(copies.begin(), copies.end(),
+                           [&](const named_entry& copy) { return report_surplus_below(directory, copy); });
     }
 
     bool accounts_for(const directory_pair& directory, const directory_listing& listing, const named_entry& copy) const
@@ -273,5 +338,6 @@ bool walk_copy_pairs(const QByteArray& source, const QByteArray& result, std::ve
         return order_key(left.name, true) < order_key(right.name, true);
     });
     pair_walk walk(source, result, visitor);
-    return std::all_of(users.begin(), users.end(), [&](const copied_user& user) { return walk.walk_user(user); });
+    return walk.walk_system() &&
+           std::all_of(users.begin(), users.end(), [&](const copied_user& user) { return walk.walk_user(user); });
 }

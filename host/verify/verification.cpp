@@ -1,7 +1,8 @@
 #include "host/verify/verification.h"
 
 #include "host/verify/copy_assignment.h"
-#include "host/verify/pair_pipeline.h"
+#include "host/verify/copy_comparison.h"
+#include "host/verify/ordered_pipeline.h"
 
 #include <QDir>
 #include <QFile>
@@ -54,18 +55,26 @@ verification_result verify_copies(const verification_request& request,
 
     verification_result found;
     found.notes = assignment.notes;
-    found.users = static_cast<qint64>(assignment.users.size());
-    if (assignment.users.empty()) {
-        return found;
-    }
 
-    manifest_writer writer(request.result);
+    std::optional<manifest_writer> writer;
+    if (!request.without_reading) {
+        writer.emplace(request.result);
+    }
     {
         const auto finished = [&](const copy_pair& pair) {
             take_in(found, pair);
-            writer.write(pair.entry);
+            if (writer) {
+                writer->write(pair.entry);
+            }
         };
-        pair_pipeline pipeline(source, result, {finished, progress, cancelled});
+        const auto complete = [&](copy_pair& pair, file_hasher& hasher, const std::function<bool(qint64)>& stop) {
+            if (request.without_reading) {
+                look_at_copy(pair, result);
+            } else {
+                complete_pair(pair, source, result, hasher, stop);
+            }
+        };
+        ordered_pipeline<copy_pair> pipeline(complete, {finished, progress, cancelled});
         const pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); },
                                    [&](const QByteArray& copy) {
                                        if (++found.surplus_count <= qint64(most_named_failures)) {
@@ -78,8 +87,10 @@ verification_result verify_copies(const verification_request& request,
     if (found.cancelled) {
         return found;
     }
-    writer.commit();
-    found.summary.whole = found.failure_count == 0;
+    if (writer) {
+        writer->commit();
+    }
+    found.summary.whole = found.failure_count == 0 && found.surplus_count == 0;
     found.summary.finished = QDateTime::currentDateTimeUtc();
     progress(found.summary.files, found.summary.bytes);
     return found;

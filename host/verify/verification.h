@@ -17,21 +17,21 @@ struct verification_request
     QString source;
     result_paths result;
     QStringList users; ///< those of the run; others that have a copy in the result and are in the source take part too
-    bool unnamed_users = true; ///< also users whose names are not UTF-8, whose mail no run can copy
+    bool without_reading = false; ///< look for what is missing alone: read no file, write no manifest
+    bool unnamed_users = true;    ///< also users whose names are not UTF-8, whose mail no run can copy
 };
 
-/// What a verification found. Manifest and sums are in place unless it was cancelled or had nothing to verify.
+/// What a verification found. Manifest and sums are in place unless it was cancelled.
 struct verification_result
 {
     verification_summary summary;
-    std::vector<manifest_entry> failures; ///< the first that are missing, different or unreadable
+    std::vector<manifest_entry> failures; ///< the first faults
     qint64 failure_count = 0;             ///< all of them
     std::vector<QByteArray> surplus;      ///< the first copies without a source, relative to the result
     qint64 surplus_count = 0;
     manifest_entry time_refused; ///< the first equal copy that did not take the source's modification time
     qint64 time_refused_count = 0;
     QStringList notes; ///< one line for each dated folder that was left out
-    qint64 users = 0;  ///< users verified; 0 when source and result have none in common
     bool cancelled = false;
 };
 

@@ -1,65 +1,135 @@
 #include "host/verify/verify_command.h"
 
+#include "host/files/durable_file.h"
+#include "host/files/exclusive_lock.h"
+#include "host/files/file_tree.h"
+#include "host/report/document.h"
+#include "host/result/run_record.h"
 #include "host/result/source_guard.h"
+#include "host/result/verification_record.h"
+#include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
-#include "host/terminal/exit_codes.h"
 #include "host/terminal/interruption.h"
-#include "host/text/failure.h"
-#include "host/verify/verification_progress.h"
-#include "host/verify/verification_text.h"
+#include "host/terminal/login_name.h"
+#include "host/verify/findings_file.h"
+#include "host/verify/recheck_progress.h"
+#include "host/verify/recheck_text.h"
+#include "host/verify/recorded_source.h"
+#include "host/verify/seal_check.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
-#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <algorithm>
 
 namespace {
 
-/// Asks for the users that the result's last run was to extract, and says so when it did not come to its end.
-verification_request request_for(const QString& source, const result_paths& result)
+bool holds_a_run(const result_paths& result)
 {
-    verification_request request{source, result, {}};
-    std::optional<run_record> record;
-    try {
-        record = read_run_record(result);
-    } catch (const failure& unreadable) {
-        complain(unreadable.message());
+    const QStringList traces{result.path(product::run_record), result.path(product::manifest),
+                             result.path(product::seal)};
+    return std::any_of(traces.begin(), traces.end(), [](const QString& path) { return QFileInfo::exists(path); });
+}
+
+std::optional<run_record> record_of_run(const result_paths& result)
+try {
+    return read_run_record(result);
+} catch (const failure& unreadable) {
+    complain(unreadable.message());
+    return std::nullopt;
+}
+
+void look_at_seal(const result_paths& result, const QString& expected_root, const finding_listener& found,
+                  verification_record& record)
+{
+    const seal_outcome seal = check_seal(result, expected_root, found);
+    record.sealed = seal.is_there;
+    record.root_hash = seal.root_hash;
+    record.root_expected = seal.expected;
+    record.sealed_files = seal.files;
+    record.seal_findings = seal.differing;
+}
+
+/// Looks at copies and sources; false when cancelled.
+bool look_at_files(const recheck_request& request, const finding_listener& found, bool quiet,
+                   verification_record& record)
+try {
+    const recheck_outcome files = recheck_with_progress(request, found, quiet);
+    record.copies = files.copies;
+    record.copy_findings = files.copy_findings;
+    record.sources = files.sources;
+    record.source_findings = files.source_findings;
+    record.recorded_faults = files.recorded_faults;
+    return !files.cancelled;
+} catch (const failure& unsound) {
+    record.problem = unsound.message();
+    complain(unsound.message());
+    return true;
+}
+
+verification_record begin_record()
+{
+    verification_record record;
+    record.verified = QDateTime::currentDateTimeUtc();
+    record.program_version = QCoreApplication::applicationVersion();
+    record.login_name = login_name();
+    return record;
+}
+
+void print_outcome(const verification_record& record, const QString& place, bool as_json)
+{
+    if (as_json) {
+        print_bytes(QJsonDocument(verification_to_json(record)).toJson());
+        return;
     }
-    if (!record) {
-        return request;
+    for (const QString& line : recheck_lines(record)) {
+        print_line(line);
     }
-    if (record->status != run_status::finished) {
-        complain(QStringLiteral("%1: the run did not come to its end (\"%2\")")
-                     .arg(result.path(product::run_record), run_status_name(record->status)));
-    }
-    for (const user_record& user : record->users) {
-        request.users += user.name;
-    }
-    request.unnamed_users = record->options.value(QLatin1String("users")).toArray().isEmpty();
-    return request;
+    print_line(QStringLiteral("record: %1.json").arg(place));
 }
 
 } // namespace
 
 int verify_command(const verify_options& options)
 {
-    for (const QString& directory : {options.source, options.result}) {
-        if (!QFileInfo(directory).isDir()) {
-            refuse(QStringLiteral("cannot verify %1: not a directory").arg(directory));
-        }
-    }
     const result_paths result(options.result);
-    keep_out_of_source(options.source, result);
+    if (!QFileInfo(result.root()).isDir()) {
+        refuse(QStringLiteral("cannot verify %1: not a directory").arg(options.result));
+    }
+    if (!holds_a_run(result)) {
+        refuse(QStringLiteral("cannot verify %1: no run has left a record, a manifest or a seal there")
+                   .arg(options.result));
+    }
+    const std::optional<run_record> run = record_of_run(result);
+    const recorded_source source = choose_source(result, run, options.source, options.other_source);
+    refuse_planted_links(result);
+    if (!source.path.isEmpty()) {
+        keep_out_of_source(source.path, result);
+    }
+    make_folder(result.verifications());
+    const exclusive_lock lock(result.path(product::lock));
     interruption::watch();
-    const verification_result found = verify_with_progress(request_for(options.source, result), options.quiet);
-    if (found.cancelled) {
-        complain(QStringLiteral("%1: cancelled; the manifest is not written").arg(options.result));
-        return exit_code::cancelled;
+
+    verification_record record = begin_record();
+    record.source = source.path;
+    record.source_note = source.note;
+    if (!source.note.isEmpty() && !options.quiet) {
+        complain(source.note);
     }
-    if (found.users == 0) {
-        complain(QStringLiteral("%1: the source has no Mail directory of which %2 holds a copy")
-                     .arg(options.source, options.result));
-        return exit_code::no_mail_directory;
+    const QString place = free_verification_place(result, record.verified);
+    findings_file findings(place + QStringLiteral(".csv"));
+    const finding_listener found = [&findings](const finding& one) { findings.add(one); };
+    look_at_seal(result, options.expected_root, found, record);
+    if (!look_at_files(recheck_request_for(result, source, run), found, options.quiet, record)) {
+        throw command_failure(exit_code::cancelled,
+                              QStringLiteral("%1: cancelled; nothing is recorded").arg(options.result));
     }
-    print_line(verification_summary_text(found.summary));
-    print_line(result.path(product::manifest));
-    return found.summary.whole ? exit_code::whole : exit_code::with_failures;
+    findings.tell();
+    record.whole = record.findings() == 0 && record.problem.isEmpty();
+    findings.commit();
+    write_verification_record(place, record);
+    write_report(result, result.path(product::report));
+    print_outcome(record, place, options.json);
+    return record.whole ? exit_code::whole : exit_code::with_failures;
 }

@@ -2,14 +2,18 @@
 
 #include <QString>
 
-/// `verify`: a result against its source.
+/// `verify`: a result against its seal, its manifest, and its source.
 struct verify_options
 {
-    QString source;
     QString result;
-    bool quiet = false; ///< no progress
+    QString source;            ///< empty for the recorded one, if it is there
+    QString expected_root;     ///< the root hash that the examiner has on paper; empty when none is named
+    bool other_source = false; ///< a source that cannot be the recorded one is taken all the same
+    bool quiet = false;        ///< no progress
+    bool json = false;         ///< the record, rather than lines for a person
 };
 
-/// Compares a result, however old, with its source, wherever that is mounted now; writes manifest and sums anew, and
-/// returns the exit code. Throws a failure when it cannot.
+/// Holds a result, however old, against its seal, every copy against the recorded hash, and with a source every file
+/// there as well. Changes nothing that exists but the report, and writes a record of what it found. Returns the exit
+/// code. Throws a failure when it cannot.
 int verify_command(const verify_options& options);

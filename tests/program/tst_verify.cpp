@@ -1,8 +1,6 @@
 #include "host/files/quiet_reading.h"
 #include "host/result/run_record.h"
-#include "host/terminal/exit_codes.h"
 #include "host/verify/verification_text.h"
-#include "host/verify/verify_command.h"
 #include "tests/common/failure_text.h"
 
 #include <QProcess>
@@ -168,8 +166,9 @@ private slots:
         QCOMPARE(found.surplus_count, 1);
         QVERIFY(found.surplus.front().endsWith("V9/deeper/planted"));
 
-        QCOMPARE(quiet_stat((here.copies / "V9/a/mail.emlx").c_str()).modified_ns, odd_time_ns);
-        QCOMPARE(quiet_stat((here.mail / "V9/a/mail.emlx").c_str()).modified_ns, before.modified_ns);
+        QCOMPARE(quiet_stat((here.copies / "V9/a/mail.emlx").c_str()).modified,
+                 (file_time{odd_time_ns / 1'000'000'000, qint32(odd_time_ns % 1'000'000'000)}));
+        QCOMPARE(quiet_stat((here.mail / "V9/a/mail.emlx").c_str()).modified, before.modified);
 
         manifest_reader reader(here.product("manifest.csv"));
         QByteArray last;
@@ -223,7 +222,6 @@ private slots:
         here.write_pair("V9/1.emlx", "first");
         here.write_pair("V9/2.emlx", "content?");
         QVERIFY(here.verify().summary.whole);
-        QCOMPARE(verify_command({here.source(), here.result(), true}), exit_code::whole);
 
         damage(here.mail / "V9/2.emlx", here.copies / "V9/2.emlx");
         const without_privileges dropped;
@@ -232,7 +230,6 @@ private slots:
         QVERIFY(!found.summary.whole);
         const QString line = mail_path + "V9/2.emlx: " + QString::fromStdString(entry);
         QVERIFY2(verification_complaints(found).contains(line), qPrintable(verification_complaints(found).join('\n')));
-        QCOMPARE(verify_command({here.source(), here.result(), true}), exit_code::with_failures);
     }
 
     void unreadable_directory_and_refused_time_are_said()
@@ -269,14 +266,14 @@ private slots:
         here.write(here.root / "source/Users/carl/Library/Mail/V9/1.emlx", "not of the run");
 
         const verification_result found = here.verify({"ben", "without mail"});
-        QCOMPARE(found.users, 2);
         QCOMPARE(found.summary.totals[std::size_t(entry_status::copied)], 1);
         QCOMPARE(found.failure_count, 1);
         QCOMPARE(found.failures.front().user, QByteArray("ben"));
         QCOMPARE(found.failures.front().status, entry_status::missing);
-        QCOMPARE(found.notes.size(), 2);
+        QCOMPARE(found.notes.size(), 1);
         QVERIFY(found.notes[0].contains("anna_12-31-2025: not verified"));
-        QVERIFY(found.notes[1].contains("gone_03-07-2026: not verified"));
+        QCOMPARE(found.surplus_count, 1);
+        QVERIFY(found.surplus.front().contains("gone_03-07-2026"));
     }
 
     void full_disk_leaves_the_old_manifest()
@@ -309,7 +306,7 @@ private slots:
         record.exit_code = 0;
         record.ended = record.started.addMSecs(1);
         record.users = {{QString::fromUtf8("J\u00fcrgen"), 2, 3, 4, 5'000'000'000'000}};
-        record.verification = verification_summary{7, 8, {1, 2, 3, 4, 5, 6, 7, 8}, true, record.ended};
+        record.verification = verification_summary{7, 8, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, true, record.ended};
         write_run_record(result, record);
         const std::optional<run_record> again = read_run_record(result);
         QVERIFY(again && again->users == record.users && again->verification == record.verification);

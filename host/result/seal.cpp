@@ -1,0 +1,99 @@
+#include "host/result/seal.h"
+
+#include "host/files/durable_file.h"
+#include "host/files/file_tree.h"
+#include "host/text/failure.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+namespace {
+
+// A list of 40 bytes a file at the least: this bounds what a planted one can make the program read.
+constexpr qint64 largest_seal = qint64(1) << 30;
+
+/// True for what goes on changing after the run: the report, the verifications, the lock, the seal itself.
+bool is_left_out(const result_paths& result, const QByteArray& path)
+{
+    const QString whole = result.below(QFile::decodeName(path));
+    return whole == result.path(product::seal) || whole == result.path(product::report) ||
+           whole == result.path(product::lock) || whole.startsWith(result.verifications() + QLatin1Char('/')) ||
+           path.contains(unfinished_ending);
+}
+
+sha256_digest digest_of(const result_paths& result, const QByteArray& path)
+{
+    QString problem;
+    const auto digest = sha256_of_file(child_path(result.native_root(), path), problem);
+    if (!digest) {
+        refuse(QStringLiteral("cannot read %1: %2").arg(result.below(QFile::decodeName(path)), problem));
+    }
+    return *digest;
+}
+
+sha256_digest digest_of_text(const QByteArray& text)
+{
+    file_hasher hasher;
+    return hasher.hash(text);
+}
+
+} // namespace
+
+std::vector<QByteArray> sealed_paths(const result_paths& result)
+{
+    std::vector<QByteArray> paths;
+    const QByteArray products = result.relative(result.products());
+    walk_tree(QFile::encodeName(result.products()), [&](const tree_entry& entry) {
+        const QByteArray path = child_path(products, entry.relative_path);
+        if (entry.facts.kind != entry_kind::directory && !is_left_out(result, path)) {
+            paths.push_back(path);
+        }
+        return true;
+    });
+    if (quiet_stat(QFile::encodeName(result.database())).kind != entry_kind::absent) {
+        paths.push_back(result.relative(result.database()));
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+result_seal seal_result(const result_paths& result)
+{
+    result_seal seal;
+    QByteArray text;
+    for (const QByteArray& path : sealed_paths(result)) {
+        seal.files.push_back({digest_of(result, path), path});
+        text += sums_line(seal.files.back().digest, path);
+    }
+    write_durably(result.path(product::seal), text);
+    seal.root = digest_of_text(text);
+    return seal;
+}
+
+std::optional<result_seal> read_seal(const result_paths& result)
+{
+    const QString path = result.path(product::seal);
+    if (quiet_stat(QFile::encodeName(path)).kind == entry_kind::absent) {
+        return std::nullopt;
+    }
+    const quiet_data content = quiet_read(QFile::encodeName(path), largest_seal);
+    if (!content.error.isEmpty()) {
+        refuse(QStringLiteral("cannot read %1: %2").arg(path, content.error));
+    }
+    result_seal seal;
+    seal.root = digest_of_text(content.data);
+    qint64 number = 0;
+    for (const QByteArray& line : content.data.split('\n')) {
+        ++number;
+        if (line.isEmpty()) {
+            continue;
+        }
+        auto listed = sum_from_line(line);
+        if (!listed) {
+            refuse(QStringLiteral("%1: line %2 cannot be understood").arg(path).arg(number));
+        }
+        seal.files.push_back(std::move(*listed));
+    }
+    return seal;
+}

@@ -1,0 +1,130 @@
+#include "host/result/verification_record.h"
+
+#include "host/files/durable_file.h"
+#include "host/files/quiet_reading.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+
+#include <algorithm>
+
+namespace {
+
+constexpr qint64 largest_record = 1 << 20;
+
+QJsonValue text_or_null(const QString& text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
+QJsonObject amount_to_json(const file_amount& amount, qint64 findings)
+{
+    return {{"files", amount.files}, {"bytes", amount.bytes}, {"findings", findings}};
+}
+
+file_amount amount_from_json(const QJsonObject& object)
+{
+    return {object["files"].toInteger(), object["bytes"].toInteger()};
+}
+
+verification_record record_from_json(const QJsonObject& object)
+{
+    const QJsonObject seal = object["seal"].toObject();
+    verification_record record;
+    record.verified = QDateTime::fromString(object["verified_utc"].toString(), Qt::ISODateWithMs);
+    record.program_version = object["program_version"].toString();
+    record.login_name = object["operator"].toString();
+    record.source = object["source"].toString();
+    record.source_note = object["source_note"].toString();
+    record.sealed = seal["present"].toBool();
+    record.root_hash = seal["root_hash"].toString();
+    if (seal["as_expected"].isBool()) {
+        record.root_expected = seal["as_expected"].toBool();
+    }
+    record.sealed_files = seal["files"].toInteger();
+    record.seal_findings = seal["findings"].toInteger();
+    record.copies = amount_from_json(object["copies"].toObject());
+    record.copy_findings = object["copies"].toObject()["findings"].toInteger();
+    record.sources = amount_from_json(object["sources"].toObject());
+    record.source_findings = object["sources"].toObject()["findings"].toInteger();
+    record.recorded_faults = object["recorded_faults"].toInteger();
+    record.problem = object["problem"].toString();
+    record.whole = object["outcome"].toString() == QLatin1String("whole");
+    return record;
+}
+
+verification_record read_record(const QString& path)
+{
+    verification_record unreadable;
+    const quiet_data content = quiet_read(QFile::encodeName(path), largest_record);
+    if (!content.error.isEmpty()) {
+        unreadable.problem = QStringLiteral("cannot read %1: %2").arg(path, content.error);
+        return unreadable;
+    }
+    const QJsonObject object = QJsonDocument::fromJson(content.data).object();
+    verification_record record = record_from_json(object);
+    if (!record.verified.isValid()) {
+        unreadable.problem = QStringLiteral("%1: this is no record of a verification").arg(path);
+        return unreadable;
+    }
+    return record;
+}
+
+} // namespace
+
+QJsonObject verification_to_json(const verification_record& record)
+{
+    return {
+        {"verified_utc", record.verified.toUTC().toString(Qt::ISODateWithMs)},
+        {"program_version", record.program_version},
+        {"operator", record.login_name},
+        {"outcome", record.whole ? QStringLiteral("whole") : QStringLiteral("not whole")},
+        {"source", text_or_null(record.source)},
+        {"source_note", text_or_null(record.source_note)},
+        {"seal", QJsonObject{{"present", record.sealed},
+                             {"root_hash", text_or_null(record.root_hash)},
+                             {"as_expected", record.root_expected ? QJsonValue(*record.root_expected) : QJsonValue()},
+                             {"files", record.sealed_files},
+                             {"findings", record.seal_findings}}},
+        {"copies", amount_to_json(record.copies, record.copy_findings)},
+        {"sources",
+         record.source.isEmpty() ? QJsonValue() : QJsonValue(amount_to_json(record.sources, record.source_findings))},
+        {"recorded_faults", record.recorded_faults},
+        {"problem", text_or_null(record.problem)},
+    };
+}
+
+QString free_verification_place(const result_paths& result, const QDateTime& verified)
+{
+    const QString base = result.verifications() + QLatin1Char('/') +
+                         verified.toUTC().toString(QStringLiteral("yyyy-MM-dd'T'HH-mm-ss.zzz'Z'"));
+    const auto is_taken = [](const QString& place) {
+        return quiet_stat(QFile::encodeName(place + QStringLiteral(".json"))).kind != entry_kind::absent ||
+               quiet_stat(QFile::encodeName(place + QStringLiteral(".csv"))).kind != entry_kind::absent;
+    };
+    QString place = base;
+    for (int number = 2; is_taken(place); ++number) {
+        place = base + QLatin1Char('-') + QString::number(number);
+    }
+    return place;
+}
+
+void write_verification_record(const QString& place, const verification_record& record)
+{
+    write_durably(place + QStringLiteral(".json"), QJsonDocument(verification_to_json(record)).toJson());
+}
+
+QList<verification_record> read_verification_records(const result_paths& result)
+{
+    QList<verification_record> records;
+    const QDir folder(result.verifications());
+    for (const QString& name : folder.entryList({QStringLiteral("*.json")}, QDir::Files | QDir::System)) {
+        records.append(read_record(folder.filePath(name)));
+    }
+    std::stable_sort(records.begin(), records.end(),
+                     [](const verification_record& left, const verification_record& right) {
+                         return left.verified < right.verified;
+                     });
+    return records;
+}

@@ -1,0 +1,104 @@
+#include "host/run/witness_keeping.h"
+
+#include "host/files/file_copy.h"
+#include "host/files/file_tree.h"
+#include "host/source/source_users.h"
+#include "host/source/witnesses.h"
+#include "host/terminal/interruption.h"
+#include "host/text/display_text.h"
+
+#include <QFile>
+
+namespace {
+
+constexpr qint64 most_named_problems = 20;
+
+class witness_keeper
+{
+public:
+    explicit witness_keeper(const run_plan& plan)
+        : source(QFile::encodeName(plan.settings.source_root))
+        , result(plan.result.native_root())
+    {
+    }
+
+    void keep(const witness& one) { keep(one.path, one.facts, link_handling::follow); }
+
+    /// Keeps the files of a Mail directory that no copy takes.
+    void keep_left_out(const QByteArray& mail_directory)
+    {
+        walk_tree(child_path(source, mail_directory), [&](const tree_entry& entry) {
+            const bool is_loose = !entry.relative_path.contains('/');
+            if (entry.facts.kind == entry_kind::file && (entry.hidden || is_loose)) {
+                keep(child_path(mail_directory, entry.relative_path), entry.facts, link_handling::keep);
+            }
+            return !interruption::requested();
+        });
+    }
+
+    void tell(run_record& record) const
+    {
+        for (const QString& problem : problems) {
+            record.add_error(problem);
+        }
+        if (problem_count > problems.size()) {
+            record.add_error(
+                QStringLiteral("%1 more files could not be kept").arg(display_number(problem_count - problems.size())));
+        }
+    }
+
+private:
+    void keep(const QByteArray& path, const entry_facts& facts, link_handling links)
+    {
+        const QByteArray target = child_path(result, relative_evidence(path));
+        const bool can_be_kept = facts.kind == entry_kind::file || facts.kind == entry_kind::link;
+        if (!can_be_kept) {
+            note(path, kind_text(facts.kind));
+            return;
+        }
+        if (quiet_stat(target).kind != entry_kind::absent) {
+            return;
+        }
+        const file_copy_outcome outcome =
+            copy_file(child_path(source, path), target, links, [](qint64) { return interruption::requested(); });
+        if (!outcome.problem.isEmpty()) {
+            note(path, outcome.problem);
+        }
+    }
+
+    void note(const QByteArray& path, const QString& reason)
+    {
+        if (++problem_count <= most_named_problems) {
+            problems.append(QStringLiteral("cannot keep %1: %2").arg(display_text(path), reason));
+        }
+    }
+
+    const QByteArray source;
+    const QByteArray result;
+    QStringList problems;
+    qint64 problem_count = 0;
+};
+
+} // namespace
+
+void keep_witnesses(const run_plan& plan, run_record& record)
+{
+    witness_keeper keeper(plan);
+    const QByteArray source = QFile::encodeName(plan.settings.source_root);
+    for (const witness& one : system_witnesses(source)) {
+        keeper.keep(one);
+    }
+    for (const source_user& user : plan.settings.users) {
+        if (interruption::requested()) {
+            break;
+        }
+        const QByteArray name = QFile::encodeName(user.name);
+        for (const witness& one : store_witnesses(source, name)) {
+            keeper.keep(one);
+        }
+        if (user.has_mail_directory) {
+            keeper.keep_left_out(mail_directory_of(name));
+        }
+    }
+    keeper.tell(record);
+}

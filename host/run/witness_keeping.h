@@ -1,0 +1,9 @@
+#pragma once
+
+#include "host/result/run_record.h"
+#include "host/run/preparation.h"
+
+/// Copies what the rows rest on and the plug-in does not copy into the result's kept evidence: the system's version,
+/// the account stores with what stands beside them, and the hidden and loose files of each Mail directory. What is kept
+/// already stays. A file that cannot be kept is an error of the record. Ends early when interrupted.
+void keep_witnesses(const run_plan& plan, run_record& record);

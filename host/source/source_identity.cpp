@@ -1,0 +1,52 @@
+#include "host/source/source_identity.h"
+
+#include "host/files/file_tree.h"
+#include "host/source/source_users.h"
+#include "host/source/system_version.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QTimeZone>
+
+#include <algorithm>
+
+namespace {
+
+QString birth_text(const entry_facts& facts)
+{
+    return facts.born ? QDateTime::fromMSecsSinceEpoch(facts.born->seconds * 1000, Qt::UTC).toString(Qt::ISODate)
+                      : QString();
+}
+
+} // namespace
+
+source_identity identify_source(const QByteArray& source)
+{
+    source_identity identity;
+    identity.system_version = system_version(QFile::decodeName(source));
+    for (const QByteArray& name : find_users(source)) {
+        const entry_facts home = quiet_stat(child_path(source, "Users/" + name), link_handling::follow);
+        identity.homes.append({QFile::decodeName(name), home.inode, birth_text(home)});
+    }
+    return identity;
+}
+
+QString why_another_source(const source_identity& recorded, const source_identity& found)
+{
+    if (recorded.system_version != found.system_version) {
+        const auto shown = [](const QString& version) {
+            return version.isEmpty() ? QStringLiteral("no system") : version;
+        };
+        return QStringLiteral("it holds %1, not %2").arg(shown(found.system_version), shown(recorded.system_version));
+    }
+    const auto is_found = [&found](const home_identity& home) {
+        return std::any_of(found.homes.begin(), found.homes.end(),
+                           [&home](const home_identity& other) { return other.name == home.name; });
+    };
+    const auto known = std::count_if(recorded.homes.begin(), recorded.homes.end(), is_found);
+    if (known * 2 < recorded.homes.size()) {
+        return QStringLiteral("it has other users: %1 of the %2 recorded are there, among %3")
+            .arg(QString::number(known), QString::number(recorded.homes.size()), QString::number(found.homes.size()));
+    }
+    return {};
+}

@@ -1,0 +1,177 @@
+#pragma once
+
+#include "host/files/hashing.h"
+
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+/// Completes items on all cores and hands them back on the calling thread, in the order in which they came. An item
+/// tells by size() the bytes of the file it is about, and by readings() how often they are read for it, source and copy
+/// counted apart.
+template <typename item>
+class ordered_pipeline
+{
+public:
+    /// Completes one item on a thread of the pipeline. `cancelled` is told the bytes of each piece read and answers
+    /// whether to give up.
+    using worker =
+        std::function<void(item& one, file_hasher& hasher, const std::function<bool(qint64 bytes)>& cancelled)>;
+
+    /// Who is told what, always on the calling thread.
+    struct listener
+    {
+        std::function<void(const item& one)> finished;
+        std::function<void(qint64 files, qint64 bytes)> progress; ///< several times a second
+        std::function<bool()> cancelled;                          ///< as often; true ends the work
+    };
+
+    /// Starts the threads.
+    ordered_pipeline(worker completing, listener who_is_told)
+        : complete_item(std::move(completing))
+        , told(std::move(who_is_told))
+    {
+        since_reported.start();
+        for (int i = 0; i < std::max(1, QThread::idealThreadCount()); ++i) {
+            workers.emplace_back([this] { work(); });
+        }
+    }
+
+    /// Gives up what is under way and ends the threads.
+    ~ordered_pipeline()
+    {
+        {
+            const std::lock_guard lock(guard);
+            closed = true;
+            stopped = true;
+            work_waits.notify_all();
+        }
+        for (std::thread& one : workers) {
+            one.join();
+        }
+    }
+    ordered_pipeline(const ordered_pipeline&) = delete;
+    ordered_pipeline& operator=(const ordered_pipeline&) = delete;
+
+    /// Takes the next item, waiting while too many are under way; false when cancelled.
+    bool add(item&& one)
+    {
+        std::unique_lock lock(guard);
+        window.push_back({std::move(one)});
+        work_waits.notify_one();
+        return hand_back(lock, window_size);
+    }
+
+    /// Waits for all items; false when cancelled.
+    bool drain()
+    {
+        std::unique_lock lock(guard);
+        return hand_back(lock, 0);
+    }
+
+private:
+    // So many may be under way: enough that one huge file does not leave the other cores idle for long, and what bounds
+    // the memory.
+    static constexpr std::size_t window_size = 4096;
+    static constexpr auto report_interval = std::chrono::milliseconds(100);
+
+    struct slot
+    {
+        item one;
+        bool done = false;
+    };
+
+    /// Hands back what is finished at the front, and waits until no more than `remaining` are left; false when
+    /// cancelled.
+    bool hand_back(std::unique_lock<std::mutex>& lock, std::size_t remaining)
+    {
+        while (true) {
+            while (!window.empty() && window.front().done) {
+                const item one = std::move(window.front().one);
+                window.pop_front();
+                --next;
+                lock.unlock();
+                told.finished(one);
+                ++files_done;
+                lock.lock();
+            }
+            if (!report()) {
+                return false;
+            }
+            if (window.size() <= remaining) {
+                return true;
+            }
+            front_done.wait_for(lock, report_interval, [this] { return window.front().done; });
+        }
+    }
+
+    /// Shows progress when it is time to; false when cancelled.
+    bool report()
+    {
+        if (since_reported.elapsed() < report_interval.count()) {
+            return true;
+        }
+        since_reported.restart();
+        told.progress(files_done, half_bytes / 2);
+        return !told.cancelled();
+    }
+
+    void work()
+    {
+        file_hasher hasher;
+        std::unique_lock lock(guard);
+        while (true) {
+            work_waits.wait(lock, [this] { return closed || next < window.size(); });
+            if (closed) {
+                return;
+            }
+            // Neither taking from the front nor adding at the end moves the other elements of a deque.
+            slot& mine = window[next++];
+            lock.unlock();
+            complete(mine.one, hasher);
+            lock.lock();
+            mine.done = true;
+            if (&mine == &window.front()) {
+                front_done.notify_one();
+            }
+        }
+    }
+
+    void complete(item& one, file_hasher& hasher)
+    {
+        const qint64 weight = one.readings() == 2 ? 1 : 2;
+        const qint64 whole = 2 * one.size();
+        qint64 counted = 0;
+        complete_item(one, hasher, [&](qint64 bytes) {
+            counted += weight * bytes;
+            half_bytes += weight * bytes;
+            return stopped.load();
+        });
+        // What was not read, because it cannot be or there is no copy, is done with all the same.
+        half_bytes += whole - counted;
+    }
+
+    const worker complete_item;
+    const listener told;
+
+    std::mutex guard;
+    std::condition_variable work_waits;
+    std::condition_variable front_done;
+    std::deque<slot> window; ///< in the order of the items
+    std::size_t next = 0;    ///< the first in the window that no thread has taken
+    bool closed = false;
+    std::atomic<bool> stopped = false;
+    std::atomic<qint64> half_bytes = 0; ///< twice the bytes done, so that source and copy can count half each
+    qint64 files_done = 0;
+    QElapsedTimer since_reported;
+    std::vector<std::thread> workers;
+};

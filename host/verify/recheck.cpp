@@ -1,0 +1,207 @@
+#include "host/verify/recheck.h"
+
+#include "host/files/file_tree.h"
+#include "host/files/path_set.h"
+#include "host/result/manifest.h"
+#include "host/source/source_users.h"
+#include "host/verify/ordered_pipeline.h"
+
+#include <QFile>
+
+namespace {
+
+/// One entry of the manifest on its way through the pipeline.
+struct recheck_item
+{
+    manifest_entry entry;
+    bool with_copy = false;
+    bool with_source = false;
+    QByteArray copy_problem; ///< empty when the copy is as recorded
+    QByteArray source_problem;
+
+    qint64 size() const { return entry.size; }
+    int readings() const { return int(with_copy) + int(with_source); }
+};
+
+/// True for a path that stays below the directory it is relative to, whatever a manifest says.
+bool stays_below(const QByteArray& path)
+{
+    return !path.startsWith('/') && !path.split('/').contains("..");
+}
+
+/// Returns what is wrong with a file whose hash is recorded; empty when nothing is. Nothing means cancelled.
+std::optional<QByteArray> problem_of(const QByteArray& root, const QByteArray& path, link_handling links,
+                                     const sha256_digest& recorded, file_hasher& hasher,
+                                     const std::function<bool(qint64)>& cancelled)
+{
+    if (!stays_below(path)) {
+        return QByteArray("the manifest names a path that leads elsewhere");
+    }
+    const quiet_file file = quiet_open(child_path(root, path), links);
+    if (!file.error.isEmpty()) {
+        const bool is_gone = quiet_stat(child_path(root, path), links).kind == entry_kind::absent;
+        return is_gone ? QByteArray("missing") : "cannot be read: " + file.error.toUtf8();
+    }
+    const file_hasher::outcome read = hasher.hash(file.descriptor.get(), cancelled);
+    if (read.stopped) {
+        return std::nullopt;
+    }
+    if (read.error != 0) {
+        return "cannot be read at byte " + QByteArray::number(read.bytes) + ": " +
+               system_error_text(read.error).toUtf8();
+    }
+    return read.digest == recorded ? QByteArray() : QByteArray("other content than recorded");
+}
+
+class rechecker
+{
+public:
+    rechecker(const recheck_request& what, const recheck_listener& who)
+        : request(what)
+        , listener(who)
+        , result_root(what.result.native_root())
+    {
+    }
+
+    recheck_outcome run()
+    {
+        outcome.cancelled = !check_entries() || !find_unknown_copies() || !find_unknown_sources();
+        return outcome;
+    }
+
+private:
+    bool check_entries()
+    {
+        const auto complete = [this](recheck_item& one, file_hasher& hasher, const std::function<bool(qint64)>& stop) {
+            check(one, hasher, stop);
+        };
+        const auto finished = [this](const recheck_item& one) { take_in(one); };
+        ordered_pipeline<recheck_item> pipeline(complete, {finished, listener.progress, listener.cancelled});
+        manifest_reader reader(request.result.path(product::manifest));
+        while (auto entry = reader.next()) {
+            known_copies.add(entry->copy);
+            known_sources.add(entry->path);
+            recheck_item one;
+            one.entry = std::move(*entry);
+            one.with_copy = !one.entry.copy.isEmpty() && one.entry.copy_sha256;
+            one.with_source = request.source && one.entry.source_sha256;
+            if (!pipeline.add(std::move(one))) {
+                return false;
+            }
+        }
+        return pipeline.drain();
+    }
+
+    void check(recheck_item& one, file_hasher& hasher, const std::function<bool(qint64)>& stop) const
+    {
+        if (one.with_copy) {
+            one.copy_problem =
+                problem_of(result_root, one.entry.copy, link_handling::keep, *one.entry.copy_sha256, hasher, stop)
+                    .value_or(QByteArray());
+        }
+        if (one.with_source) {
+            one.source_problem = problem_of(*request.source, one.entry.path, link_handling::follow,
+                                            *one.entry.source_sha256, hasher, stop)
+                                     .value_or(QByteArray());
+        }
+    }
+
+    void take_in(const recheck_item& one)
+    {
+        if (is_fault(one.entry.status)) {
+            ++outcome.recorded_faults;
+            listener.found({finding_place::recorded, one.entry.path,
+                            QByteArray(entry_status_name(one.entry.status)) + ": " + one.entry.reason});
+        }
+        if (one.with_copy) {
+            outcome.copies += {1, one.entry.size};
+        }
+        if (one.with_source) {
+            outcome.sources += {1, one.entry.size};
+        }
+        if (!one.copy_problem.isEmpty()) {
+            tell(finding_place::copy, one.entry.copy, one.copy_problem);
+        }
+        if (!one.source_problem.isEmpty()) {
+            tell(finding_place::source, one.entry.path, one.source_problem);
+        }
+    }
+
+    void tell(finding_place place, const QByteArray& path, const QByteArray& reason)
+    {
+        ++(place == finding_place::copy ? outcome.copy_findings : outcome.source_findings);
+        listener.found({place, path, reason});
+    }
+
+    /// Calls `tell_unknown` for every file below a directory that a set of paths does not hold; false when cancelled.
+    bool find_unknown(const QByteArray& root, const QByteArray& directory, path_set& known, finding_place place,
+                      const QByteArray& reason)
+    {
+        known.complete();
+        bool cancelled = false;
+        qint64 count = 0;
+        walk_tree(child_path(root, directory), [&](const tree_entry& entry) {
+            const QByteArray path = child_path(directory, entry.relative_path);
+            if (!entry.listing_error.isEmpty()) {
+                tell(place, path, "the directory cannot be read: " + entry.listing_error.toUtf8());
+            } else if (entry.facts.kind != entry_kind::directory && !known.contains(path)) {
+                tell(place, path, reason);
+            }
+            cancelled = ++count % 1000 == 0 && listener.cancelled();
+            return !cancelled;
+        });
+        return !cancelled;
+    }
+
+    bool find_unknown_copies()
+    {
+        known_copies.add(request.result.relative(request.result.database()));
+        const QByteArray artifacts = request.result.relative(request.result.artifacts());
+        return quiet_stat(child_path(result_root, artifacts)).kind == entry_kind::absent ||
+               find_unknown(result_root, artifacts, known_copies, finding_place::copy,
+                            "the manifest knows no such file: it came after the run, or has no source");
+    }
+
+    bool find_unknown_sources()
+    {
+        if (!request.source) {
+            return true;
+        }
+        for (const QByteArray& user : request.users) {
+            const QByteArray mail = mail_directory_of(user);
+            const bool is_there = is_directory(child_path(*request.source, mail));
+            if (is_there && !find_unknown(*request.source, mail, known_sources, finding_place::source,
+                                          "the manifest knows no such file: it was not there when the run looked")) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    const recheck_request& request;
+    const recheck_listener& listener;
+    const QByteArray result_root;
+    path_set known_copies;
+    path_set known_sources;
+    recheck_outcome outcome;
+};
+
+} // namespace
+
+file_amount recheck_amount(const recheck_request& request, const std::function<bool()>& cancelled)
+{
+    file_amount amount;
+    manifest_reader reader(request.result.path(product::manifest));
+    while (const auto entry = reader.next()) {
+        amount += {1, entry->size};
+        if (amount.files % 1000 == 0 && cancelled()) {
+            break;
+        }
+    }
+    return amount;
+}
+
+recheck_outcome recheck(const recheck_request& request, const recheck_listener& listener)
+{
+    return rechecker(request, listener).run();
+}
