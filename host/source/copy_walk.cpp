@@ -16,7 +16,7 @@ copy_walk::amount amount_of_file(qint64 bytes)
 {
     constexpr qint64 allocation_unit = 4096;
     const qint64 counted = std::min(most, bytes);
-    return {1, counted, (counted + allocation_unit - 1) / allocation_unit * allocation_unit};
+    return {{1, counted}, (counted + allocation_unit - 1) / allocation_unit * allocation_unit};
 }
 
 void add_up(qint64& sum, qint64 more)
