@@ -7,6 +7,7 @@ add_library(log_cipher OBJECT
 target_include_directories(log_cipher PUBLIC "${CMAKE_SOURCE_DIR}")
 target_link_libraries(log_cipher PUBLIC Qt6::Core)
 enable_warnings(log_cipher)
+use_precompiled_headers(log_cipher)
 
 add_library(extractor_objects OBJECT
     macos/account_folder_names.cpp
@@ -53,6 +54,8 @@ target_include_directories(extractor_objects PUBLIC "${CMAKE_SOURCE_DIR}")
 target_link_libraries(extractor_objects PUBLIC log_cipher Qt6::Core Qt6::Widgets Qt6::Sql)
 target_compile_definitions(extractor_objects PRIVATE APPLE_MAIL_EXTRACTOR_VERSION="${PROJECT_VERSION}")
 enable_warnings(extractor_objects)
+use_precompiled_headers(extractor_objects)
+set_target_properties(extractor_objects PROPERTIES AUTOMOC ON AUTOUIC ON)
 
 add_library(apple_mail_extractor SHARED
     plugin/create_object.cpp

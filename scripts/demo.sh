@@ -7,6 +7,9 @@ cd "$(dirname "$0")/.."
 scripts/install-dependencies.sh build
 . scripts/homebrew-paths.sh
 cmake --preset release >/dev/null
+echo "Building mail-extract: about one to two minutes the first time (build/release/demo-build.log)"
+begun=$SECONDS
 cmake --build --preset release --target mail-extract apple_mail_extractor >build/release/demo-build.log 2>&1 ||
     { tail -n 40 build/release/demo-build.log >&2; exit 1; }
+echo "Built in $((SECONDS - begun)) seconds"
 exec build/release/bin/mail-extract demo "$@"
