@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Installs what building needs, and with "test" what the whole test run needs; does nothing when it is all there.
+# Installs what building needs, and with "test" what the whole test run needs, with
+# "check" what scripts/check.sh needs; does nothing when it is all there.
 set -euo pipefail
 
 purpose=${1:-build}
 
 install_on_debian() {
     local packages=(g++ cmake ninja-build qt6-base-dev libqt6sql6-sqlite libcli11-dev libssl-dev)
-    [ "$purpose" = test ] && packages+=(clang)
+    [ "$purpose" = build ] || packages+=(clang)
+    [ "$purpose" = check ] && packages+=(clang-format clang-tidy)
     local missing=()
     for package in "${packages[@]}"; do
         [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
