@@ -71,18 +71,18 @@ const file_extension_list audio_file_extensions{{
     ".d00 .dawproject .dbm .dcf .dct .dewf .dfc .dff .dig .digi .dls .dm .dmf .dra .ds .ds2 .dsf .dsm .dsp .dss .dst "
     ".dtm .dts .dtshd .dvf .dw .dwd",
     ".e4b .eac3 .eas .ec3 .ecelp4800 .ecelp7470 .ecelp9600 .efa .efe .efk .efs .emy .evc .evrc .exs",
-    ".f32 .f4a .f4b .f64 .far .far .fc13 .fc14 .flac .flp .frg .fsb .fsc .fsm .ftm .fzb .fzf .fzp .fzv",
+    ".f32 .f4a .f4b .f64 .far .far .fc13 .fc14 .flac .flm .flp .frg .fsb .fsc .fsm .ftm .fzb .fzf .fzv",
     ".g721 .g723 .g726 .g729 .gbs .gig .gp .gp3 .gp4 .gp5 .gpk .gpx .groove .gsf .gsflib .gsm .gtp .gym",
     ".hca .hcom .hes .hma .hmi .hmp .hps .hsb .hvl",
     ".iaa .iff .igp .iklax .ima4 .imf .imy .ins .ircam .isma .it .it .iti .itls .its",
     ".j2b .jam .jo .jo-7z .jspf",
     ".k25 .k26 .kar .kar .kfn .kit .kmp .koz .krz .ksc .ksd .ksf .kss .kt3",
-    ".l16 .la .lmms .loas .lof .logic .logicx .lso .lvp .lwv",
+    ".l16 .la .loas .lof .logic .logicx .lqt .lso .lvp .lwv",
     ".m15 .m3u .m3u .m3u8 .m4a .m4a .m4b .m4b .m4p .m4r .ma1 .mdl .med .mgv .mhas .mid .mid .midi .midi .minigsf "
     ".minincsf .minipsf .minipsf2 .miniusf .mka .mlp .mmf .mmm .mmp .mmpz .mo3 .mod .mod .mogg .mp1 .mp2 .mp2 .mp3 "
-    ".mp3 .mpa .mpc .mpega .mpga .mpp .mptm .mscx .mscz .msv .mt2 .mtf .mti .mtm .mtm .mu3 .muc .mus .mus3 .musicxml "
+    ".mp3 .mpa .mpc .mpega .mpga .mpp .mptm .mscx .mscz .msv .mt2 .mtf .mti .mtm .mtm .mu3 .muc .mus .musicxml .musx "
     ".mx3 .mx4 .mx5 .mxl .mxmf",
-    ".nbs .ncw .nist .nkb .nkc .nki .nkm .nks .nkx .nml .nra .nsa .nsf .nsfe .nst .ntn .nus3bank .nwc .nwp",
+    ".nbs .ncw .nist .nkb .nkc .nki .nkm .nks .nkx .nml .nra .nsa .nsf .nsfe .nst .ntn .nus3bank .nvf .nwc",
     ".odm .ofr .oga .ogg .okt .okt .oma .omf .omg .opus .orc .ots .ove .oxm",
     ".pac .paf .pat .pbf .pca .pcast .pcg .pcm .peak .pek .phy .pk .pkf .pla .pls .pls .plx .pmd .pna .pno .psf .psf2 "
     ".psflib .psid .psm .psy .pt2 .pt3 .ptcop .ptf .ptm .pts .ptx .pvc",
