@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QDebug>
+#include <QFileInfo>
 #include <QLocale>
 
 namespace {
@@ -20,6 +21,26 @@ QString reduced_function_text(const QString& function)
     reduced.truncate(parenthesis >= 0 ? parenthesis : reduced.size() - 1);
     reduced = reduced.trimmed();
     return reduced.mid(reduced.lastIndexOf(QLatin1Char(' ')) + 1).trimmed();
+}
+
+/// Returns a text with its control characters written out: a file's name may hold a line break, or codes that a
+/// terminal obeys, and must not look like lines that the plug-in never wrote.
+QString without_control_characters(const QString& text)
+{
+    QString harmless;
+    harmless.reserve(text.size());
+    for (const QChar character : text) {
+        const QChar::Category category = character.category();
+        const bool breaks_lines = category == QChar::Separator_Line || category == QChar::Separator_Paragraph;
+        if (character == u'\n') {
+            harmless += QLatin1String("\\n");
+        } else if (breaks_lines || (category == QChar::Other_Control && character != u'\t')) {
+            harmless += QStringLiteral("\\u%1").arg(int{character.unicode()}, 4, 16, QLatin1Char('0'));
+        } else {
+            harmless += character;
+        }
+    }
+    return harmless;
 }
 
 QString engine_text(int engine_type)
@@ -46,16 +67,17 @@ void plugin_static_function::app_debug(QString message, QString function)
                          QStringLiteral("]:-- ") + message;
 
     if (debug_print_on_terminal_bool) {
-        qDebug() << line;
+        qDebug() << line; // which quotes the text, control characters included
     }
     if (!debug_print_in_file_bool || !debug_file_regular_QFile.isOpen()) {
         return;
     }
+    const QString written = without_control_characters(line);
     if (debug_encryption_status_bool) {
-        debug_file_regular_QFile.write(encrypt_string(line, Q_FUNC_INFO).toLocal8Bit());
+        debug_file_regular_QFile.write(encrypt_string(written, Q_FUNC_INFO).toLocal8Bit());
         debug_file_regular_QFile.write(shared_texts::record_marker.data(), shared_texts::record_marker.size());
     } else {
-        debug_file_regular_QFile.write(line.toLocal8Bit());
+        debug_file_regular_QFile.write(written.toLocal8Bit());
         debug_file_regular_QFile.write("\n");
     }
     // A crash of the host must leave a complete log.
@@ -78,6 +100,11 @@ void plugin_static_function::open_debug_file()
         return;
     }
     debug_file_regular_QFile.setFileName(debug_file_path_QString);
+    // Opening a pipe would wait for its reader, and a device keeps no log.
+    const QFileInfo present(debug_file_path_QString);
+    if (present.exists() && !present.isFile()) {
+        return;
+    }
     // A file that does not open receives nothing; there is nowhere to report it.
     static_cast<void>(debug_file_regular_QFile.open(QIODevice::WriteOnly | QIODevice::Append));
 }

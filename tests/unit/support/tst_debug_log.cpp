@@ -6,6 +6,8 @@
 #include <QLocale>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using plugin = plugin_static_function;
 
 namespace {
@@ -95,7 +97,7 @@ private slots:
     {
         const captured_log log(true);
         plugin::set_engine_type(1);
-        const QStringList messages{"START", QString::fromUtf8("J\u00FCrg\nO'Neil"), QString(70000, 'x'), ""};
+        const QStringList messages{"START", QString::fromUtf8("J\u00FCrg\tO'Neil \\n"), QString(70000, 'x'), ""};
         for (const QString& message : messages) {
             plugin::app_debug(message, "a::b()");
         }
@@ -107,6 +109,30 @@ private slots:
                      "][KAVRO_FIELD][Artifacts Extraction][a::b]:-- " + messages.at(i));
         }
         QCOMPARE(plugin::encrypt_string("", "a::b()"), QString());
+    }
+
+    void names_make_no_lines_of_their_own()
+    {
+        for (const bool enciphered : {false, true}) {
+            const captured_log log(enciphered);
+            plugin::app_debug(QString::fromUtf8("a\nb\r\x1b[2Kc\u0085\u2028d"), "a::b()");
+            const QByteArray bytes = log.bytes();
+            const QString line =
+                enciphered ? encryptor_string().decryptToString(QString(bytes.chopped(8))) + '\n' : bytes;
+            QVERIFY2(line.endsWith("]:-- a\\nb\\u000d\\u001b[2Kc\\u0085\\u2028d\n"), qPrintable(line));
+            QCOMPARE(line.count('\n'), 1);
+        }
+    }
+
+    void a_pipe_is_no_log()
+    {
+        const QTemporaryDir directory;
+        QCOMPARE(::mkfifo(qPrintable(directory.filePath("pipe")), 0600), 0);
+        for (const QString& path : {directory.filePath("pipe"), QStringLiteral("/dev/null")}) {
+            plugin::set_general_info({false, true, false, true, false, path});
+            QVERIFY(!plugin::debug_file_regular_QFile.isOpen());
+        }
+        plugin::set_essentials();
     }
 
     void essentials_silence_but_keep_the_file_open()
