@@ -4,10 +4,13 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 
 namespace {
 
 constexpr qint64 chunk_size = 102400;
+/// Whatever takes a name: also what is hidden, and links to nothing, pipes and devices.
+constexpr auto every_entry = QDir::AllEntries | QDir::Hidden | QDir::System;
 
 /// Copies one file, replacing its destination; what does not open is logged under the caller's signature.
 void copy_file_in_chunks(const QString& source_path, const QString& destination_path, const char* signature)
@@ -17,17 +20,23 @@ void copy_file_in_chunks(const QString& source_path, const QString& destination_
         return;
     }
     QFile source(source_path);
-    const auto log_open_failure = [signature](const char* what, const QFile& file) {
-        plugin_static_function::app_debug(QString::fromLatin1(what) + file.fileName(), signature);
-        plugin_static_function::app_debug(QStringLiteral("[copy_directory] Error:") + file.errorString(), signature);
+    const auto log_open_failure = [signature](const char* what, const QString& path, const QString& error) {
+        plugin_static_function::app_debug(QString::fromLatin1(what) + path, signature);
+        plugin_static_function::app_debug(QStringLiteral("[copy_directory] Error:") + error, signature);
     };
     if (!source.open(QIODevice::ReadOnly)) {
-        log_open_failure("[copy_directory] source file open ----FAILED---- :", source);
+        log_open_failure("[copy_directory] source file open ----FAILED---- :", source_path, source.errorString());
+        return;
+    }
+    const char* const destination_failed = "[copy_directory] destination file open ----FAILED---- :";
+    const QFileInfo present(destination_path);
+    if (present.exists() && !present.isFile() && !present.isDir()) {
+        log_open_failure(destination_failed, destination_path, QStringLiteral("neither file nor folder"));
         return;
     }
     QFile destination(destination_path);
     if (!destination.open(QIODevice::WriteOnly)) {
-        log_open_failure("[copy_directory] destination file open ----FAILED---- :", destination);
+        log_open_failure(destination_failed, destination_path, destination.errorString());
         return;
     }
     QByteArray chunk;
@@ -47,7 +56,7 @@ void copy_file_in_chunks(const QString& source_path, const QString& destination_
 bool plugin_static_function::is_file_exist_in_dir(QString directory, QString file_name, QString /*caller*/)
 {
     const QString wanted = file_name.trimmed();
-    QDirIterator entries(directory);
+    QDirIterator entries(directory, every_entry);
     while (entries.hasNext()) {
         if (bool_cancel_extraction) {
             return false;
@@ -60,13 +69,20 @@ bool plugin_static_function::is_file_exist_in_dir(QString directory, QString fil
     return false;
 }
 
-QString plugin_static_function::get_available_file(QString file_path, QString directory, QString caller)
+QString plugin_static_function::get_available_file(QString file_path, QString directory, QString /*caller*/)
 {
     QDir().mkpath(directory);
+    // Listed once: a folder with many copies of one name would be read again for each of them.
+    QSet<QString> taken_names;
+    QDirIterator entries(directory, every_entry);
+    while (entries.hasNext() && !bool_cancel_extraction) {
+        entries.next();
+        taken_names.insert(entries.fileName().trimmed());
+    }
     const QString file_name = QFileInfo(file_path).fileName();
     QString candidate = file_name;
     for (int counter = 1; !bool_cancel_extraction; ++counter) {
-        if (!is_file_exist_in_dir(directory, candidate, caller)) {
+        if (!taken_names.contains(candidate.trimmed())) {
             return candidate;
         }
         candidate = QString::number(counter) + QLatin1Char('_') + file_name;
@@ -108,8 +124,7 @@ void plugin_static_function::remove_directory(QString path)
         return;
     }
     const QDir directory(path);
-    const auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    for (const QFileInfo& entry : directory.entryInfoList(everything, QDir::DirsFirst)) {
+    for (const QFileInfo& entry : directory.entryInfoList(every_entry | QDir::NoDotAndDotDot, QDir::DirsFirst)) {
         if (entry.isDir() && !entry.isSymLink()) {
             remove_directory(entry.absoluteFilePath());
         } else {
