@@ -48,7 +48,7 @@ apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList identifie
     if (!store.is_open()) {
         plugin_static_function::app_debug(
             QStringLiteral("[sub_compare_identifier_with_db]Source Db opening --------FAILED------- "), Q_FUNC_INFO);
-        plugin_static_function::app_debug(store.last_error(), Q_FUNC_INFO);
+        plugin_static_function::app_debug(store.opening_error(), Q_FUNC_INFO);
         plugin_static_function::app_debug(database, Q_FUNC_INFO);
         return details;
     }

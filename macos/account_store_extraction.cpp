@@ -40,7 +40,7 @@ void apple_mail_extractor_macos::extract_account(QString mail_version_directory,
 
     const auto log_opening = [signature = Q_FUNC_INFO](const char* what, named_connection& connection) {
         plugin_static_function::app_debug(QString::fromLatin1(what) + connection.database().databaseName(), signature);
-        plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + connection.last_error(), signature);
+        plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + connection.opening_error(), signature);
     };
     {
         // Declared in the reverse of the order in which they end: the store closes, the rows are committed, the result
@@ -50,7 +50,7 @@ void apple_mail_extractor_macos::extract_account(QString mail_version_directory,
             log_opening("destination_db Db opening --------FAILED------- ", result);
             return;
         }
-        const committed_transaction transaction(result.database());
+        const committed_transaction transaction(result.database(), Q_FUNC_INFO);
         named_connection store(QStringLiteral("source_") + QString::fromLatin1(Q_FUNC_INFO), working_copy);
         if (!store.is_open()) {
             log_opening("Source Db opening --------FAILED------- ", store);

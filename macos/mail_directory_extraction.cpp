@@ -15,11 +15,12 @@ void apple_mail_extractor_macos::extract_mail_extractor()
             plugin_static_function::app_debug(QStringLiteral("Destination Db opening --------FAILED------ ") +
                                                   result.database().databaseName(),
                                               Q_FUNC_INFO);
-            plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + result.last_error(), Q_FUNC_INFO);
+            plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + result.opening_error(), Q_FUNC_INFO);
             return;
         }
-        const committed_transaction transaction(result.database());
-        for (const QString& mail_directory : mail_directory_list) {
+        const committed_transaction transaction(result.database(), Q_FUNC_INFO);
+        const QStringList mail_directories = mail_directory_list; // a slot may let the host set a new source
+        for (const QString& mail_directory : mail_directories) {
             if (cancel_requested || !extract_account_folders(result.database(), mail_directory, Q_FUNC_INFO)) {
                 return;
             }

@@ -57,11 +57,11 @@ void apple_mail_extractor::create_db_tables()
             plugin_static_function::app_debug(
                 QStringLiteral("[create_db_tables]open destination database -------FAILED-----") + destination_db_path,
                 Q_FUNC_INFO);
-            plugin_static_function::app_debug(result.last_error(), Q_FUNC_INFO);
+            plugin_static_function::app_debug(result.opening_error(), Q_FUNC_INFO);
             plugin_static_function::app_debug(destination_db_path, Q_FUNC_INFO);
             return;
         }
-        const committed_transaction transaction(result.database());
+        const committed_transaction transaction(result.database(), Q_FUNC_INFO);
         const QString statement = QStringLiteral(
             "CREATE TABLE IF NOT EXISTS 'accounts'(bookmark INTEGER,INT INTEGER PRIMARY KEY,system_user VARCHAR(1024),"
             "domain_user VARCHAR(100),account VARCHAR(1024),account_type VARCHAR(1024),files_copied VARCHAR(1024),"

@@ -1,3 +1,4 @@
+#include "support/named_connection.h"
 #include "support/plugin_static_function.h"
 
 #include <QDateTime>
@@ -60,14 +61,12 @@ void log_failure(const failure_texts& texts, const call_details& call, const QSt
 }
 
 /// Replaces the connection of that name by one to the database, opened; a failure is logged.
-QSqlDatabase open_connection(const QString& name, const QString& path, const failure_texts& texts,
-                             const call_details& call)
+QSqlDatabase open_or_log(const QString& name, const QString& path, const failure_texts& texts, const call_details& call)
 {
-    QSqlDatabase::removeDatabase(name);
-    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-    database.setDatabaseName(path);
-    if (!database.open()) {
-        log_failure(texts, call, path, database.lastError().text());
+    QSqlDatabase database;
+    const QString error = open_connection(database, name, path);
+    if (!error.isEmpty()) {
+        log_failure(texts, call, path, error);
     }
     return database;
 }
@@ -111,7 +110,7 @@ bool read_column(QSqlQuery& query, int column, QStringList& values)
 bool run_by_dbpath(const call_details& call, const QString& path, const failure_texts& texts)
 {
     QSqlDatabase database =
-        open_connection(QString::fromLatin1(call.signature) + call.caller, path, opening_for_command, call);
+        open_or_log(QString::fromLatin1(call.signature) + call.caller, path, opening_for_command, call);
     if (!database.isOpen()) {
         return false;
     }
@@ -150,7 +149,7 @@ QStringList list_from_path(const call_details& call, int column, const QString& 
 {
     plugin_static_function::app_debug(QStringLiteral(" Start "), call.signature);
     const QString connection_name = QString::number(QDateTime::currentMSecsSinceEpoch());
-    QSqlDatabase database = open_connection(connection_name, path, opening_for_list, call);
+    QSqlDatabase database = open_or_log(connection_name, path, opening_for_list, call);
     QStringList values;
     outcome result = outcome::failed;
     if (database.isOpen()) {
@@ -250,7 +249,7 @@ QStringList plugin_static_function::get_total_tables_list_by_dbpath(QString data
 {
     const call_details call{Q_FUNC_INFO, {}, {}, caller};
     QSqlDatabase database =
-        open_connection(QString::fromLatin1(call.signature) + caller, database_path, opening_for_command, call);
+        open_or_log(QString::fromLatin1(call.signature) + caller, database_path, opening_for_command, call);
     if (!database.isOpen()) {
         return {};
     }

@@ -164,6 +164,10 @@ private slots:
             path = directory->filePath("missing/folder.sqlite");
             check(called, "SELECT 1, 2", {}, called->lists_tables() ? "" : nothing, start + called->opening_failure,
                   "unable to open database file Error opening database");
+            // SQLite itself would open a database of its own, which is gone with the connection.
+            path.clear();
+            check(called, "SELECT 1, 2", {}, called->lists_tables() ? "" : nothing, start + called->opening_failure,
+                  "the path of the database is empty");
         }
     }
 
