@@ -14,27 +14,30 @@ namespace {
 constexpr qint64 progress_interval_ms = 200;
 const QLatin1Char slash('/');
 
-/// The visible files and subdirectories of a directory, links to such included, in the file system's own order.
-struct directory_listing
+/// Returns the visible files of a directory, links to such included, in the file system's own order.
+QStringList files_in(const QString& path)
 {
-    QStringList files;
-    QStringList directories;
-};
-
-/// Lists a directory in one pass, since a second one over a large mailbox costs as much as some of its copies.
-directory_listing list_directory(const QString& path)
-{
-    directory_listing listing;
-    QDirIterator entries(path, QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot);
+    QStringList names;
+    QDirIterator entries(path, QDir::Files);
     while (entries.hasNext()) {
         const QFileInfo entry = entries.nextFileInfo();
-        if (entry.isDir()) {
-            listing.directories.append(entry.fileName());
-        } else if (entry.isFile()) { // a link to a pipe passes the filter, and opening it would wait for ever
-            listing.files.append(entry.fileName());
+        if (entry.isFile()) { // a link to a pipe passes the filter, and opening it would wait for ever
+            names.append(entry.fileName());
         }
     }
-    return listing;
+    return names;
+}
+
+/// Returns the visible subdirectories of a directory, links to such included, in the file system's own order.
+QStringList directories_in(const QString& path)
+{
+    QStringList names;
+    QDirIterator entries(path, QDir::AllDirs | QDir::NoDotAndDotDot);
+    while (entries.hasNext()) {
+        entries.next();
+        names.append(entries.fileName());
+    }
+    return names;
 }
 
 } // namespace
@@ -45,7 +48,8 @@ void apple_mail_extractor_macos::copy_complete_directory_of_mail()
     if (mail_directory_list.isEmpty() || destination_root_path.isEmpty()) {
         return;
     }
-    for (const QString& mail_directory : mail_directory_list) {
+    const QStringList mail_directories = mail_directory_list; // a slot may let the host set a new source
+    for (const QString& mail_directory : mail_directories) {
         if (cancel_requested) {
             return;
         }
@@ -90,8 +94,7 @@ void apple_mail_extractor_macos::copy_directory(QString source, QString destinat
     }
     QDir().mkpath(destination);
 
-    const directory_listing listing = list_directory(source);
-    for (const QString& name : listing.files) {
+    for (const QString& name : files_in(source)) {
         if (cancel_requested) {
             return;
         }
@@ -103,7 +106,8 @@ void apple_mail_extractor_macos::copy_directory(QString source, QString destinat
         file.copy(destination + slash + name);
         signal_copy_progress();
     }
-    for (const QString& name : listing.directories) {
+    // Listed only now: copying may have let a slot work for as long as it takes.
+    for (const QString& name : directories_in(source)) {
         ++directories_copied_count;
         if (cancel_requested) {
             break;

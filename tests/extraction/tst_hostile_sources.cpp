@@ -1,0 +1,94 @@
+#include "tests/common/driven_plugin.h"
+#include "tests/common/evidence_source.h"
+#include "tests/common/files.h"
+
+#include <QTest>
+
+#include <sys/stat.h>
+
+class tst_hostile_sources : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void pipes_are_not_waited_for()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V9/ID-A/1");
+        source.add_store("ann", "1:ID-A::ann@host");
+        source.add_mail("bob", "V9/ID-B/1|V9/IMAP-b@host/1");
+        const QString accounts = source.root() + "Users/%1/Library/Accounts/";
+        QVERIFY(QDir().mkpath(accounts.arg("bob")));
+        for (const QString& pipe :
+             {accounts.arg("ann") + "Accounts4.sqlite-wal", accounts.arg("bob") + "Accounts4.sqlite"}) {
+            QCOMPARE(::mkfifo(qPrintable(pipe), 0600), 0);
+        }
+        driven_plugin plugin(source, {{"ann", "bob"}});
+        plugin.run();
+        QCOMPARE(plugin.rows().size(), 2);
+        QCOMPARE(plugin.log().filter("no such table: ZACCOUNT").size(), 2);
+    }
+
+    void names_make_no_lines_in_the_log()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V9/it's\n[2024-Mar-05T14-07-09][KAVRO_DESK]/1");
+        source.add_store("ann", "");
+        driven_plugin plugin(source, {{"ann"}});
+        plugin.run();
+        const QStringList lines = plugin.log().filter("KAVRO_DESK");
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(lines.first().contains("(ZIDENTIFIER = 'it's\\n[2024"), qPrintable(lines.first()));
+    }
+
+    // A host may do what it likes in a slot.
+    void a_slot_sets_a_new_source()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V2/IMAP-a@host/1");
+        source.add_mail("bob", "V2/IMAP-b@host/1");
+        driven_plugin plugin(source, {{"ann", "bob"}});
+        plugin.on_event = [&plugin](const QString&) { plugin->pub_find_source_file(); };
+        plugin.run();
+        QCOMPARE(plugin.rows().size(), 2);
+    }
+
+    void folders_that_come_while_files_are_copied()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V9/1");
+        driven_plugin plugin(source, {{"ann"}});
+        plugin.on_event = [&source](const QString& event) {
+            if (event.startsWith("copied")) {
+                source.add_mail("ann", "V9/new/2");
+            }
+        };
+        plugin.run();
+        QVERIFY(QFile::exists(plugin.mail_copy("ann") + "/V9/new/2"));
+    }
+
+    void a_commit_that_fails_is_logged()
+    {
+        const evidence_source source;
+        source.add_mail("ann", "V2/IMAP-a@host/1|V2/IMAP-b@host/1|V2/IMAP-c@host/1");
+        driven_plugin plugin(source, {{"ann"}});
+        const QString journal = plugin.database_path + "-journal";
+        plugin.on_event = [&](const QString& event) {
+            if (event.startsWith("copied")) {
+                QTest::qSleep(200); // so that the next copy is told too
+            }
+            if (QFile::exists(journal) && QFile::remove(journal)) {
+                write_file(journal + "/that cannot be removed");
+            }
+        };
+        plugin.run();
+        const QStringList lines = plugin.log().filter("apple_mail_extractor_macos::extract_mail_extractor");
+        QCOMPARE(lines.size(), 4);
+        QCOMPARE(lines.at(1).section(": ", 1), "Destination Db commit --------FAILED------ " + plugin.database_path);
+        QVERIFY2(lines.at(2).section(": ", 1).startsWith("ERROR :- ") && lines.at(2).contains("I/O"),
+                 qPrintable(lines.at(2)));
+    }
+};
+
+QTEST_MAIN(tst_hostile_sources)
+#include "tst_hostile_sources.moc"
