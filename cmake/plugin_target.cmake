@@ -13,6 +13,8 @@ add_library(extractor_objects OBJECT
     macos/account_folder_names.cpp
     macos/account_folder_names.h
     macos/account_identifier_resolution.cpp
+    macos/account_lookup.cpp
+    macos/account_lookup.h
     macos/account_store_extraction.cpp
     macos/apple_mail_extractor_macos.cpp
     macos/apple_mail_extractor_macos.h
@@ -33,6 +35,8 @@ add_library(extractor_objects OBJECT
     support/debug_log.cpp
     support/directory_operations.cpp
     support/engine_types.h
+    support/evidence_database.cpp
+    support/evidence_database.h
     support/file_extension_lists.cpp
     support/file_extension_lists.h
     support/file_type_classification.cpp
@@ -47,6 +51,8 @@ add_library(extractor_objects OBJECT
     support/scheme_extractor_settings.h
     support/shared_texts.h
     support/source_paths.cpp
+    support/sqlite_limits.cpp
+    support/sqlite_limits.h
     support/text_conversions.cpp
     support/time_conversions.cpp
     support/working_copies.cpp)

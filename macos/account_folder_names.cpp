@@ -1,6 +1,6 @@
 #include "macos/account_folder_names.h"
 
-#include <QStringList>
+#include <set>
 
 namespace {
 
@@ -49,4 +49,32 @@ std::optional<folder_account> account_from_folder_name(QStringView name)
         return folder_account{name.toString().remove(pop_prefix).remove(web_mail_suffix), pop};
     }
     return std::nullopt;
+}
+
+QHash<QString, QString> last_path_by_ending(const QStringList& paths, const QStringList& endings)
+{
+    // Few lengths and many endings: one look a length finds what comparing with every ending would.
+    QHash<QStringView, const QString*> found;
+    std::set<qsizetype> lengths;
+    for (const QString& ending : endings) {
+        found.insert(ending, nullptr);
+        lengths.insert(ending.size());
+    }
+    for (const QString& path : paths) {
+        for (const qsizetype length : lengths) {
+            if (length > path.size()) {
+                break;
+            }
+            if (const auto ending = found.find(QStringView(path).last(length)); ending != found.end()) {
+                *ending = &path;
+            }
+        }
+    }
+    QHash<QString, QString> paths_by_ending;
+    for (auto ending = found.cbegin(); ending != found.cend(); ++ending) {
+        if (*ending != nullptr) {
+            paths_by_ending.insert(ending.key().toString(), **ending);
+        }
+    }
+    return paths_by_ending;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 #include <optional>
@@ -19,3 +21,6 @@ struct folder_account
 /// Returns the account of a folder whose name begins with "IMAP" or "POP" (case-sensitively); an empty optional for any
 /// other name.
 std::optional<folder_account> account_from_folder_name(QStringView name);
+
+/// Returns for each of the endings the last path that ends with it (case-sensitively); none for one that no path has.
+QHash<QString, QString> last_path_by_ending(const QStringList& paths, const QStringList& endings);

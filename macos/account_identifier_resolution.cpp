@@ -1,12 +1,21 @@
 #include "macos/account_folder_names.h"
+#include "macos/account_lookup.h"
 #include "macos/apple_mail_extractor_macos.h"
-#include "support/named_connection.h"
+#include "support/evidence_database.h"
 #include "support/plugin_static_function.h"
 
 #include <QDirIterator>
 #include <QFileInfo>
-#include <QSqlError>
 #include <QSqlQuery>
+
+#include <algorithm>
+
+namespace {
+
+// Longer than any name or identifier, and short enough to keep one for every folder.
+constexpr qsizetype longest_text = 4096;
+
+} // namespace
 
 QStringList apple_mail_extractor_macos::sub_get_identifier_bundle_path(QString directory)
 {
@@ -44,7 +53,7 @@ QList<apple_mail_extractor_macos::struct_apple_mail_extractor_account_details>
 apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList identifiers, QString database)
 {
     QList<struct_apple_mail_extractor_account_details> details;
-    named_connection store(Q_FUNC_INFO, database);
+    evidence_database store(Q_FUNC_INFO, database, account_table, look_up_time_left);
     if (!store.is_open()) {
         plugin_static_function::app_debug(
             QStringLiteral("[sub_compare_identifier_with_db]Source Db opening --------FAILED------- "), Q_FUNC_INFO);
@@ -53,21 +62,28 @@ apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList identifie
         return details;
     }
 
+    account_lookup lookup(
+        store, QStringLiteral("Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,ZDATACLASSPROPERTIES"),
+        {QStringLiteral("ZIDENTIFIER"), QStringLiteral("ZUSERNAME")});
+    lookup.expect(identifiers);
+    const auto log_failure = [&, signature = Q_FUNC_INFO](const QString& identifier, const QString& reason) {
+        plugin_static_function::app_debug(
+            QStringLiteral("[sub_compare_identifier_with_db]source_url query execution --------FAILED------->> ") +
+                database,
+            signature);
+        plugin_static_function::app_debug(reason, signature);
+        plugin_static_function::app_debug(lookup.statement(identifier), signature);
+    };
     for (const QString& identifier : identifiers) {
         if (cancel_requested) {
             return details;
         }
-        const QString statement = QStringLiteral("select Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,"
-                                                 "ZDATACLASSPROPERTIES from ZACCOUNT where (ZIDENTIFIER = '") +
-                                  identifier + QStringLiteral("' OR ZUSERNAME = '") + identifier + QStringLiteral("')");
         QSqlQuery query(store.database());
-        if (!query.exec(statement)) {
-            plugin_static_function::app_debug(
-                QStringLiteral("[sub_compare_identifier_with_db]source_url query execution --------FAILED------->> ") +
-                    database,
-                Q_FUNC_INFO);
-            plugin_static_function::app_debug(query.lastError().text(), Q_FUNC_INFO);
-            plugin_static_function::app_debug(statement, Q_FUNC_INFO);
+        if (!lookup.execute(query, identifier)) {
+            log_failure(identifier, store.error_of(query));
+            if (store.is_time_over()) {
+                return details;
+            }
             continue;
         }
         if (!query.next()) {
@@ -81,7 +97,11 @@ apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList identifie
         if (text(2).isEmpty() && text(3).isEmpty()) {
             continue;
         }
-        details.append({text(0), text(1), text(2), text(3), text(4), text(5)});
+        if (std::max({text(1).size(), text(2).size(), text(3).size()}) > longest_text) {
+            log_failure(identifier, QStringLiteral("the row holds no account: its texts are too long"));
+            continue;
+        }
+        details.append({text(0), text(1), text(2), text(3), text(4), text(5).left(longest_text)});
     }
     return details;
 }

@@ -1,16 +1,38 @@
+#include "macos/account_folder_names.h"
+#include "macos/account_lookup.h"
 #include "macos/apple_mail_extractor_macos.h"
+#include "support/evidence_database.h"
 #include "support/named_connection.h"
 #include "support/plugin_helper_functions.h"
 #include "support/plugin_static_function.h"
 
 #include <QFileInfo>
-#include <QSqlError>
 #include <QSqlQuery>
 
 namespace {
 
 const QLatin1String mail_literal("/Library/Mail");
 const QLatin1String source_file_separator(";++::++;");
+// A store of many thousand accounts takes less than one.
+constexpr qint64 time_for_a_store = 5'000'000'000;
+
+using account_details = apple_mail_extractor_macos::struct_apple_mail_extractor_account_details;
+
+/// True when an account has its name on its own row; false when it stands on the parent's.
+bool is_found_by_name(const account_details& details)
+{
+    return !details.username.isEmpty() && details.parent_account.isEmpty();
+}
+
+/// Returns for each account's identifier the last entry whose path ends with it.
+QHash<QString, QString> folders_by_identifier(const QStringList& entries, const QList<account_details>& details)
+{
+    QStringList identifiers;
+    for (const account_details& account : details) {
+        identifiers.append(account.identifier);
+    }
+    return last_path_by_ending(entries, identifiers);
+}
 
 } // namespace
 
@@ -20,9 +42,11 @@ struct apple_mail_extractor_macos::account_store_step
     QString mail_version_directory;
     QString accounts_database;
     QString system_user;
-    QStringList entries; ///< paths of the Mail version directory's entries
     QSqlDatabase& result;
-    QSqlDatabase& store;
+    evidence_database& store;
+    QHash<QString, QString> folders; ///< the entry of the Mail version directory that bears an identifier
+    account_lookup by_name;
+    account_lookup by_key;
     const char* signature;
 };
 
@@ -30,6 +54,10 @@ void apple_mail_extractor_macos::extract_account(QString mail_version_directory,
                                                  QString system_user)
 {
     plugin_static_function::app_debug(QStringLiteral("START"), Q_FUNC_INFO);
+    if (accounts_database != looked_up_store) {
+        looked_up_store = accounts_database;
+        look_up_time_left = time_for_a_store;
+    }
     const QStringList entries = sub_get_identifier_bundle_path(mail_version_directory);
     const QStringList names = sub_get_identifier_bundle_name(entries);
     const QString working_copy = helper->get_adhoc_path_for_database(accounts_database);
@@ -38,7 +66,7 @@ void apple_mail_extractor_macos::extract_account(QString mail_version_directory,
     }
     const auto details = sub_compare_identifier_with_db(names, working_copy);
 
-    const auto log_opening = [signature = Q_FUNC_INFO](const char* what, named_connection& connection) {
+    const auto log_opening = [signature = Q_FUNC_INFO](const char* what, auto& connection) {
         plugin_static_function::app_debug(QString::fromLatin1(what) + connection.database().databaseName(), signature);
         plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + connection.opening_error(), signature);
     };
@@ -51,13 +79,23 @@ void apple_mail_extractor_macos::extract_account(QString mail_version_directory,
             return;
         }
         const committed_transaction transaction(result.database(), Q_FUNC_INFO);
-        named_connection store(QStringLiteral("source_") + QString::fromLatin1(Q_FUNC_INFO), working_copy);
+        evidence_database store(QStringLiteral("source_") + QString::fromLatin1(Q_FUNC_INFO), working_copy,
+                                account_table, look_up_time_left);
         if (!store.is_open()) {
             log_opening("Source Db opening --------FAILED------- ", store);
             return;
         }
-        account_store_step step{mail_version_directory, accounts_database, system_user, entries,
-                                result.database(),      store.database(),  Q_FUNC_INFO};
+        const QString columns =
+            QStringLiteral("Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,ZACCOUNTDESCRIPTION");
+        account_store_step step{mail_version_directory,
+                                accounts_database,
+                                system_user,
+                                result.database(),
+                                store,
+                                folders_by_identifier(entries, details),
+                                account_lookup(store, columns, {QStringLiteral("ZUSERNAME")}),
+                                account_lookup(store, columns, {QStringLiteral("Z_PK")}),
+                                Q_FUNC_INFO};
         if (!extract_account_records(step, details)) {
             return;
         }
@@ -69,6 +107,14 @@ void apple_mail_extractor_macos::extract_account(QString mail_version_directory,
 bool apple_mail_extractor_macos::extract_account_records(
     account_store_step& step, const QList<struct_apple_mail_extractor_account_details>& details)
 {
+    QStringList names;
+    QStringList keys;
+    for (const auto& record : details) {
+        (is_found_by_name(record) ? names : keys)
+            .append(is_found_by_name(record) ? record.username : record.parent_account);
+    }
+    step.by_name.expect(names);
+    step.by_key.expect(keys);
     for (const auto& record : details) {
         if (cancel_requested || !extract_account_record(step, record)) {
             return false;
@@ -84,33 +130,22 @@ bool apple_mail_extractor_macos::extract_account_record(account_store_step& step
     QString account;
     QString folder;
     {
-        const bool by_own_name = !details.username.isEmpty() && details.parent_account.isEmpty();
-        const QString statement = QStringLiteral("select Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,"
-                                                 "ZACCOUNTDESCRIPTION from ZACCOUNT where ") +
-                                  (by_own_name ? QStringLiteral("ZUSERNAME = '") + details.username
-                                               : QStringLiteral("Z_PK = '") + details.parent_account) +
-                                  QLatin1Char('\'');
-        QSqlQuery query(step.store);
-        if (!query.exec(statement)) {
+        account_lookup& lookup = is_found_by_name(details) ? step.by_name : step.by_key;
+        const QString& value = is_found_by_name(details) ? details.username : details.parent_account;
+        QSqlQuery query(step.store.database());
+        if (!lookup.execute(query, value)) {
             plugin_static_function::app_debug(QStringLiteral("source_url query execution --------FAILED-------") +
-                                                  step.store.databaseName(),
+                                                  step.store.database().databaseName(),
                                               step.signature);
-            plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + query.lastError().text(), step.signature);
-            plugin_static_function::app_debug(QStringLiteral("Query :- ") + statement, step.signature);
+            plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + step.store.error_of(query), step.signature);
+            plugin_static_function::app_debug(QStringLiteral("Query :- ") + lookup.statement(value), step.signature);
             return true;
         }
         if (query.next()) {
             if (cancel_requested) {
                 return false;
             }
-            for (const QString& entry : step.entries) {
-                if (cancel_requested) {
-                    return false;
-                }
-                if (entry.endsWith(details.identifier)) {
-                    folder = entry;
-                }
-            }
+            folder = step.folders.value(details.identifier);
             account = query.value(3).toString();
         }
     }

@@ -19,6 +19,7 @@ void apple_mail_extractor_macos::macos_extract_artifacts()
     files_attempted_in_run = 0;
     bytes_before_run = bytes_copied_count;
     copy_progress_timer.invalidate();
+    looked_up_store.clear();
     extract_plugin_artifacts();
     emit signal_extracted_records_of_plugin_macos(record_count);
 }

@@ -138,6 +138,8 @@ private:
     QStringList accounts_database_list;
     QStringList mail_version_directory_list;
 
+    QString looked_up_store;
+    qint64 look_up_time_left = 0; ///< nanoseconds that statements may still take in that store
     QStringList additional_mail_version_list;
     qint64 files_attempted_in_run = 0;
     qint64 bytes_before_run = 0;
