@@ -2,6 +2,7 @@
 #include "tests/common/evidence_source.h"
 #include "tests/common/files.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 
 #include <sys/stat.h>
@@ -65,6 +66,68 @@ private slots:
         };
         plugin.run();
         QVERIFY(QFile::exists(plugin.mail_copy("ann") + "/V9/new/2"));
+    }
+
+    // Each would fill the memory, or never end.
+    void stores_that_run_something_data()
+    {
+        const QString endless = "WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM c) SELECT ";
+        QTest::addColumn<QString>("schema");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("a view") << "CREATE VIEW ZACCOUNT AS " + endless + "n AS ZIDENTIFIER FROM c"
+                                << ""
+                                << "ZACCOUNT is no table but a view or a virtual table";
+        QTest::newRow("a user name that is a statement")
+            << ""
+            << "x' UNION ALL SELECT 1, 2, 3, count(*), 5, 6 FROM (" + endless + "n FROM c) WHERE '1' = '1"
+            << "ERROR :- reading this database takes too long";
+    }
+
+    void stores_that_run_something()
+    {
+        QFETCH(const QString, schema);
+        QFETCH(const QString, name);
+        QFETCH(const QString, reason);
+        const evidence_source source;
+        source.add_mail("ann", "V9/ID-A/1|V8/ID-A/1|V7/ID-A/1|V9/IMAP-a@host/1");
+        source.add_store("ann", "1:ID-A::" + name);
+        const QString store = source.root() + "Users/ann/Library/Accounts/Accounts4.sqlite";
+        if (!schema.isEmpty()) {
+            QVERIFY(QFile::remove(store));
+            QCOMPARE(rows_of(store, schema), QStringList());
+        }
+        driven_plugin plugin(source, {{"ann"}});
+        QElapsedTimer timer;
+        timer.start();
+        plugin.run();
+        QVERIFY2(timer.elapsed() < 10'000, "the store was not given up in time");
+        QVERIFY2(plugin.log().filter(reason).size() >= 1, qPrintable(plugin.log().join('\n')));
+        QCOMPARE(plugin.rows().size(), 1);
+    }
+
+    void thousands_of_account_folders()
+    {
+        constexpr int count = 600;
+        const evidence_source source;
+        QStringList accounts;
+        QString folders;
+        for (int i = 0; i < count; ++i) {
+            folders += QString("V9/ID-%1/|").arg(i);
+            // Every third has its name on the row of its parent.
+            accounts += i % 3 == 0 ? QString("%1:ID-%2:%3:").arg(i + 1).arg(i).arg(i + 2)
+                                   : QString("%1:ID-%2::user%2@host").arg(i + 1).arg(i);
+        }
+        source.add_mail("ann", folders + "V9/");
+        source.add_store("ann", accounts.join('|'));
+        driven_plugin plugin(source, {{"ann"}});
+        plugin.run();
+        const QStringList rows = plugin.rows();
+        QCOMPARE(rows.size(), count);
+        for (const QString& row : rows) {
+            const int folder = row.section("/ID-", 1).section('|', 0, 0).toInt();
+            QCOMPARE(row.section('|', 1, 1), QString("user%1@host").arg(folder % 3 == 0 ? folder + 1 : folder));
+        }
     }
 
     void a_commit_that_fails_is_logged()

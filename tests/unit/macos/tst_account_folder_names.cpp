@@ -49,6 +49,15 @@ private slots:
         const auto found = account_from_folder_name(name);
         QCOMPARE(found ? found->type + ' ' + found->account : QString("-"), account);
     }
+
+    void the_last_path_with_an_ending()
+    {
+        const QStringList paths{"/V9/ID-A", "/V9/A", "/V9/ID-B", "/V9/id-a"};
+        const auto found = last_path_by_ending(paths, {"A", "ID-A", "B", "b", "", "/V9/ID-A", "//V9/ID-A", "A"});
+        const QHash<QString, QString> expected{
+            {"A", "/V9/A"}, {"ID-A", "/V9/ID-A"}, {"B", "/V9/ID-B"}, {"", "/V9/id-a"}, {"/V9/ID-A", "/V9/ID-A"}};
+        QCOMPARE(found, expected);
+    }
 };
 
 QTEST_MAIN(tst_account_folder_names)
