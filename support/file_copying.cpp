@@ -1,0 +1,252 @@
+#include "support/file_copying.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace {
+
+// Large enough that system calls do not count, small enough to stay in a core's cache.
+constexpr qint64 buffer_bytes = 262'144;
+
+bool fail(copy_outcome& outcome, const char* step, int error, qint64 offset = 0)
+{
+    outcome.result = copied_file::outcome::failed;
+    outcome.step = step;
+    outcome.error = error;
+    outcome.offset = offset;
+    return false;
+}
+
+bool keep_existing(copy_outcome& outcome)
+{
+    outcome.result = copied_file::outcome::kept_existing;
+    return false;
+}
+
+bool is_all_zero(const char* bytes, qint64 count)
+{
+    return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, std::size_t(count - 1)) == 0;
+}
+
+} // namespace
+
+/// A copy in the making, which is taken away again unless it is kept.
+class file_copier::new_file
+{
+public:
+    explicit new_file(const copy_order& order) : directory(order.destination_directory), name(order.name) {}
+    ~new_file()
+    {
+        if (has_name && !kept) {
+            ::unlinkat(directory, name, 0);
+        }
+    }
+    Q_DISABLE_COPY_MOVE(new_file)
+
+    /// Gives it its name if it has none, and keeps it.
+    bool keep()
+    {
+        if (!has_name && !give_name(descriptor.get(), directory, name)) {
+            return false;
+        }
+        has_name = true;
+        kept = descriptor.close();
+        return kept;
+    }
+
+    owned_descriptor descriptor;
+    bool has_name = false;
+    bool is_clone = false;
+
+private:
+    const int directory;
+    const char* const name;
+    bool kept = false;
+};
+
+file_copier::file_copier(const std::atomic<bool>& cancelled, std::atomic<qint64>& bytes_read)
+    : cancel_requested(cancelled)
+    , all_bytes_read(bytes_read)
+    , buffer(std::make_unique_for_overwrite<char[]>(std::size_t(buffer_bytes)))
+{
+}
+
+copy_outcome file_copier::copy(const copy_order& order)
+{
+    copy_outcome outcome;
+    if (cancel_requested.load(std::memory_order_relaxed)) {
+        outcome.was_begun = false;
+        return outcome;
+    }
+    owned_descriptor source;
+    new_file copy(order);
+    if (open_both(order, source, copy, outcome) &&
+        transfer(source.get(), copy.is_clone ? -1 : copy.descriptor.get(), outcome)) {
+        finish(source.get(), copy, outcome);
+    }
+    return outcome;
+}
+
+bool file_copier::open_both(const copy_order& order, owned_descriptor& source, new_file& copy, copy_outcome& outcome)
+{
+    if (!order.source_path_fits) {
+        return fail(outcome, "open", ENAMETOOLONG);
+    }
+    source = open_source(order.source_directory, order.name, order.is_link ? link_rule::follow : link_rule::refuse);
+    if (!source.is_open()) {
+        fail(outcome, "open", errno);
+        status_at(order.source_directory, order.name, link_rule::follow, outcome.source);
+        return false;
+    }
+    if (!status_of(source.get(), outcome.source)) {
+        return fail(outcome, "examine", errno);
+    }
+    if (outcome.source.kind != content_kind::file) {
+        outcome.source.size = 0;
+        return fail(outcome, "open", EINVAL);
+    }
+    if (order.destination_directory < 0) {
+        return fail(outcome, "create directory", order.destination_error);
+    }
+    if (!order.destination_path_fits) {
+        return fail(outcome, "create", ENAMETOOLONG);
+    }
+    return create(order, source.get(), copy, outcome);
+}
+
+bool file_copier::create(const copy_order& order, int source, new_file& copy, copy_outcome& outcome)
+{
+    const content_status& status = outcome.source;
+    if (status.size > 0 && status.device != device_without_clones) {
+        copy.descriptor = create_clone(source, order.destination_directory, order.name);
+        copy.is_clone = copy.has_name = copy.descriptor.is_open();
+        if (!copy.is_clone && errno == EEXIST) {
+            return keep_existing(outcome);
+        }
+        device_without_clones = copy.is_clone ? device_without_clones : status.device;
+    }
+    // What takes more than a moment has no name until it is whole, so that not even a killed process leaves half of it.
+    if (!copy.descriptor.is_open() && has_nameless_files && status.size > buffer_bytes) {
+        content_status existing;
+        if (status_at(order.destination_directory, order.name, link_rule::refuse, existing)) {
+            return keep_existing(outcome);
+        }
+        copy.descriptor = create_nameless_file(order.destination_directory);
+        has_nameless_files = copy.descriptor.is_open();
+    }
+    if (!copy.descriptor.is_open()) {
+        copy.descriptor = create_file(order.destination_directory, order.name);
+        copy.has_name = copy.descriptor.is_open();
+    }
+    if (!copy.descriptor.is_open()) {
+        return errno == EEXIST ? keep_existing(outcome) : fail(outcome, "create", errno);
+    }
+    return true;
+}
+
+/// Reads the source to the end it had when it was opened, hashes it and, unless `copy` is -1, writes it.
+bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
+{
+    hash.begin();
+    while (outcome.bytes < outcome.source.size) {
+        if (cancel_requested.load(std::memory_order_relaxed)) {
+            outcome.result = copied_file::outcome::cancelled;
+            return false;
+        }
+        const ssize_t got =
+            ::read(source, buffer.get(), std::size_t(std::min(buffer_bytes, outcome.source.size - outcome.bytes)));
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            return fail(outcome, "read", errno, outcome.bytes);
+        }
+        if (got == 0) {
+            break;
+        }
+        hash.take(buffer.get(), std::size_t(got));
+        if (copy >= 0 && !write_piece(copy, got, outcome)) {
+            return false;
+        }
+        outcome.bytes += got;
+        all_bytes_read.fetch_add(got, std::memory_order_relaxed);
+    }
+    outcome.sha256 = hash.end();
+    return true;
+}
+
+/// Writes what is in the buffer; where the source has holes, zeros are left out.
+bool file_copier::write_piece(int copy, qint64 count, copy_outcome& outcome)
+{
+    const bool ends_file = outcome.bytes + count == outcome.source.size;
+    if (outcome.source.allocated < outcome.source.size && !ends_file && is_all_zero(buffer.get(), count)) {
+        return true;
+    }
+    for (qint64 written = 0; written < count;) {
+        const ssize_t put =
+            ::pwrite(copy, buffer.get() + written, std::size_t(count - written), off_t(outcome.bytes + written));
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put <= 0) {
+            return fail(outcome, "write", put < 0 ? errno : ENOSPC, outcome.bytes + written);
+        }
+        written += put;
+    }
+    return true;
+}
+
+/// Sees to it that the copy of a file that changed meanwhile is what was hashed.
+bool file_copier::settle_changed(new_file& copy, copy_outcome& outcome)
+{
+    if (!copy.is_clone) {
+        return ::ftruncate(copy.descriptor.get(), off_t(outcome.bytes)) == 0 || fail(outcome, "write", errno);
+    }
+    // The clone was made at once, the source read later.
+    content_status clone;
+    if (!status_of(copy.descriptor.get(), clone)) {
+        return fail(outcome, "examine", errno);
+    }
+    all_bytes_read.fetch_sub(outcome.bytes, std::memory_order_relaxed);
+    outcome.source.size = clone.size;
+    outcome.bytes = 0;
+    return transfer(copy.descriptor.get(), -1, outcome);
+}
+
+/// Looks whether the source is still what it was, and makes the copy stay.
+void file_copier::finish(int source, new_file& copy, copy_outcome& outcome)
+{
+    content_status now;
+    if (!status_of(source, now)) {
+        fail(outcome, "examine", errno, outcome.bytes);
+        return;
+    }
+    if (outcome.bytes < std::min(outcome.source.size, now.size)) {
+        fail(outcome, "read", 0, outcome.bytes);
+        return;
+    }
+    const bool has_changed = now.differs_from(outcome.source);
+    if (has_changed && !settle_changed(copy, outcome)) {
+        return;
+    }
+    outcome.result = has_changed ? copied_file::outcome::changed : copied_file::outcome::copied;
+    int attribute_error = 0;
+    if (!set_time_and_permissions(copy.descriptor.get(), outcome.source.modified, outcome.source.permissions)) {
+        attribute_error = errno;
+    }
+    if (!copy.keep()) {
+        if (errno == EEXIST && !copy.has_name) {
+            keep_existing(outcome);
+        } else {
+            fail(outcome, "write", errno, outcome.bytes);
+        }
+        return;
+    }
+    if (attribute_error != 0) {
+        outcome.step = "set time and permissions";
+        outcome.error = attribute_error;
+    }
+}

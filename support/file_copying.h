@@ -1,0 +1,64 @@
+#pragma once
+
+#include "support/copied_file.h"
+#include "support/platform_copying.h"
+#include "support/stream_hash.h"
+
+#include <QString>
+
+#include <atomic>
+#include <memory>
+
+/// What a copy is made of, and what it is to be called.
+struct copy_order
+{
+    int source_directory = -1;
+    int destination_directory = -1; ///< -1 when there is none, for the reason in destination_error
+    int destination_error = 0;
+    const char* name = "";
+    bool is_link = false;         ///< the source's content is behind a link
+    bool source_path_fits = true; ///< the system takes the paths as they are, which descriptors do not show
+    bool destination_path_fits = true;
+};
+
+/// What became of a copy, without its paths.
+struct copy_outcome
+{
+    copied_file::outcome result = copied_file::outcome::failed;
+    bool was_begun = true; ///< false when the cancel came first
+    content_status source = {};
+    qint64 bytes = 0; ///< bytes read
+    QByteArray sha256 = {};
+    const char* step = "";
+    int error = 0;
+    qint64 offset = 0;
+};
+
+/// Copies files one after the other, each read once and hashed on the way. Each thread wants one of its own.
+class file_copier
+{
+public:
+    /// Throws std::runtime_error when nothing can be hashed. `cancelled` and `bytes_read` are shared and outlive it.
+    file_copier(const std::atomic<bool>& cancelled, std::atomic<qint64>& bytes_read);
+
+    /// Copies a file; an existing destination is left alone. The copy gets the source's modification time and
+    /// permissions. Whatever fails or is cancelled leaves nothing behind.
+    copy_outcome copy(const copy_order& order);
+
+private:
+    class new_file;
+
+    bool open_both(const copy_order& order, owned_descriptor& source, new_file& copy, copy_outcome& outcome);
+    bool create(const copy_order& order, int source, new_file& copy, copy_outcome& outcome);
+    bool transfer(int source, int copy, copy_outcome& outcome);
+    bool write_piece(int copy, qint64 count, copy_outcome& outcome);
+    bool settle_changed(new_file& copy, copy_outcome& outcome);
+    void finish(int source, new_file& copy, copy_outcome& outcome);
+
+    const std::atomic<bool>& cancel_requested;
+    std::atomic<qint64>& all_bytes_read;
+    stream_hash hash;
+    std::unique_ptr<char[]> buffer;
+    quint64 device_without_clones = 0;
+    bool has_nameless_files = true;
+};
