@@ -159,7 +159,7 @@ bool apple_mail_extractor_macos::extract_account_record(account_store_step& step
 void apple_mail_extractor_macos::copy_and_record_account(account_store_step& step, const QString& account,
                                                          const QString& folder)
 {
-    copy_directory(folder, copy_destination_path);
+    copy_account_folder(folder);
     if (!folder.contains(mail_literal)) {
         return;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/copied_file.h"
 #include "support/scheme_extractor_settings.h"
 
 #include <QList>
@@ -7,6 +8,7 @@
 #include <QVariantList>
 #include <QWidget>
 
+class bulk_copier;
 struct folder_account;
 
 /// The extractor of macOS sources: finds the users' mail and account stores, copies them and writes the account rows.
@@ -77,6 +79,10 @@ public:
     /// Takes further Mail version directory names, probed in list order before "V9"; what is no plain visible
     /// folder name, "V3" to "V9", and repetitions are left out.
     void set_additional_mail_versions(const QStringList& versions);
+    /// True when copies are made by several threads, and account folders are counted rather than copied once more.
+    bool bulk_copying() const { return copies_in_bulk; }
+    /// Chooses how later extractions copy.
+    void set_bulk_copying(bool in_bulk) { copies_in_bulk = in_bulk; }
 
 signals:
     /// Rows written so far; during extraction about once a second.
@@ -85,6 +91,8 @@ signals:
     void signal_total_tabs_processed_macos(int count);
     /// Copies attempted since the run began and the bytes of their source files; at most every 200 ms.
     void signal_copy_progress_of_plugin_macos(qint64 files, qint64 bytes);
+    /// What became of one file of a bulk copy.
+    void signal_copied_file_of_plugin_macos(const copied_file& file);
 
 private:
     struct account_store_step;
@@ -124,11 +132,19 @@ private:
 
     // Copying
     void copy_complete_directory_of_mail();
+    void copy_mail_directories();
     bool copy_folders_of_mail_directory(const QString& mail_directory, const QString& target);
     void copy_directory(QString source, QString destination);
+    void copy_account_folder(const QString& folder);
     QString extract_current_date() const;
     void filter_extended_attribute_list();
     void signal_copy_progress();
+
+    // Copying in bulk
+    bool copy_mail_directories_in_bulk();
+    void count_files_of(const QString& folder);
+    void take_copied_file(const copied_file& file);
+    void signal_copy_progress_of_long_file();
 
     qint64 files_copied_count = 0;
     qint64 directories_copied_count = 0;
@@ -144,4 +160,6 @@ private:
     qint64 files_attempted_in_run = 0;
     qint64 bytes_before_run = 0;
     QElapsedTimer copy_progress_timer;
+    bool copies_in_bulk = false;
+    bulk_copier* copier = nullptr; ///< while a bulk copy runs
 };

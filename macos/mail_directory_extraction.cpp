@@ -61,8 +61,7 @@ void apple_mail_extractor_macos::copy_and_record_folder(QSqlDatabase& database, 
     const QString destination = path_below_result(destination_base + QLatin1Char('/') + below_mail);
 
     mail_account_directory_list.append(folder);
-    files_copied_count = 0;
-    copy_directory(folder, copy_destination_path);
+    copy_account_folder(folder);
 
     const auto source_file = plugin_static_function::get_final_artifact_source_file(path_below_source(folder),
                                                                                     system_user, source_type_internal);

@@ -1,4 +1,5 @@
 #include "macos/apple_mail_extractor_macos.h"
+#include "support/bulk_copying.h"
 #include "support/plugin_static_function.h"
 #include "support/shared_texts.h"
 
@@ -48,6 +49,16 @@ void apple_mail_extractor_macos::copy_complete_directory_of_mail()
     if (mail_directory_list.isEmpty() || destination_root_path.isEmpty()) {
         return;
     }
+    if (!copies_in_bulk || !copy_mail_directories_in_bulk()) {
+        copy_mail_directories();
+    }
+    if (!cancel_requested) {
+        emit signal_copy_progress_of_plugin_macos(files_attempted_in_run, bytes_copied_count - bytes_before_run);
+    }
+}
+
+void apple_mail_extractor_macos::copy_mail_directories()
+{
     const QStringList mail_directories = mail_directory_list; // a slot may let the host set a new source
     for (const QString& mail_directory : mail_directories) {
         if (cancel_requested) {
@@ -60,9 +71,6 @@ void apple_mail_extractor_macos::copy_complete_directory_of_mail()
         if (!copy_folders_of_mail_directory(mail_directory, target)) {
             return;
         }
-    }
-    if (!cancel_requested) {
-        emit signal_copy_progress_of_plugin_macos(files_attempted_in_run, bytes_copied_count - bytes_before_run);
     }
 }
 
@@ -79,7 +87,12 @@ bool apple_mail_extractor_macos::copy_folders_of_mail_directory(const QString& m
         if (name == QLatin1String(".") || name == QLatin1String("..") || !entry.isDir()) {
             continue;
         }
-        copy_directory(entry.absoluteFilePath(), target + slash + name);
+        const QString folder = entry.absoluteFilePath();
+        if (copier != nullptr) {
+            copier->copy_tree(QFile::encodeName(folder), QFile::encodeName(target + slash + name));
+        } else {
+            copy_directory(folder, target + slash + name);
+        }
     }
     return true;
 }
@@ -116,6 +129,17 @@ void apple_mail_extractor_macos::copy_directory(QString source, QString destinat
     }
 }
 
+/// Copies an account's folder into the scratch directory, or only counts what that would have copied.
+void apple_mail_extractor_macos::copy_account_folder(const QString& folder)
+{
+    files_copied_count = 0;
+    if (copies_in_bulk) {
+        count_files_of(folder);
+    } else {
+        copy_directory(folder, copy_destination_path);
+    }
+}
+
 void apple_mail_extractor_macos::signal_copy_progress()
 {
     // The first copy is signalled at once, so that a host knows early that something moves.
@@ -123,7 +147,8 @@ void apple_mail_extractor_macos::signal_copy_progress()
         return;
     }
     copy_progress_timer.start();
-    emit signal_copy_progress_of_plugin_macos(files_attempted_in_run, bytes_copied_count - bytes_before_run);
+    const qint64 in_work = copier != nullptr ? copier->bytes_in_work() : 0;
+    emit signal_copy_progress_of_plugin_macos(files_attempted_in_run, bytes_copied_count - bytes_before_run + in_work);
 }
 
 QString apple_mail_extractor_macos::extract_current_date() const

@@ -43,6 +43,8 @@ apple_mail_extractor::apple_mail_extractor(QWidget* parent)
     relay(extractor_winos, &winos::signal_extracted_records_of_plugin_winos, &winos::signal_total_tabs_processed_winos);
     connect(extractor_macos, &macos::signal_copy_progress_of_plugin_macos, this,
             &apple_mail_extractor::signal_copy_progress_of_plugin_overall);
+    connect(extractor_macos, &macos::signal_copied_file_of_plugin_macos, this,
+            &apple_mail_extractor::signal_copied_file_of_plugin_overall);
 }
 
 apple_mail_extractor::~apple_mail_extractor() = default;
@@ -217,6 +219,16 @@ QStringList apple_mail_extractor::additional_mail_versions() const
 void apple_mail_extractor::set_additional_mail_versions(const QStringList& versions)
 {
     extractor_macos->set_additional_mail_versions(versions);
+}
+
+bool apple_mail_extractor::bulk_copying() const
+{
+    return extractor_macos->bulk_copying();
+}
+
+void apple_mail_extractor::set_bulk_copying(bool in_bulk)
+{
+    extractor_macos->set_bulk_copying(in_bulk);
 }
 
 QString apple_mail_extractor::plugin_version() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "plugin/host_records.h"
+#include "support/copied_file.h"
 
 #include <QFrame>
 #include <QString>
@@ -26,6 +27,9 @@ class Q_DECL_EXPORT apple_mail_extractor : public QFrame
     Q_OBJECT
     /// Further Mail version directory names such as "V10", looked for before "V9"; empty unless a host sets it.
     Q_PROPERTY(QStringList additional_mail_versions READ additional_mail_versions WRITE set_additional_mail_versions)
+    /// Copies by several threads, hashed on the way, and counts account folders without copying them once more; false
+    /// unless a host sets it.
+    Q_PROPERTY(bool bulk_copying READ bulk_copying WRITE set_bulk_copying)
     /// The plug-in's own version, such as "1.0.0".
     Q_PROPERTY(QString plugin_version READ plugin_version CONSTANT)
 
@@ -75,6 +79,10 @@ public:
     QStringList additional_mail_versions() const;
     /// Takes further Mail version directory names, probed one by one in list order before "V9".
     void set_additional_mail_versions(const QStringList& versions);
+    /// True when copies are made in bulk.
+    bool bulk_copying() const;
+    /// Chooses how later extractions copy.
+    void set_bulk_copying(bool in_bulk);
     /// Returns the plug-in's own version.
     QString plugin_version() const;
 
@@ -86,6 +94,8 @@ signals:
     /// Copies attempted since the run began, at most every 200 ms and once at the end of the whole-tree copy; bytes
     /// are those of the source files. A slot may cancel.
     void signal_copy_progress_of_plugin_overall(qint64 files, qint64 bytes);
+    /// What became of one file of the whole-tree copy; only with bulk_copying. Files come in the order of the walk.
+    void signal_copied_file_of_plugin_overall(const copied_file& file);
 
 private slots:
     void slot_m_process_finished(int status);

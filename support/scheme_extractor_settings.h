@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
+
 class plugin_helper_functions;
 
 /// What every scheme extractor keeps of the host's settings, and the counts it goes on from; what a scheme does not use
@@ -38,7 +40,7 @@ protected:
     QString source_type_internal;
     QString source_root_path;
     int engine_type = 0;
-    bool cancel_requested = false;
+    std::atomic<bool> cancel_requested = false; ///< the threads of a bulk copy look at it, too
     int source_count = 0;
     QString os_scheme_display;
     QStringList user_name_list;
