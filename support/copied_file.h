@@ -11,7 +11,8 @@ struct copied_file
     enum class outcome : quint8
     {
         copied,        ///< the copy holds what was read, and sha256 is the hash of that
-        changed,       ///< the same, but the source's size or times were others after reading than before
+        changed,       ///< the same, but the source's size or times were others after reading than before, or it ended
+                       ///< before its size says, which step and offset tell
         kept_existing, ///< something of that name lay at the destination and was left alone; the source was not read
         failed,        ///< there is no copy; step, error and offset say why
         cancelled,     ///< the copy was begun and, when the cancel came, taken away again

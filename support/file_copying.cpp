@@ -224,11 +224,8 @@ void file_copier::finish(int source, new_file& copy, copy_outcome& outcome)
         fail(outcome, "examine", errno, outcome.bytes);
         return;
     }
-    if (outcome.bytes < std::min(outcome.source.size, now.size)) {
-        fail(outcome, "read", 0, outcome.bytes);
-        return;
-    }
-    const bool has_changed = now.differs_from(outcome.source);
+    const bool ends_early = outcome.bytes < std::min(outcome.source.size, now.size);
+    const bool has_changed = ends_early || now.differs_from(outcome.source);
     if (has_changed && !settle_changed(copy, outcome)) {
         return;
     }
@@ -245,7 +242,10 @@ void file_copier::finish(int source, new_file& copy, copy_outcome& outcome)
         }
         return;
     }
-    if (attribute_error != 0) {
+    if (ends_early) {
+        outcome.step = "read";
+        outcome.offset = outcome.bytes;
+    } else if (attribute_error != 0) {
         outcome.step = "set time and permissions";
         outcome.error = attribute_error;
     }

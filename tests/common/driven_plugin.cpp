@@ -59,6 +59,7 @@ driven_plugin::driven_plugin(const evidence_source& evidence, const run_settings
     connect(plugin.get(), SIGNAL(signal_tab_processed_of_plugin_overall(int)), SLOT(take_tabs(int)));
     connect(plugin.get(), SIGNAL(signal_copy_progress_of_plugin_overall(qint64, qint64)),
             SLOT(take_copied(qint64, qint64)));
+    connect(plugin.get(), SIGNAL(signal_copied_file_of_plugin_overall(copied_file)), SLOT(take_file(copied_file)));
 }
 
 driven_plugin::~driven_plugin()
@@ -79,6 +80,7 @@ void driven_plugin::prepare()
     set_users(settings.users);
     plugin->pub_set_essential_for_kavro_desk_extraction(settings.tables, {"ignored"});
     plugin->setProperty("additional_mail_versions", settings.additional_mail_versions);
+    plugin->setProperty("bulk_copying", settings.bulk_copying);
     plugin->pub_set_result_directory(source.result());
     plugin->pub_set_clear_db(settings.clear);
     plugin->pub_create_db_tables();

@@ -17,6 +17,7 @@ struct run_settings
     QStringList additional_mail_versions = {};
     int engine_type = 0;
     bool clear = false;
+    bool bulk_copying = false;
 };
 
 /// Returns the rows of a query as texts, columns joined by "|", a NULL as "NULL"; when it fails "FAILED: " and the
@@ -54,6 +55,7 @@ public:
 
     QStringList events;                           ///< the two overall signals so far: "records 3", "tabs 1"
     QStringList copied;                           ///< every copy progress so far: "copied 1 120" (files, bytes)
+    QList<copied_file> copies;                    ///< what became of the files of a bulk copy
     std::function<void(const QString&)> on_event; ///< called as a signal of either kind arrives
     QString plugin_directory;
     QString database_path;
@@ -61,6 +63,7 @@ public:
 private slots:
     void take_records(qint64 records) { take(events, QStringLiteral("records %1").arg(records)); }
     void take_tabs(int tabs) { take(events, QStringLiteral("tabs %1").arg(tabs)); }
+    void take_file(const copied_file& file) { copies.append(file); }
     void take_copied(qint64 files, qint64 bytes) { take(copied, QString("copied %1 %2").arg(files).arg(bytes)); }
 
 private:

@@ -170,7 +170,7 @@ private slots:
     {
         bulk_run run;
         for (int i = 0; i < 1500; ++i) {
-            write_file(run.source + QString("/%1/%2").arg(i % 3).arg(i), QByteArray((i % 7) * 30'000, 'x'));
+            write_file(run.source + QString("/%1/%2").arg(i % 3).arg(i), QByteArray((i % 7) * 3'000, 'x'));
         }
         QList<QByteArray> orders[2];
         for (auto& order : orders) {
@@ -288,9 +288,9 @@ private slots:
             }
             make_link(pretender, run.source + "/long");
             run.copy();
-            QCOMPARE(run.told(), QStringList("long failed (read)"));
+            QCOMPARE(run.told(), QStringList("long changed (read)"));
             QVERIFY(run.reports.at(0).error_text.contains("the file ends early at byte "));
-            QCOMPARE(run.entries_copied(), 0);
+            QCOMPARE(run.copied("long"), content_of(run.source + "/long"));
             return;
         }
         QFile file(write_long_file(run.source + "/long", size));
@@ -301,9 +301,13 @@ private slots:
         QFile copy(run.destination + "/long");
         QCOMPARE(copy.size(), told.bytes_copied);
         QVERIFY(then > size ? told.bytes_copied == size : told.bytes_copied < size);
-        QCryptographicHash hash(QCryptographicHash::Sha256);
-        QVERIFY(copy.open(QIODevice::ReadOnly) && hash.addData(&copy));
-        QCOMPARE(told.sha256, hash.result());
+        QVERIFY(copy.open(QIODevice::ReadOnly));
+        stream_hash hash;
+        hash.begin();
+        for (QByteArray piece = copy.read(1'000'000); !piece.isEmpty(); piece = copy.read(1'000'000)) {
+            hash.take(piece.constData(), std::size_t(piece.size()));
+        }
+        QCOMPARE(told.sha256, hash.end());
     }
 
     void cancelled_in_a_long_file()
