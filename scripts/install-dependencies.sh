@@ -6,7 +6,7 @@ set -euo pipefail
 purpose=${1:-build}
 
 install_on_debian() {
-    local packages=(g++ cmake ninja-build qt6-base-dev libqt6sql6-sqlite libcli11-dev libssl-dev)
+    local packages=(g++ cmake ninja-build qt6-base-dev libqt6sql6-sqlite libcli11-dev libssl-dev libsqlite3-dev)
     [ "$purpose" = build ] || packages+=(clang)
     [ "$purpose" = check ] && packages+=(clang-format clang-tidy)
     local missing=()
@@ -27,7 +27,7 @@ install_on_debian() {
 install_on_macos() {
     command -v brew >/dev/null || { echo "install-dependencies: Homebrew is needed, see https://brew.sh" >&2; exit 1; }
     local missing=()
-    for formula in cmake ninja qt cli11 openssl@3; do
+    for formula in cmake ninja qt cli11 openssl@3 sqlite; do
         brew list --versions "$formula" >/dev/null || missing+=("$formula")
     done
     [ ${#missing[@]} -eq 0 ] || brew install "${missing[@]}"
