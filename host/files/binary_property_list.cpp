@@ -132,7 +132,7 @@ std::optional<QString> binary_property_list::string(const object& text) const
     if (text.type == kind::ascii) {
         return QString::fromLatin1(units);
     }
-    QStringDecoder decode(QStringConverter::Utf16BE, QStringDecoder::Flag::Stateless);
+    QStringDecoder decode(QStringConverter::Utf16BE, QStringConverter::Flag::ConvertInitialBom);
     return QString(decode(units));
 }
 

@@ -255,7 +255,8 @@ void tst_evidence_database::limits_hold_data()
     QTest::addColumn<QByteArray>("statement");
     QTest::addColumn<QString>("reason");
     QTest::newRow("time") << QByteArray(endless) + "max(i) FROM n" << u"takes too long"_s;
-    QTest::newRow("memory") << QByteArray(endless) + "group_concat(i) FROM (SELECT i FROM n LIMIT 5000000)"
+    QTest::newRow("memory") << QByteArray(endless) +
+                                   "group_concat(hex(zeroblob(100000))) FROM (SELECT i FROM n LIMIT 500)"
                             << u"bytes of memory"_s;
     QTest::newRow("value") << QByteArray("SELECT a FROM t") << u"more than 20000000 bytes"_s;
     QTest::newRow("writing") << QByteArray("DELETE FROM t") << u"not authorized"_s;
@@ -268,7 +269,7 @@ void tst_evidence_database::limits_hold()
     build(made, "CREATE TABLE t(a); INSERT INTO t VALUES(zeroblob(30000000))");
     evidence_limits limits;
     limits.milliseconds = 2000;
-    limits.heap_bytes = 20'000'000;
+    limits.heap_bytes = 10'000'000;
     limits.longest_value = 20'000'000;
     const evidence_copies copies = made.copies();
     const evidence_database database(copies, log_use::with_log, limits);
