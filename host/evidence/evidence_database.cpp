@@ -176,7 +176,13 @@ QString evidence_database::what_else_it_is(const char* name) const
     return count > 1 ? QStringLiteral("%1 is there more than once").arg(QLatin1String(name)) : found;
 }
 
-evidence_table evidence_database::table(const char* name) const
+const evidence_table& evidence_database::table(const char* name) const
+{
+    const auto known = tables.find(name);
+    return known != tables.end() ? known->second : tables.emplace(name, look_at(name)).first->second;
+}
+
+evidence_table evidence_database::look_at(const char* name) const
 {
     evidence_table found;
     found.refusal = what_else_it_is(name);

@@ -10,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <map>
 #include <memory>
 
 struct sqlite3;
@@ -37,8 +38,8 @@ public:
     evidence_database(const evidence_database&) = delete;
     evidence_database& operator=(const evidence_database&) = delete;
 
-    /// Looks for a table (letter case aside, as SQLite does) and checks its pages: once a table is enough.
-    evidence_table table(const char* name) const;
+    /// Looks for a table (letter case aside, as SQLite does) and checks its pages, the first time it is asked for.
+    const evidence_table& table(const char* name) const;
     /// Returns the names of ordinary tables that match the pattern ("Z_*ENABLEDDATACLASSES"), sorted.
     QByteArrayList tables_like(const char* glob) const;
     /// Runs one SELECT over tables that table() admitted. Throws an evidence_failure when it cannot be prepared.
@@ -66,6 +67,7 @@ private:
     };
 
     void forbid_what_is_not_reading();
+    evidence_table look_at(const char* name) const;
     QString first_damage(const char* name) const;
     QString what_else_it_is(const char* name) const;
 
@@ -76,4 +78,5 @@ private:
     memory_limit memory;
     confined_files files;
     std::unique_ptr<sqlite3, closer> connection;
+    mutable std::map<QByteArray, evidence_table> tables;
 };

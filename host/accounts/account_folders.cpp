@@ -1,0 +1,129 @@
+#include "host/accounts/account_folders.h"
+
+#include "host/files/file_tree.h"
+#include "host/files/property_list.h"
+#include "host/source/folder_names.h"
+#include "host/source/source_users.h"
+#include "host/text/display_text.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr qint64 largest_property_list = 1 << 20;
+
+struct folder_prefix
+{
+    const char* prefix;
+    const char* type;
+};
+
+// The longer one of two that begin alike comes first.
+constexpr std::array<folder_prefix, 7> prefixes{{{"AosIMAP-", "iCloud"},
+                                                 {"EWS-", "Exchange"},
+                                                 {"Exchange-", "Exchange"},
+                                                 {"IMAP-", "IMAP"},
+                                                 {"POP-", "POP"},
+                                                 {"IMAP", "IMAP"},
+                                                 {"POP", "POP"}}};
+
+QString live_version(const QByteArray& mail_directory)
+{
+    const quiet_data list = quiet_read(child_path(mail_directory, "PersistenceInfo.plist"), largest_property_list);
+    const QString key = QStringLiteral("LastUsedVersionDirectoryName");
+    return list.error.isEmpty() ? property_list_string(list.data, key).value : QString();
+}
+
+/// Fills in what the name tells; false for a folder that is no account's.
+bool take_name(const QByteArray& name, account_folder_found& folder)
+{
+    folder.name = display_text(name);
+    folder.holds_quote = name.contains('\'');
+    if (naming_of(name) == folder_naming::identifier) {
+        folder.identifier = QString::fromLatin1(name.toUpper());
+        return true;
+    }
+    if (name == "Mailboxes") {
+        folder.type = QStringLiteral("local");
+        return true;
+    }
+    for (const folder_prefix& known : prefixes) {
+        if (!name.startsWith(known.prefix)) {
+            continue;
+        }
+        const QByteArray rest = name.mid(qsizetype(qstrlen(known.prefix)));
+        const qsizetype at = rest.lastIndexOf('@');
+        folder.type = QLatin1String(known.type);
+        folder.login = display_text(at < 0 ? rest : rest.left(at));
+        folder.server = at < 0 ? QString() : display_text(rest.mid(at + 1));
+        return true;
+    }
+    return false;
+}
+
+void measure(const QByteArray& path, account_place& place)
+{
+    walk_tree(path, [&place](const tree_entry& entry) {
+        const QString& error = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
+        if (!error.isEmpty() && place.problem.isEmpty()) {
+            place.problem = QStringLiteral("%1: %2").arg(display_text(entry.path), error);
+        }
+        if (entry.facts.kind == entry_kind::file) {
+            place.amount += {1, entry.facts.size};
+        }
+        return true;
+    });
+}
+
+int version_number(const QString& name)
+{
+    return name.mid(1).toInt();
+}
+
+} // namespace
+
+std::vector<account_folder_found> find_account_folders(const QByteArray& source, const QByteArray& user,
+                                                       QStringList& problems)
+{
+    std::vector<account_folder_found> found;
+    const QByteArray mail = child_path(source, mail_directory_of(user));
+    const directory_listing versions = quiet_list(mail);
+    if (!versions.error.isEmpty() && quiet_stat(mail).kind != entry_kind::absent) {
+        problems.append(QStringLiteral("%1: %2").arg(display_text(mail), versions.error));
+    }
+    const QString live = live_version(mail);
+    for (const named_entry& version : versions.entries) {
+        if (!is_version_name(version.name) || version.facts.kind != entry_kind::directory) {
+            continue;
+        }
+        const QByteArray directory = child_path(mail, version.name);
+        const directory_listing folders = quiet_list(directory);
+        if (!folders.error.isEmpty()) {
+            problems.append(QStringLiteral("%1: %2").arg(display_text(directory), folders.error));
+        }
+        for (const named_entry& entry : folders.entries) {
+            account_folder_found folder;
+            if (entry.facts.kind != entry_kind::directory || !take_name(entry.name, folder)) {
+                continue;
+            }
+            folder.place.mail_version = QString::fromLatin1(version.name);
+            if (!live.isEmpty()) {
+                folder.place.live = live == folder.place.mail_version;
+            }
+            folder.place.path = display_text(child_path(child_path(mail_directory_of(user), version.name), entry.name));
+            measure(child_path(directory, entry.name), folder.place);
+            if (!folder.place.problem.isEmpty()) {
+                problems.append(folder.place.problem);
+            }
+            found.push_back(std::move(folder));
+        }
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [](const account_folder_found& left, const account_folder_found& right) {
+                         return version_number(left.place.mail_version) < version_number(right.place.mail_version);
+                     });
+    return found;
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "host/accounts/account_record.h"
+
+#include <QByteArray>
+#include <QStringList>
+
+#include <vector>
+
+/// An account folder of one user as the Mail directory has it.
+struct account_folder_found
+{
+    QString name;       ///< as display_text shows it
+    QString identifier; ///< in upper case; empty for a folder that is named otherwise
+    QString type;       ///< in plain words where the name tells it; else empty
+    QString login;      ///< what stands between the prefix and the server; empty when the name does not tell
+    QString server;     ///< behind the last "@"; the same
+    bool holds_quote = false;
+    account_place place;
+};
+
+/// Finds the account folders in every Mail version directory of a user, oldest version first. No link is followed.
+/// What could not be looked at is appended to `problems`.
+std::vector<account_folder_found> find_account_folders(const QByteArray& source, const QByteArray& user,
+                                                       QStringList& problems);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "host/accounts/account_record.h"
+#include "host/evidence/evidence_limits.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+/// Whose accounts are wanted, and where.
+struct dossier_request
+{
+    QByteArray source;             ///< root of the source
+    std::vector<QByteArray> users; ///< names of directories below "Users"
+    QString scratch;               ///< an existing directory outside the source, for copies of the stores
+    std::function<bool()> go_on = [] { return true; }; ///< false ends the work; what is there by then is returned
+};
+
+/// Reads the account stores and looks at the account folders of each user. The source is only read; what cannot be
+/// read is a problem of the dossier, never thrown.
+account_dossier read_dossier(const dossier_request& request);
