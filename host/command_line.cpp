@@ -1,6 +1,7 @@
 #include "host/command_line.h"
 
 #include "host/log/decipher_command.h"
+#include "host/mail_database/accounts_command.h"
 #include "host/report/report_command.h"
 #include "host/result/result_paths.h"
 #include "host/result/show_command.h"
@@ -153,6 +154,19 @@ void add_show(CLI::App& program, chosen_command& chosen, show_options& options)
         ->default_str("table");
 }
 
+void add_accounts(CLI::App& program, chosen_command& chosen, accounts_options& options)
+{
+    CLI::App& command =
+        add_command(program, chosen, "accounts", "Say who the accounts of a result are", accounts_command, options);
+    add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
+    add_text(command, "--user", options.user, "Only this user's")->type_name("NAME");
+    add_text(command, "--format", options.format, "How to print them")
+        ->check(CLI::IsMember({"table", "csv", "json"}))
+        ->default_str("table");
+    command.add_flag("--wide", options.wide, "Every field, however wide the table gets");
+    command.add_flag("--raw", options.raw, "CSV as the store has it, also cells that a spreadsheet would run");
+}
+
 void add_survey(CLI::App& program, chosen_command& chosen, survey_options& options)
 {
     CLI::App& command =
@@ -246,6 +260,7 @@ int run_command_line(int argc, char** argv)
     survey_options survey;
     run_options run;
     show_options show;
+    accounts_options accounts;
     verify_options verify;
     report_options report;
     decipher_options decipher;
@@ -253,6 +268,7 @@ int run_command_line(int argc, char** argv)
     add_survey(program, chosen, survey);
     add_run(program, chosen, run);
     add_show(program, chosen, show);
+    add_accounts(program, chosen, accounts);
     add_verify(program, chosen, verify);
     add_report(program, chosen, report);
     add_decipher(program, chosen, decipher);

@@ -1,18 +1,10 @@
 #pragma once
 
-#include <QString>
+#include "host/text/failure.h"
 
-#include <stdexcept>
-
-/// Says why a database of the evidence cannot be read, or not further.
-class evidence_failure : public std::runtime_error
+/// Says in one line why a database of the evidence, which the line names, cannot be read, or not further.
+class evidence_failure : public failure
 {
 public:
-    explicit evidence_failure(const QString& text) : std::runtime_error(text.toStdString()), message_text(text) {}
-
-    /// Returns one line that names the file and the reason.
-    const QString& message() const { return message_text; }
-
-private:
-    QString message_text;
+    using failure::failure;
 };

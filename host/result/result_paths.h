@@ -15,12 +15,13 @@ enum class product
     sums,
     seal,
     report,
-    lock
+    lock,
+    mail_database
 };
 
 /// The products' file names, by product.
-inline constexpr std::array<const char*, 7> product_names = {"log.txt",  "run.json",    "manifest.csv", "SHA256SUMS",
-                                                             "seal.txt", "report.html", "lock"};
+inline constexpr std::array<const char*, 8> product_names = {"log.txt",  "run.json",    "manifest.csv", "SHA256SUMS",
+                                                             "seal.txt", "report.html", "lock",         "mail.sqlite"};
 
 /// Returns a product's file name.
 inline QLatin1String product_name(product which)

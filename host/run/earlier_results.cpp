@@ -72,7 +72,7 @@ void remove_earlier_copies(const result_paths& result)
 
 void remove_stray_products(const result_paths& result)
 {
-    for (const product which : {product::manifest, product::sums, product::report}) {
+    for (const product which : {product::manifest, product::sums, product::report, product::mail_database}) {
         remove_all(result.path(which));
     }
     const QDir folder(result.products());

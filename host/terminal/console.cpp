@@ -1,8 +1,12 @@
 #include "host/terminal/console.h"
 
 #include "host/text/display_text.h"
+#include "host/text/text_layout.h"
 
 #include <cstdio>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -22,6 +26,13 @@ void print_bytes(const QByteArray& bytes)
 void print_line(const QString& line)
 {
     write(stdout, line.toUtf8() + '\n');
+}
+
+qsizetype terminal_width()
+{
+    winsize size = {};
+    const bool known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : page_width;
 }
 
 void complain(const QString& message)

@@ -21,6 +21,14 @@ QByteArray csv_line(const QByteArrayList& texts)
     return line + "\r\n";
 }
 
+QByteArray csv_guarded(const QByteArray& text)
+{
+    const char first = text.isEmpty() ? '\0' : text.front();
+    const bool is_formula =
+        first == '=' || first == '+' || first == '-' || first == '@' || first == '\t' || first == '\r';
+    return is_formula ? '\'' + text : text;
+}
+
 std::optional<QByteArrayList> csv_fields(const QByteArray& line)
 {
     QByteArrayList fields{QByteArray()};

@@ -12,5 +12,8 @@ QByteArray csv_field(QByteArray text);
 /// Returns a line of comma-separated values with its end, "\r\n".
 QByteArray csv_line(const QByteArrayList& texts);
 
+/// Returns a text that a spreadsheet takes for a text: one that begins like a formula gets an apostrophe before it.
+QByteArray csv_guarded(const QByteArray& text);
+
 /// Splits one line, without its line end, into its fields; nothing when its quotes are out of order.
 std::optional<QByteArrayList> csv_fields(const QByteArray& line);

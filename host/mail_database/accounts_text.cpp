@@ -1,0 +1,161 @@
+#include "host/mail_database/accounts_text.h"
+
+#include "host/mail_database/account_fields.h"
+#include "host/text/csv.h"
+#include "host/text/display_text.h"
+#include "host/text/text_table.h"
+
+#include <algorithm>
+
+namespace {
+
+const QString separator = QStringLiteral("; ");
+
+/// By what a person knows the account best.
+QString name_of(const account_record& record)
+{
+    for (const QString* name : {&record.address, &record.user_name, &record.description, &record.identifier}) {
+        if (!name->isEmpty()) {
+            return *name;
+        }
+    }
+    return QStringLiteral("-");
+}
+
+QString type_of(const account_record& record)
+{
+    const bool is_told = record.provider.isEmpty() || record.provider == record.type;
+    const QString type = record.type.isEmpty() ? QStringLiteral("-") : record.type;
+    return is_told ? type : QStringLiteral("%1 of %2").arg(type, record.provider);
+}
+
+QString server_of(const account_server& server)
+{
+    return server.port && !server.host.isEmpty() ? QStringLiteral("%1:%2").arg(server.host).arg(*server.port)
+                                                 : server.host;
+}
+
+QString text_for_person(const QString& text)
+{
+    return text.isEmpty() ? QStringLiteral("-") : text;
+}
+
+QString yes_or_no(const std::optional<bool>& flag)
+{
+    return !flag ? QStringLiteral("-") : *flag ? QStringLiteral("yes") : QStringLiteral("no");
+}
+
+/// "V10* V9": the star stands at the version in use.
+QString versions_of(const account_record& record)
+{
+    QStringList versions;
+    for (const account_place& place : record.folders) {
+        versions.append(place.mail_version + (place.live == true ? QStringLiteral("*") : QString()));
+    }
+    return versions.join(u' ');
+}
+
+file_amount amount_of(const account_record& record)
+{
+    file_amount amount;
+    for (const account_place& place : record.folders) {
+        amount += place.amount;
+    }
+    return amount;
+}
+
+QString paths_of(const account_record& record)
+{
+    QStringList paths;
+    for (const account_place& place : record.folders) {
+        paths.append(place.path);
+    }
+    return paths.join(separator);
+}
+
+/// The short words for where an account stands.
+QString standing_of(const account_record& record)
+{
+    const bool is_plain = record.row.isEmpty() || record.row == QLatin1String("database");
+    return is_plain ? record.status : record.status + QStringLiteral(", ") + record.row;
+}
+
+/// The fields of a record and what hangs on it, one text each; the titles come from the same list.
+QStringList all_texts(const account_record* record)
+{
+    QStringList texts;
+    for (const account_field& field : account_fields()) {
+        texts.append(record ? field.value(*record).toString() : QLatin1String(field.column));
+    }
+    const auto add = [&](const char* title, const auto& text_of) {
+        texts.append(record ? text_of(*record) : QString(QLatin1String(title)));
+    };
+    add("addresses", [](const account_record& one) { return one.addresses.join(separator); });
+    add("parent",
+        [](const account_record& one) { return one.parents.isEmpty() ? QString() : one.parents.first().identifier; });
+    add("mail_versions", versions_of);
+    add("folders", paths_of);
+    add("files", [](const account_record& one) { return QString::number(amount_of(one).files); });
+    add("bytes", [](const account_record& one) { return QString::number(amount_of(one).bytes); });
+    add("marks", [](const account_record& one) { return one.marks.join(separator); });
+    add("before_log", [](const account_record& one) { return one.before_log.join(separator); });
+    return texts;
+}
+
+} // namespace
+
+QStringList accounts_table(const QList<account_record>& accounts, qsizetype width)
+{
+    const QList<table_column> columns{{QStringLiteral("user"), false, narrow_column},
+                                      {QStringLiteral("account"), false, 3 * narrow_column},
+                                      {QStringLiteral("type"), false, narrow_column},
+                                      {QStringLiteral("server"), false, narrow_column},
+                                      {QStringLiteral("mail")},
+                                      {QStringLiteral("folders"), false, narrow_column},
+                                      {QStringLiteral("files"), true},
+                                      {QStringLiteral("found"), false, narrow_column}};
+    QList<QStringList> rows;
+    QStringList marks;
+    for (const account_record& record : accounts) {
+        const account_server& server = record.incoming.host.isEmpty() ? record.outgoing : record.incoming;
+        rows.append({record.user, name_of(record) + (record.marks.isEmpty() ? QString() : QStringLiteral(" (!)")),
+                     type_of(record), text_for_person(server_of(server)), yes_or_no(record.mail_enabled),
+                     text_for_person(versions_of(record)), QString::number(amount_of(record).files),
+                     standing_of(record)});
+        for (const QString& mark : record.marks) {
+            marks.append(display_text(QStringLiteral("(!) %1, %2: %3").arg(record.user, name_of(record), mark)));
+        }
+    }
+    return table_lines(columns, rows, width) + marks;
+}
+
+QStringList wide_accounts_table(const QList<account_record>& accounts)
+{
+    QList<table_column> columns;
+    const QStringList titles = all_texts(nullptr);
+    for (const QString& title : titles) {
+        columns.append({title});
+    }
+    QList<QStringList> rows;
+    for (const account_record& record : accounts) {
+        QStringList& row = rows.emplaceBack(all_texts(&record));
+        std::transform(row.begin(), row.end(), row.begin(), text_for_person);
+    }
+    return table_lines(columns, rows, std::numeric_limits<qsizetype>::max());
+}
+
+QByteArrayList accounts_csv(const QList<account_record>& accounts, bool raw)
+{
+    const auto line_of = [raw](const account_record* record) {
+        QByteArrayList fields;
+        for (const QString& text : all_texts(record)) {
+            fields.append(raw ? text.toUtf8() : csv_guarded(text.toUtf8()));
+        }
+        return csv_line(fields);
+    };
+    QByteArrayList lines{line_of(nullptr)};
+    for (const account_record& record : accounts) {
+        lines.append(line_of(&record));
+    }
+    return lines;
+}

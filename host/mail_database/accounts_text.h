@@ -1,0 +1,16 @@
+#pragma once
+
+#include "host/accounts/account_record.h"
+
+#include <QByteArrayList>
+#include <QString>
+#include <QStringList>
+
+/// Returns the accounts as a table of at most `width` columns; marks and problems follow as lines of their own.
+QStringList accounts_table(const QList<account_record>& accounts, qsizetype width);
+
+/// Returns the accounts with all their fields as a table as wide as it takes.
+QStringList wide_accounts_table(const QList<account_record>& accounts);
+
+/// Returns lines of comma-separated values, the titles first; without `raw` what a spreadsheet would run is guarded.
+QByteArrayList accounts_csv(const QList<account_record>& accounts, bool raw);
