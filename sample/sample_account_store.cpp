@@ -1,5 +1,6 @@
 #include "sample/sample_account_store.h"
 
+#include "sample/sample_account_properties.h"
 #include "sample/sample_plist.h"
 #include "sample/sample_wal.h"
 
@@ -11,6 +12,14 @@ constexpr qint64 core_data_epoch_seconds = 978'307'200;
 constexpr int account_entity = 2;
 constexpr int property_entity = 3;
 constexpr int type_entity = 4;
+constexpr int class_entity = 7;
+
+// By key, which counts from one.
+constexpr std::array<const char*, 3> data_classes{"com.apple.Dataclass.Mail", "com.apple.Dataclass.Calendars",
+                                                  "com.apple.Dataclass.Notes"};
+constexpr int mail_class = 1;
+constexpr int calendars_class = 2;
+constexpr int notes_class = 3;
 
 struct account_type
 {
@@ -19,9 +28,10 @@ struct account_type
     const char* credential_type;
 };
 
-constexpr std::array<account_type, 19> account_types{{
+constexpr std::array<account_type, 20> account_types{{
     {"com.apple.account.Hotmail", "Hotmail", "oauth2"},
     {"com.apple.account.POP", "POP", "password"},
+    {"com.apple.account.IMAPMail", "iCloud Mail", "token"},
     {"com.apple.account.AppleAccount", "iCloud", "token"},
     {"com.apple.account.AppleID", "AppleID", "appleid-tokens"},
     {"com.apple.account.AppleIDAuthentication", "Apple ID", "appleid-authentication"},
@@ -65,6 +75,7 @@ public:
 
     sample_database build(const sample_user& user)
     {
+        full_name = user.full_name;
         add_services_of_the_system(user);
         for (const sample_mail_account& account : user.accounts) {
             if (!(leftover && account.only_in_log)) {
@@ -114,7 +125,7 @@ private:
     void add_property(qint64 account, const QString& key, const QVariant& value, bool only_in_log)
     {
         (only_in_log ? properties_in_log : properties_in_file)
-            .append({++last_property, property_entity, 1, account, key, to_binary_plist(value)});
+            .append({++last_property, property_entity, 1, account, key, to_keyed_archive(value)});
     }
 
     void add_services_of_the_system(const sample_user& user)
@@ -135,16 +146,19 @@ private:
              .owner = "com.apple.CalendarAgent"});
     }
 
+    void enable(qint64 account, std::initializer_list<int> classes, bool only_in_log)
+    {
+        for (const int data_class : classes) {
+            (only_in_log ? enabled_in_log : enabled_in_file).append({account, data_class});
+        }
+    }
+
     void add_mail_account(const sample_mail_account& account)
     {
         const bool logged = account.only_in_log;
-        const QByteArray properties =
-            to_binary_plist(QVariantMap{{QStringLiteral("com.apple.Dataclass.Mail"),
-                                         QVariantMap{{QStringLiteral("hostname"), account.host},
-                                                     {QStringLiteral("status"), QStringLiteral("active")}}},
-                                        {QStringLiteral("com.apple.Dataclass.Notes"), QVariantMap{}}});
         const bool alone = account.provider_identifier.isEmpty();
         const QString user_name = leftover ? QStringLiteral("former.") + account.address() : account.address();
+        const QByteArray dictionaries = to_keyed_archive(data_class_dictionaries(account, user_name));
         qint64 provider = 0;
         if (!alone) {
             provider = add({.type = account.kind->provider_type,
@@ -152,8 +166,9 @@ private:
                             .user_name = user_name,
                             .owner = "com.apple.systempreferences",
                             .identifier = account.provider_identifier,
-                            .properties = properties,
+                            .properties = dictionaries,
                             .only_in_log = logged});
+            enable(provider, {mail_class, calendars_class, notes_class}, logged);
             for (const char* service :
                  {"com.apple.account.CalDAV", "com.apple.account.CardDAV", "com.apple.account.IMAPNotes"}) {
                 add({.type = service, .parent = provider, .only_in_log = logged});
@@ -167,13 +182,24 @@ private:
             mail.description = account.description();
             mail.user_name = user_name;
             mail.owner = "com.apple.mail";
-            mail.properties = properties;
+            mail.properties = dictionaries;
         }
         const qint64 key = add(mail);
-        add_property(key, QStringLiteral("Hostname"), account.host, logged);
-        add_property(key, QStringLiteral("PortNumber"), account.kind->port, logged);
-        add_property(key, QStringLiteral("SSLEnabled"), true, logged);
-        add({.type = "com.apple.account.SMTP", .parent = provider ? provider : key, .only_in_log = logged});
+        if (alone) {
+            enable(key, {mail_class}, logged);
+        }
+        const row sending{.type = "com.apple.account.SMTP",
+                          .parent = provider ? provider : key,
+                          .identifier = random.uuid(),
+                          .only_in_log = logged};
+        for (const sample_property& property :
+             mail_account_properties(account, full_name, user_name, sending.identifier)) {
+            add_property(key, property.key, property.value, logged);
+        }
+        const qint64 sender = add(sending);
+        for (const sample_property& property : sending_account_properties(account)) {
+            add_property(sender, property.key, property.value, logged);
+        }
     }
 
     sample_database statements();
@@ -182,12 +208,15 @@ private:
     sample_random& random;
     bool older;
     bool leftover;
+    QString full_name;
     qint64 last_account = 0;
     qint64 last_property = 0;
     QList<QVariantList> accounts_in_file;
     QList<QVariantList> accounts_in_log;
     QList<QVariantList> properties_in_file;
     QList<QVariantList> properties_in_log;
+    QList<QVariantList> enabled_in_file;
+    QList<QVariantList> enabled_in_log;
 };
 
 QVariantList store_builder::metadata()
@@ -223,6 +252,11 @@ sample_database store_builder::statements()
                        "ZSUPPORTSMULTIPLEACCOUNTS INTEGER, ZVISIBILITY INTEGER, ZACCOUNTTYPEDESCRIPTION VARCHAR, "
                        "ZCREDENTIALPROTECTIONPOLICY VARCHAR, ZCREDENTIALTYPE VARCHAR, ZIDENTIFIER VARCHAR, "
                        "ZOWNINGBUNDLEID VARCHAR )"),
+        QStringLiteral(
+            "CREATE TABLE ZDATACLASS ( Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, ZNAME BLOB )"),
+        QStringLiteral(
+            "CREATE TABLE Z_2ENABLEDDATACLASSES ( Z_2ENABLEDACCOUNTS INTEGER, Z_7ENABLEDDATACLASSES INTEGER, "
+            "PRIMARY KEY (Z_2ENABLEDACCOUNTS, Z_7ENABLEDDATACLASSES) )"),
         QStringLiteral("CREATE INDEX ZACCOUNT_ZACCOUNTTYPE_INDEX ON ZACCOUNT (ZACCOUNTTYPE)"),
         QStringLiteral("CREATE INDEX ZACCOUNT_ZPARENTACCOUNT_INDEX ON ZACCOUNT (ZPARENTACCOUNT)"),
         QStringLiteral("CREATE INDEX ZACCOUNTPROPERTY_ZOWNER_INDEX ON ZACCOUNTPROPERTY (ZOWNER)"),
@@ -248,6 +282,15 @@ sample_database store_builder::statements()
     if (!properties_in_file.isEmpty()) {
         content.in_file.append({insert_property, properties_in_file});
     }
+    QList<QVariantList> classes;
+    for (const char* name : data_classes) {
+        classes.append({classes.size() + 1, class_entity, 1, to_keyed_archive(QString::fromLatin1(name))});
+    }
+    content.in_file.append({QStringLiteral("INSERT INTO ZDATACLASS VALUES(?,?,?,?)"), classes});
+    const QString insert_enabled = QStringLiteral("INSERT INTO Z_2ENABLEDDATACLASSES VALUES(?,?)");
+    if (!enabled_in_file.isEmpty()) {
+        content.in_file.append({insert_enabled, enabled_in_file});
+    }
     content.in_file.append({QStringLiteral("INSERT INTO Z_PRIMARYKEY VALUES(?,?,?,?)"),
                             {{account_entity, QStringLiteral("Account"), 0, accounts_in_file.size()},
                              {property_entity, QStringLiteral("AccountProperty"), 0, properties_in_file.size()},
@@ -257,6 +300,9 @@ sample_database store_builder::statements()
     content.only_in_log.append({insert_account, accounts_in_log});
     if (!properties_in_log.isEmpty()) {
         content.only_in_log.append({insert_property, properties_in_log});
+    }
+    if (!enabled_in_log.isEmpty()) {
+        content.only_in_log.append({insert_enabled, enabled_in_log});
     }
     content.only_in_log.append({update_maximum, {{last_account, account_entity}, {last_property, property_entity}}});
     return content;

@@ -18,12 +18,12 @@ enum kind_index : std::size_t
 };
 
 constexpr std::array<mail_account_kind, kind_count> kinds{{
-    {"com.apple.account.AppleAccount", "com.apple.account.IMAP", "IMAP", 993, "imap.mail.me.com", "", "iCloud"},
+    {"com.apple.account.AppleAccount", "com.apple.account.IMAPMail", "IMAP", 993, "imap.mail.me.com", "", "iCloud"},
     {"", "com.apple.account.IMAP", "IMAP", 993, "imap.%1", "", ""},
     {"com.apple.account.Google", "com.apple.account.IMAP", "IMAP", 993, "imap.gmail.com", "", "Google"},
     {"", "com.apple.account.POP", "POP", 995, "pop.%1", "", ""},
     {"", "com.apple.account.POP", "POP", 995, "pop3.live.com", "live.com", "Outlook"},
-    {"com.apple.account.Exchange", "com.apple.account.IMAP", "EWS", 443, "mail.%1", "", "Exchange"},
+    {"com.apple.account.Exchange", "com.apple.account.Exchange", "EWS", 443, "mail.%1", "", "Exchange"},
 }};
 
 struct fixed_user

@@ -119,6 +119,8 @@ private:
         case QMetaType::Int:
         case QMetaType::LongLong:
             return {integer_object(value.toLongLong()), {}};
+        case QMetaType::UInt:
+            return {'\x83' + big_endian(value.toUInt(), 4), {}};
         case QMetaType::Double:
             return {'\x23' + big_endian(std::bit_cast<quint64>(value.toDouble()), 8), {}};
         case QMetaType::QByteArray:
@@ -133,6 +135,65 @@ private:
     }
 
     QList<object> objects;
+};
+
+/// Lays values out as a keyed archive: a list of objects that refer to each other by UID.
+class keyed_archiver
+{
+public:
+    QByteArray archive(const QVariant& value)
+    {
+        const uint root = add(value);
+        return to_binary_plist(QVariantMap{{QStringLiteral("$archiver"), QStringLiteral("NSKeyedArchiver")},
+                                           {QStringLiteral("$version"), 100'000},
+                                           {QStringLiteral("$top"), QVariantMap{{QStringLiteral("root"), root}}},
+                                           {QStringLiteral("$objects"), objects}});
+    }
+
+private:
+    uint add(const QVariant& value)
+    {
+        const auto index = static_cast<uint>(objects.size());
+        objects.append(value);
+        if (value.typeId() == QMetaType::QVariantMap) {
+            const QVariantMap map = value.toMap();
+            QVariantList keys;
+            QVariantList values;
+            for (auto entry = map.begin(); entry != map.end(); ++entry) {
+                keys.append(add(entry.key()));
+                values.append(add(entry.value()));
+            }
+            objects[index] = QVariantMap{{QStringLiteral("NS.keys"), keys},
+                                         {QStringLiteral("NS.objects"), values},
+                                         {QStringLiteral("$class"), class_of("NSDictionary")}};
+        } else if (value.typeId() == QMetaType::QVariantList) {
+            QVariantList items;
+            for (const QVariant& item : value.toList()) {
+                items.append(add(item));
+            }
+            objects[index] =
+                QVariantMap{{QStringLiteral("NS.objects"), items}, {QStringLiteral("$class"), class_of("NSArray")}};
+        } else if (value.typeId() == QMetaType::QDateTime) {
+            const auto seconds = static_cast<double>(value.toDateTime().toSecsSinceEpoch() - plist_epoch_seconds);
+            objects[index] =
+                QVariantMap{{QStringLiteral("NS.time"), seconds}, {QStringLiteral("$class"), class_of("NSDate")}};
+        }
+        return index;
+    }
+
+    uint class_of(const char* name)
+    {
+        const QString text = QString::fromLatin1(name);
+        if (!classes.contains(text)) {
+            classes.insert(text, static_cast<uint>(objects.size()));
+            objects.append(QVariantMap{{QStringLiteral("$classname"), text},
+                                       {QStringLiteral("$classes"), QVariantList{text, QStringLiteral("NSObject")}}});
+        }
+        return classes.value(text);
+    }
+
+    QVariantList objects{QStringLiteral("$null")};
+    QMap<QString, uint> classes;
 };
 
 QString xml_element(const char* name, const QString& content, const QString& indent)
@@ -189,4 +250,9 @@ QByteArray to_xml_plist(const QVariant& value)
 QByteArray to_binary_plist(const QVariant& value)
 {
     return binary_encoder().encode(value);
+}
+
+QByteArray to_keyed_archive(const QVariant& value)
+{
+    return keyed_archiver().archive(value);
 }

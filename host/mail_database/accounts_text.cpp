@@ -19,7 +19,7 @@ QString name_of(const account_record& record)
             return *name;
         }
     }
-    return QStringLiteral("-");
+    return record.folders.isEmpty() ? QStringLiteral("-") : record.folders.first().path.section(u'/', -1);
 }
 
 QString type_of(const account_record& record)
@@ -73,11 +73,17 @@ QString paths_of(const account_record& record)
     return paths.join(separator);
 }
 
-/// The short words for where an account stands.
-QString standing_of(const account_record& record)
+/// In a few words where an account was found, and what the store's log does to its row.
+QString found_in(const account_record& record)
 {
-    const bool is_plain = record.row.isEmpty() || record.row == QLatin1String("database");
-    return is_plain ? record.status : record.status + QStringLiteral(", ") + record.row;
+    const QString place = record.folders.isEmpty() ? QStringLiteral("store")
+                          : record.store.isEmpty() ? QStringLiteral("folder")
+                                                   : QStringLiteral("both");
+    const bool is_in_log_alone = record.row == QLatin1String("only in the log");
+    const bool is_removed = record.row == QLatin1String("removed by the log");
+    return place + (is_in_log_alone ? QStringLiteral(", log only")
+                    : is_removed    ? QStringLiteral(", removed")
+                                    : QString());
 }
 
 /// The fields of a record and what hangs on it, one text each; the titles come from the same list.
@@ -108,20 +114,19 @@ QStringList accounts_table(const QList<account_record>& accounts, qsizetype widt
 {
     const QList<table_column> columns{{QStringLiteral("user"), false, narrow_column},
                                       {QStringLiteral("account"), false, 3 * narrow_column},
-                                      {QStringLiteral("type"), false, narrow_column},
+                                      {QStringLiteral("type")},
                                       {QStringLiteral("server"), false, narrow_column},
                                       {QStringLiteral("mail")},
                                       {QStringLiteral("folders"), false, narrow_column},
                                       {QStringLiteral("files"), true},
-                                      {QStringLiteral("found"), false, narrow_column}};
+                                      {QStringLiteral("found in")}};
     QList<QStringList> rows;
     QStringList marks;
     for (const account_record& record : accounts) {
         const account_server& server = record.incoming.host.isEmpty() ? record.outgoing : record.incoming;
         rows.append({record.user, name_of(record) + (record.marks.isEmpty() ? QString() : QStringLiteral(" (!)")),
                      type_of(record), text_for_person(server_of(server)), yes_or_no(record.mail_enabled),
-                     text_for_person(versions_of(record)), QString::number(amount_of(record).files),
-                     standing_of(record)});
+                     text_for_person(versions_of(record)), QString::number(amount_of(record).files), found_in(record)});
         for (const QString& mark : record.marks) {
             marks.append(display_text(QStringLiteral("(!) %1, %2: %3").arg(record.user, name_of(record), mark)));
         }

@@ -5,6 +5,7 @@
 #include "host/report/document.h"
 #include "host/result/seal.h"
 #include "host/run/guards.h"
+#include "host/run/mail_database_step.h"
 #include "host/run/plugin_library.h"
 #include "host/run/preparation.h"
 #include "host/run/run_journal.h"
@@ -95,6 +96,16 @@ try {
     record.add_error(unwritten.message());
 }
 
+/// Writes down who the accounts are; what a store cannot say is no error of the run.
+void note_accounts(run_record& record, const run_plan& plan)
+{
+    const mail_database_outcome outcome =
+        write_mail_database(plan.settings.source_root, plan.settings.users, plan.result);
+    for (const QString& problem : outcome.problems) {
+        record.add_error(problem);
+    }
+}
+
 void refuse_when_interrupted()
 {
     if (interruption::requested()) {
@@ -164,6 +175,7 @@ int run_command(const run_options& options)
     take_stock(plan, begun, signalled_rows, journal.record());
     if (holds_mail && !interruption::requested()) {
         keep_witnesses(plan, journal.record());
+        note_accounts(journal.record(), plan);
     }
     if (holds_mail && !interruption::requested()) {
         verify_run(journal.record(), options, plan.result);
