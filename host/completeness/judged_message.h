@@ -1,0 +1,20 @@
+#pragma once
+
+#include "host/completeness/emptied_parts.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+/// What became of looking into one mail file.
+struct judged_message
+{
+    QString problem;                 ///< why it is not readable as a message; empty when it is
+    std::vector<emptied_part> parts; ///< of a partial message, those whose content was taken out
+    QString note;                    ///< what of a readable message was not looked at; empty when nothing was left
+};
+
+/// Opens a mail file and judges its beginning; a partial one is read to its end, within a bound that no message without
+/// its attachments reaches.
+judged_message judge_message_file(const QByteArray& path, bool is_partial);

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "host/completeness/emptied_parts.h"
+#include "host/files/quiet_reading.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+/// One message on disk. "7.emlx" and "7.partial.emlx" side by side are one message.
+struct mail_file
+{
+    qint64 number = -1;     ///< by which the index knows it; -1 when the file's name is no number
+    qint32 mailbox = 0;     ///< position in mail_files::mailboxes
+    qint32 directory = 0;   ///< position in mail_files::directories
+    qint32 named = -1;      ///< position in mail_files::names; -1 when the name follows from number and form
+    qint32 problem = -1;    ///< position in mail_files::problems; -1 when it is readable as a message
+    qint32 absent = 0;      ///< attachments that are neither in it nor beside it
+    bool is_partial = false;
+    bool is_pair = false;     ///< both forms are there
+    bool is_in_place = false; ///< lies in the folder that its number asks for
+
+    bool is_readable() const { return problem < 0; }
+};
+
+/// A folder that is a mailbox, or holds messages outside of any.
+struct mailbox_folder
+{
+    QByteArray account;      ///< the account's folder
+    QList<QByteArray> names; ///< of the mailboxes down to this one, in comparable form
+};
+
+/// Something that could not be looked at, or was not.
+struct walk_note
+{
+    QByteArray path; ///< below the root
+    QString reason;
+};
+
+/// An attachment that a message names and nothing on disk holds.
+struct absent_attachment
+{
+    const mailbox_folder& mailbox;
+    QByteArray path; ///< of the message, below the root
+    emptied_part part;
+};
+
+/// The messages of a tree of accounts.
+struct mail_files
+{
+    QByteArray root;
+    QList<QByteArray> accounts; ///< folders directly in the root that may be accounts
+    std::vector<mailbox_folder> mailboxes;
+    std::vector<mail_file> files;
+    std::vector<QByteArray> directories; ///< below the root
+    std::vector<QByteArray> names;
+    std::vector<QString> problems; ///< why files are not readable, each reason once
+    std::vector<walk_note> notes;
+
+    /// Returns the path of a message below the root; of a pair, that of the form that was read.
+    QByteArray path_of(const mail_file& file) const;
+};
+
+/// Finds every message below the folders of `root` that `is_account` accepts. Each is opened and its beginning judged;
+/// only partial ones are read on, as many bytes as messages without attachments may have. No link is followed below
+/// the root. `on_absent` gets each absent attachment.
+mail_files find_mail_files(const QByteArray& root, const std::function<bool(const QByteArray& folder)>& is_account,
+                           const std::function<void(const absent_attachment&)>& on_absent);

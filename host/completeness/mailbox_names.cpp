@@ -1,0 +1,140 @@
+#include "host/completeness/mailbox_names.h"
+
+#include "host/source/folder_names.h"
+#include "host/text/utf8.h"
+
+#include <QString>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr std::array mailbox_endings{".mbox", ".imapmbox"};
+
+/// Folders in which older releases keep what lies on the Mac alone.
+constexpr const char* local_folder = "Mailboxes";
+
+/// How the folders of protocol-named accounts begin, by the scheme of the addresses of their mailboxes.
+struct folder_prefix
+{
+    const char* scheme;
+    const char* prefix;
+};
+constexpr std::array folder_prefixes{folder_prefix{"imap", "IMAP-"}, folder_prefix{"imap", "AosIMAP-"},
+                                     folder_prefix{"imap", "Mac-"},  folder_prefix{"aosimap", "AosIMAP-"},
+                                     folder_prefix{"pop", "POP-"},   folder_prefix{"ews", "EWS-"},
+                                     folder_prefix{"ews", "IMAP-"}};
+
+QByteArray decoded(const QByteArray& text)
+{
+    return comparable_name(QByteArray::fromPercentEncoding(text));
+}
+
+QList<QByteArray> decoded_names(const QByteArray& path)
+{
+    QList<QByteArray> names;
+    for (const QByteArray& part : path.split('/')) {
+        if (!part.isEmpty()) {
+            names.append(decoded(part).replace('/', ':'));
+        }
+    }
+    return names;
+}
+
+/// An address of a file path: what follows the Mail directory, and the version directory if there is one, is the
+/// account's folder and the mailboxes.
+mailbox_address from_file_path(mailbox_address address)
+{
+    const qsizetype mail = address.names.lastIndexOf("Mail");
+    if (mail > 0 && address.names[mail - 1] == "Library") {
+        address.names.remove(0, mail + 1);
+    }
+    if (!address.names.isEmpty() && address.names.first() == local_folder) {
+        address.names.removeFirst();
+    }
+    std::transform(address.names.begin(), address.names.end(), address.names.begin(), name_of_mailbox_folder);
+    return address;
+}
+
+} // namespace
+
+mailbox_address parse_mailbox_address(const QByteArray& address)
+{
+    mailbox_address parsed;
+    const qsizetype colon = address.indexOf(':');
+    if (colon <= 0 || address.indexOf('/') < colon) {
+        parsed.names.append(comparable_name(address));
+        return parsed;
+    }
+    parsed.scheme = address.left(colon).toLower();
+    QByteArray rest = address.mid(colon + 1);
+    if (rest.startsWith("//")) {
+        const qsizetype path = rest.indexOf('/', 2);
+        const QByteArray authority = rest.mid(2, path < 0 ? -1 : path - 2);
+        rest = path < 0 ? QByteArray() : rest.mid(path);
+        // A user name may hold an "@" of its own; a server does not.
+        const qsizetype at = authority.lastIndexOf('@');
+        parsed.user = at < 0 ? QByteArray() : decoded(authority.left(at));
+        parsed.host = decoded(authority.mid(at + 1));
+    }
+    parsed.names = decoded_names(rest);
+    return parsed.scheme == "mailbox" ? from_file_path(parsed) : parsed;
+}
+
+QByteArray comparable_name(const QByteArray& name)
+{
+    return is_utf8(name) ? QString::fromUtf8(name).normalized(QString::NormalizationForm_C).toUtf8() : name;
+}
+
+QByteArray mailbox_path(const QList<QByteArray>& names)
+{
+    return names.join('/');
+}
+
+QByteArray name_of_mailbox_folder(const QByteArray& folder)
+{
+    for (const char* ending : mailbox_endings) {
+        if (folder.endsWith(ending)) {
+            return folder.chopped(qsizetype(qstrlen(ending)));
+        }
+    }
+    return folder;
+}
+
+bool is_mailbox_folder(const QByteArray& folder)
+{
+    return std::any_of(mailbox_endings.begin(), mailbox_endings.end(), [&folder](const char* ending) {
+        return folder.size() > qsizetype(qstrlen(ending)) && folder.endsWith(ending);
+    });
+}
+
+QByteArray account_of(const mailbox_address& address)
+{
+    return address.user.isEmpty() ? address.host : address.user + '@' + address.host;
+}
+
+QByteArray folder_of(const mailbox_address& address, const QList<QByteArray>& account_folders)
+{
+    const QByteArray account = account_of(address);
+    QList<QByteArray> fitting{account};
+    for (const QByteArray& named : {account, address.user}) {
+        for (const auto& [scheme, prefix] : folder_prefixes) {
+            if (address.scheme == scheme && !named.isEmpty()) {
+                fitting.append(prefix + named);
+            }
+        }
+    }
+    const bool is_local = address.scheme == "local" || address.scheme == "mailbox";
+    if (is_local && address.user.isEmpty() && naming_of(address.host) != folder_naming::identifier) {
+        fitting.append(local_folder);
+    }
+    for (const QByteArray& name : std::as_const(fitting)) {
+        for (const QByteArray& folder : account_folders) {
+            if (!name.isEmpty() && folder.compare(name, Qt::CaseInsensitive) == 0) {
+                return folder;
+            }
+        }
+    }
+    return {};
+}
