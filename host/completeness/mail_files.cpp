@@ -120,6 +120,7 @@ private:
                 add_directory(here, entry.name);
             } else if (message) {
                 candidates.push_back(*message);
+                ++files.seen;
             } else if (entry.facts.kind == entry_kind::link || !entry.facts.error.isEmpty()) {
                 const QString reason =
                     entry.facts.error.isEmpty() ? QStringLiteral("is a link, not followed") : entry.facts.error;

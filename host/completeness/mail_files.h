@@ -55,6 +55,7 @@ struct mail_files
     QList<QByteArray> accounts; ///< folders directly in the root that may be accounts
     std::vector<mailbox_folder> mailboxes;
     std::vector<mail_file> files;
+    qint64 seen = 0; ///< names of messages met, both of a pair
     std::vector<QByteArray> directories; ///< below the root
     std::vector<QByteArray> names;
     std::vector<QString> problems; ///< why files are not readable, each reason once

@@ -143,7 +143,7 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
                 companion, QStringLiteral("an unfinished change lies beside the database; read rolled back")));
         }
     }
-    if (log_found) {
+    if (log_found && limits.also_alone) {
         const copy_outcome second = copy_file(database(log_use::with_log), database(log_use::alone), limits);
         if (!second.error.isEmpty()) {
             throw evidence_failure(problem_of(path, second.error));

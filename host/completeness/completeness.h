@@ -1,0 +1,118 @@
+#pragma once
+
+#include "host/completeness/mail_index.h"
+#include "host/completeness/reconciliation.h"
+
+#include <QHash>
+
+/// Where a mailbox lies.
+struct mailbox_identity
+{
+    QByteArray user;
+    QByteArray mail_version; ///< the version directory's name, "V10"; empty for mail directly in the Mail directory
+    QByteArray account;      ///< the account's folder; where there is none, what the index calls it
+    QByteArray mailbox;      ///< "Archive/2019"; empty for messages that lie in none
+};
+
+/// One mailbox in figures.
+struct mailbox_line
+{
+    QByteArray account;
+    QByteArray mailbox;
+    bool is_label = false;      ///< counts messages that lie in another mailbox; no part of any total
+    bool has_folder = false;    ///< there is a folder for it on disk
+    bool is_in_index = false;   ///< the index lists it
+    completeness_figures figures;
+};
+
+/// What became of an index.
+enum class index_state
+{
+    absent, ///< there is no index; what is on disk is compared with nothing
+    read,
+    incomplete, ///< read as far as it could be
+    refused     ///< there is one, and nothing of it could be read
+};
+
+struct index_record
+{
+    QByteArray path; ///< below the source
+    index_state state = index_state::absent;
+    QString problem; ///< why it was refused
+    index_schema schema;
+    qint64 rows = 0;                   ///< messages read from it
+    std::optional<qint64> rows_stated; ///< how many it counts itself
+};
+
+/// One account as its folder and the index bear witness to it.
+struct account_witness
+{
+    QByteArray account;
+    bool has_folder = false;
+    bool has_address = false; ///< some mailbox of the index belongs to it
+    QString setting;          ///< whether it is set to keep messages on this Mac; empty where that is not known
+};
+
+/// One store of mail: a version directory, or what older releases keep directly in the Mail directory.
+struct store_completeness
+{
+    QByteArray user;
+    QByteArray mail_version;
+    index_record index;
+    std::vector<mailbox_line> mailboxes; ///< sorted by account and mailbox, a label after a mailbox of its name
+    std::vector<account_witness> accounts;
+    completeness_figures totals; ///< of the mailboxes that are no labels
+    qint64 pairs = 0;            ///< messages on disk in both forms
+    qint64 repeated = 0;         ///< files whose number another file of their mailbox bears
+    qint64 dangling_labels = 0;  ///< labels of messages that the index does not have
+    QStringList notes;           ///< what was not looked at, a line each
+    QStringList not_closing;     ///< sums that do not close, a line each; empty as it must be
+};
+
+/// A message that the index has and the disk has not.
+struct index_only_message
+{
+    const mailbox_identity& mailbox;
+    const index_message& message;
+    QByteArray other_file; ///< a file of its number without a row, in another mailbox: maybe it was moved; may be empty
+};
+
+/// A message on disk that the index has not, or that is not readable.
+struct disk_message
+{
+    const mailbox_identity& mailbox;
+    QByteArray path; ///< below the source
+    qint64 number;   ///< -1 when the file's name is none
+    bool is_partial;
+    bool is_indexed;
+    QString problem;       ///< why it is not readable as a message; empty when it is
+    QByteArray other_row;  ///< the mailbox of a row of its number that has no file; may be empty
+};
+
+/// Takes the messages that are not in both places, one after the other.
+class completeness_sink
+{
+public:
+    virtual ~completeness_sink() = default;
+    virtual void add_index_only(const index_only_message& message) = 0;
+    /// Takes a readable file without a row, or any file that is not readable.
+    virtual void add_disk_message(const disk_message& message) = 0;
+    virtual void add_absent_attachment(const mailbox_identity& mailbox, const QByteArray& path,
+                                       const emptied_part& part) = 0;
+};
+
+struct completeness_request
+{
+    QByteArray source;
+    QByteArray user;
+    QByteArray mail_directory;            ///< below the source, "Users/anna/Library/Mail"
+    QString scratch;                      ///< directory outside the source for copies of an index, which go again
+    evidence_limits limits = index_limits();
+    QHash<QByteArray, QString> settings = {}; ///< by an account's identifier, upper case
+
+    /// Returns limits for an index: it may have several gigabytes.
+    static evidence_limits index_limits();
+};
+
+/// Compares the files of each store of one user's Mail directory with that store's index, which is only opened as a copy.
+std::vector<store_completeness> check_completeness(const completeness_request& request, completeness_sink& sink);

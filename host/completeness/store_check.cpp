@@ -1,0 +1,432 @@
+#include "host/completeness/store_check.h"
+
+#include "host/completeness/mailbox_names.h"
+#include "host/evidence/evidence_failure.h"
+#include "host/files/file_tree.h"
+#include "host/source/folder_names.h"
+#include "host/text/display_text.h"
+
+#include <QStorageInfo>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <tuple>
+
+namespace {
+
+constexpr const char* index_name = "Envelope Index";
+constexpr const char* data_folder = "MailData";
+constexpr qint64 room_to_leave = qint64(64) << 20;
+
+/// A mailbox of the index with where its messages are counted.
+struct indexed_mailbox
+{
+    QByteArray account;
+    QByteArray path;
+    bool is_label = false;
+    qint32 line = -1;  // among the mailboxes; -1 as long as nothing lies in it
+    qint32 label = -1; // among the labels; -1 as long as nothing bears it
+};
+
+/// A label and the position of a row that bears it.
+using label_mark = std::pair<qint32, qint32>;
+
+class store_checker
+{
+public:
+    store_checker(const mail_store& looked_at, const completeness_request& asked, completeness_sink& taker)
+        : store(looked_at)
+        , request(asked)
+        , sink(taker)
+    {
+        result.user = asked.user;
+        result.mail_version = looked_at.mail_version;
+        result.index.path = below_source(looked_at.index);
+    }
+
+    store_completeness check()
+    {
+        if (quiet_stat(store.root).kind == entry_kind::link && !store.mail_version.isEmpty()) {
+            result.notes.append(display_text(below_source(store.root)) + QStringLiteral(": is a link, not followed"));
+            return result;
+        }
+        find_files();
+        open_index();
+        if (index) {
+            read_rows();
+        }
+        join();
+        tell_disk_messages();
+        if (index) {
+            tell_index_only();
+            finish_index();
+        }
+        witness_accounts();
+        arrange_lines();
+        return result;
+    }
+
+private:
+    QByteArray below_source(const QByteArray& path) const
+    {
+        const QByteArray prefix = child_path(request.source, {});
+        return path.startsWith(prefix) ? path.mid(prefix.size()) : path;
+    }
+
+    mailbox_identity identity(const QByteArray& account, const QByteArray& mailbox) const
+    {
+        return {request.user, store.mail_version, account, mailbox};
+    }
+
+    mailbox_identity identity(qint32 line) const
+    {
+        return identity(lines[std::size_t(line)].account, lines[std::size_t(line)].mailbox);
+    }
+
+    QByteArray path_of(const mail_file& file) const
+    {
+        return below_source(child_path(store.root, files.path_of(file)));
+    }
+
+    void find_files()
+    {
+        const bool is_version = !store.mail_version.isEmpty();
+        const auto is_account = [is_version](const QByteArray& folder) {
+            return folder != data_folder && (is_version || !is_version_name(folder));
+        };
+        files = find_mail_files(store.root, is_account, [this](const absent_attachment& absent) {
+            sink.add_absent_attachment(identity(absent.mailbox.account, mailbox_path(absent.mailbox.names)),
+                                       below_source(child_path(store.root, absent.path)), absent.part);
+        });
+        for (const mailbox_folder& folder : files.mailboxes) {
+            const qint32 line = line_of(folder.account, mailbox_path(folder.names));
+            lines[std::size_t(line)].has_folder = true;
+        }
+        for (const walk_note& note : files.notes) {
+            const QByteArray path = note.path.isEmpty() ? store.root : child_path(store.root, note.path);
+            result.notes.append(display_text(below_source(path)) + QStringLiteral(": ") + note.reason);
+        }
+    }
+
+    qint32 line_of(const QByteArray& account, const QByteArray& mailbox)
+    {
+        const QByteArray key = account + '\0' + mailbox;
+        const auto known = line_positions.constFind(key);
+        if (known != line_positions.constEnd()) {
+            return *known;
+        }
+        const auto position = qint32(lines.size());
+        lines.push_back({account, mailbox, false, false, false, {}});
+        line_positions.insert(key, position);
+        return position;
+    }
+
+    void open_index()
+    {
+        if (quiet_stat(store.index).kind == entry_kind::absent) {
+            return;
+        }
+        try {
+            require_room();
+            copies.emplace(request.source, store.index, request.scratch, request.limits);
+            index = std::make_unique<mail_index>(*copies, request.limits);
+        } catch (const evidence_failure& failure) {
+            result.index.state = index_state::refused;
+            result.index.problem = failure.message();
+        }
+    }
+
+    void require_room() const
+    {
+        const qint64 needed = quiet_stat(store.index).size + quiet_stat(store.index + "-wal").size + room_to_leave;
+        const qint64 free = QStorageInfo(request.scratch).bytesAvailable();
+        if (needed > free) {
+            throw evidence_failure(QStringLiteral("%1: no room for its copy in %2: %3 needed, %4 free")
+                                       .arg(display_text(below_source(store.index)), display_text(request.scratch),
+                                            display_bytes(needed), display_bytes(std::max<qint64>(free, 0))));
+        }
+    }
+
+    void read_rows()
+    {
+        index->read_mailboxes([this](const index_mailbox& read) {
+            const mailbox_address address = parse_mailbox_address(read.address);
+            const QByteArray folder = folder_of(address, files.accounts);
+            indexed_mailbox mailbox{folder.isEmpty() ? account_of(address) : folder, mailbox_path(address.names),
+                                    read.is_label};
+            if (read.is_label) {
+                mailbox.label = label_of(mailbox);
+            } else {
+                mailbox.line = line_of(mailbox.account, mailbox.path);
+                lines[std::size_t(mailbox.line)].is_in_index = true;
+            }
+            mailboxes.insert(read.key, mailbox);
+        });
+        index->read_entries([this](const index_entry& entry) {
+            rows.push_back({entry.number, line_of_row(entry.mailbox), -1, entry.is_deleted});
+        });
+    }
+
+    qint32 line_of_row(std::optional<qint64> key)
+    {
+        const auto mailbox = key ? mailboxes.find(*key) : mailboxes.end();
+        if (mailbox == mailboxes.end()) {
+            return line_of({}, {});
+        }
+        if (mailbox->line < 0) {
+            mailbox->line = line_of(mailbox->account, mailbox->path);
+            lines[std::size_t(mailbox->line)].is_in_index = true;
+        }
+        return mailbox->line;
+    }
+
+    qint32 label_of(const indexed_mailbox& mailbox)
+    {
+        labels.push_back({mailbox.account, mailbox.path, true, false, true, {}});
+        return qint32(labels.size()) - 1;
+    }
+
+    void join()
+    {
+        joined = reconcile(files.files, rows, lines.size());
+        for (std::size_t at = 0; at < lines.size(); ++at) {
+            lines[at].figures = joined.figures[at];
+        }
+        sort_by_number(rows);
+        if (index) {
+            count_labels();
+        }
+        result.repeated = joined.repeated;
+        result.pairs = std::count_if(files.files.begin(), files.files.end(),
+                                     [](const mail_file& file) { return file.is_pair; });
+    }
+
+    void count_labels()
+    {
+        std::vector<label_mark> marks;
+        index->read_labels([this, &marks](qint64 number, qint64 key) {
+            const index_row* row = find_row(rows, number);
+            const auto mailbox = mailboxes.find(key);
+            if (!row || mailbox == mailboxes.end()) {
+                ++result.dangling_labels;
+                return;
+            }
+            // A label that names the mailbox in which the message lies says nothing new.
+            if (line_of_identity(*mailbox) == row->mailbox) {
+                return;
+            }
+            if (mailbox->label < 0) {
+                mailbox->label = label_of(*mailbox);
+            }
+            marks.emplace_back(mailbox->label, qint32(row - rows.data()));
+        });
+        std::sort(marks.begin(), marks.end());
+        marks.erase(std::unique(marks.begin(), marks.end()), marks.end());
+        for (const auto& [label, row] : marks) {
+            count_labelled(rows[std::size_t(row)], files.files, labels[std::size_t(label)].figures);
+        }
+    }
+
+    qint32 line_of_identity(const indexed_mailbox& mailbox) const
+    {
+        return line_positions.value(mailbox.account + '\0' + mailbox.path, -1);
+    }
+
+    void tell_disk_messages()
+    {
+        for (std::size_t at = 0; at < files.files.size(); ++at) {
+            const mail_file& file = files.files[at];
+            const bool is_indexed = joined.has_row[at];
+            if (file.is_readable() && is_indexed) {
+                continue;
+            }
+            const index_row* same_number = is_indexed || file.number < 0 ? nullptr : find_row(rows, file.number);
+            const bool is_elsewhere = same_number && same_number->file < 0;
+            if (file.is_readable() && file.number >= 0) {
+                without_row.emplace_back(file.number, qint32(at));
+            }
+            sink.add_disk_message(
+                {identity(file.mailbox), path_of(file), file.number, file.is_partial, is_indexed,
+                 file.is_readable() ? QString() : files.problems[std::size_t(file.problem)],
+                 is_elsewhere ? identity(same_number->mailbox).mailbox : QByteArray()});
+        }
+        std::sort(without_row.begin(), without_row.end());
+    }
+
+    /// Rows and what the index tells of them both come by ascending numbers. What it does not tell, for it could not be
+    /// read so far, is told by the number alone.
+    void tell_index_only()
+    {
+        std::size_t at = 0;
+        const auto pass_below = [this, &at](qint64 number) {
+            for (; at < rows.size() && rows[at].number < number; ++at) {
+                tell_by_number(rows[at]);
+            }
+        };
+        const auto is_wanted = [&](qint64 number) {
+            pass_below(number);
+            if (at == rows.size() || rows[at].number != number) {
+                return false;
+            }
+            const bool is_index_only = rows[at].file < 0;
+            at += is_index_only ? 0 : 1;
+            return is_index_only;
+        };
+        index->read_messages(is_wanted, [&](const index_message& message) { tell(rows[at++], message); });
+        for (; at < rows.size(); ++at) {
+            tell_by_number(rows[at]);
+        }
+    }
+
+    void tell_by_number(const index_row& row)
+    {
+        if (row.file < 0) {
+            index_message message;
+            message.number = row.number;
+            message.is_deleted = row.is_deleted;
+            tell(row, message);
+        }
+    }
+
+    void tell(const index_row& row, const index_message& message)
+    {
+        ++told_index_only;
+        const auto other = std::lower_bound(without_row.begin(), without_row.end(), std::pair(row.number, 0));
+        const bool is_elsewhere = row.number >= 0 && other != without_row.end() && other->first == row.number;
+        sink.add_index_only({identity(row.mailbox), message,
+                             is_elsewhere ? path_of(files.files[std::size_t(other->second)]) : QByteArray()});
+    }
+
+    void finish_index()
+    {
+        index_record& record = result.index;
+        record.rows = qint64(rows.size());
+        record.rows_stated = index->count_messages();
+        record.schema = index->schema();
+        const bool is_whole = record.schema.is_whole && record.rows_stated == record.rows;
+        record.state = is_whole ? index_state::read : index_state::incomplete;
+    }
+
+    void witness_accounts()
+    {
+        std::map<QByteArray, account_witness> witnesses;
+        for (const QByteArray& folder : std::as_const(files.accounts)) {
+            witnesses[folder].has_folder = true;
+        }
+        for (const std::vector<mailbox_line>* group : {&lines, &labels}) {
+            for (const mailbox_line& line : *group) {
+                if (!line.account.isEmpty()) {
+                    witnesses[line.account].has_address |= line.is_in_index;
+                }
+            }
+        }
+        for (auto& [account, witness] : witnesses) {
+            witness.account = account;
+            witness.setting = request.settings.value(account.toUpper());
+            result.accounts.push_back(witness);
+        }
+    }
+
+    void arrange_lines()
+    {
+        for (const mailbox_line& line : lines) {
+            result.totals += line.figures;
+        }
+        result.mailboxes = lines;
+        result.mailboxes.insert(result.mailboxes.end(), labels.begin(), labels.end());
+        std::sort(result.mailboxes.begin(), result.mailboxes.end(),
+                  [](const mailbox_line& left, const mailbox_line& right) {
+                      return std::tie(left.account, left.mailbox, left.is_label) <
+                             std::tie(right.account, right.mailbox, right.is_label);
+                  });
+        check_sums();
+    }
+
+    /// The classes are counted one way, what they must add up to another.
+    void check_sums()
+    {
+        const auto require = [this](bool holds, const QString& what) {
+            if (!holds) {
+                result.not_closing.append(what);
+            }
+        };
+        for (const mailbox_line& line : result.mailboxes) {
+            require(line.figures.closes(), QStringLiteral("the classes of %1, %2 do not add up")
+                                               .arg(display_text(line.account), display_text(line.mailbox)));
+        }
+        const auto require_same = [&require](const char* what, qint64 sum, qint64 counted) {
+            require(sum == counted,
+                    QStringLiteral("%1: %2 in the mailboxes, %3 counted").arg(QLatin1String(what)).arg(sum).arg(counted));
+        };
+        require_same("messages on disk", result.totals.on_disk + result.pairs, files.seen);
+        require_same("messages in the index", result.totals.indexed, result.index.rows);
+        require_same("messages in the index alone", result.totals.index_only, told_index_only);
+        require(!index || result.index.rows_stated == result.index.rows,
+                QStringLiteral("the index counts %1 messages, %2 could be read")
+                    .arg(result.index.rows_stated ? QString::number(*result.index.rows_stated)
+                                                  : QStringLiteral("no known number of"))
+                    .arg(result.index.rows));
+    }
+
+    const mail_store& store;
+    const completeness_request& request;
+    completeness_sink& sink;
+    store_completeness result;
+    mail_files files;
+    std::vector<mailbox_line> lines; // begins with the files' mailboxes
+    std::vector<mailbox_line> labels;
+    QHash<QByteArray, qint32> line_positions;
+    std::optional<evidence_copies> copies;
+    std::unique_ptr<mail_index> index;
+    QHash<qint64, indexed_mailbox> mailboxes;
+    std::vector<index_row> rows;
+    reconciliation joined;
+    std::vector<std::pair<qint64, qint32>> without_row; // numbers and positions of readable files without a row
+    qint64 told_index_only = 0;
+};
+
+/// Version directories come before what lies beside them, and by their number, "V9" before "V10".
+bool precedes(const mail_store& left, const mail_store& right)
+{
+    return std::pair(left.mail_version.size(), left.mail_version) <
+           std::pair(right.mail_version.size(), right.mail_version);
+}
+
+bool holds_mailbox(const QByteArray& directory)
+{
+    bool found = false;
+    walk_tree(directory, [&found](const tree_entry& entry) {
+        const QByteArray name = entry.path.mid(entry.path.lastIndexOf('/') + 1);
+        found = entry.facts.kind == entry_kind::directory && is_mailbox_folder(name);
+        return !found;
+    });
+    return found;
+}
+
+} // namespace
+
+std::vector<mail_store> stores_of(const QByteArray& mail_directory)
+{
+    std::vector<mail_store> stores;
+    bool has_older = quiet_stat(child_path(mail_directory, index_name)).kind != entry_kind::absent;
+    for (const named_entry& entry : quiet_list(mail_directory).entries) {
+        const QByteArray path = child_path(mail_directory, entry.name);
+        const bool is_directory = entry.facts.kind == entry_kind::directory;
+        if (is_version_name(entry.name) && (is_directory || entry.facts.kind == entry_kind::link)) {
+            stores.push_back({path, entry.name, child_path(child_path(path, data_folder), index_name)});
+        } else if (is_directory && entry.name != data_folder && !has_older) {
+            has_older = is_mailbox_folder(entry.name) || holds_mailbox(path);
+        }
+    }
+    std::sort(stores.begin(), stores.end(), precedes);
+    if (has_older) {
+        stores.push_back({mail_directory, {}, child_path(mail_directory, index_name)});
+    }
+    return stores;
+}
+
+store_completeness check_store(const mail_store& store, const completeness_request& request, completeness_sink& sink)
+{
+    return store_checker(store, request, sink).check();
+}
