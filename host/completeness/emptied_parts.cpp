@@ -51,7 +51,7 @@ QByteArray parameter(const QByteArray& value, const char* name)
 
 QByteArray first_word(const QByteArray& value)
 {
-    return value.left(value.indexOf(';')).trimmed().toLower();
+    return value.split(';').first().trimmed().toLower();
 }
 
 QByteArray numbered(const QByteArray& prefix, int number)

@@ -26,9 +26,31 @@ constexpr std::array folder_prefixes{folder_prefix{"imap", "IMAP-"}, folder_pref
                                      folder_prefix{"pop", "POP-"},   folder_prefix{"ews", "EWS-"},
                                      folder_prefix{"ews", "IMAP-"}};
 
+int hexadecimal_value(char digit)
+{
+    return digit >= '0' && digit <= '9'   ? digit - '0'
+           : digit >= 'a' && digit <= 'f' ? digit - 'a' + 10
+           : digit >= 'A' && digit <= 'F' ? digit - 'A' + 10
+                                          : -1;
+}
+
+/// A "%" that encodes nothing stays as it is.
 QByteArray decoded(const QByteArray& text)
 {
-    return comparable_name(QByteArray::fromPercentEncoding(text));
+    QByteArray plain;
+    plain.reserve(text.size());
+    for (qsizetype at = 0; at < text.size(); ++at) {
+        const bool may_encode = text[at] == '%' && at + 2 < text.size();
+        const int high = may_encode ? hexadecimal_value(text[at + 1]) : -1;
+        const int low = may_encode ? hexadecimal_value(text[at + 2]) : -1;
+        if (high >= 0 && low >= 0) {
+            plain += char(high * 16 + low);
+            at += 2;
+        } else {
+            plain += text[at];
+        }
+    }
+    return comparable_name(plain);
 }
 
 QList<QByteArray> decoded_names(const QByteArray& path)
