@@ -2,6 +2,7 @@
 
 #include "host/log/decipher_command.h"
 #include "host/mail_database/accounts_command.h"
+#include "host/mail_database/completeness_command.h"
 #include "host/report/report_command.h"
 #include "host/result/result_paths.h"
 #include "host/result/show_command.h"
@@ -167,6 +168,18 @@ void add_accounts(CLI::App& program, chosen_command& chosen, accounts_options& o
     command.add_flag("--raw", options.raw, "CSV as the store has it, also cells that a spreadsheet would run");
 }
 
+void add_completeness(CLI::App& program, chosen_command& chosen, completeness_options& options)
+{
+    CLI::App& command = add_command(program, chosen, "completeness",
+                                    "Say what of a result's mail is on disk, in Mail's index and in both",
+                                    completeness_command, options);
+    add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
+    add_text(command, "--format", options.format, "How to print it")
+        ->check(CLI::IsMember({"table", "csv", "json"}))
+        ->default_str("table");
+    command.add_flag("--raw", options.raw, "CSV as it is, also cells that a spreadsheet would run");
+}
+
 void add_survey(CLI::App& program, chosen_command& chosen, survey_options& options)
 {
     CLI::App& command =
@@ -261,6 +274,7 @@ int run_command_line(int argc, char** argv)
     run_options run;
     show_options show;
     accounts_options accounts;
+    completeness_options completeness;
     verify_options verify;
     report_options report;
     decipher_options decipher;
@@ -269,6 +283,7 @@ int run_command_line(int argc, char** argv)
     add_run(program, chosen, run);
     add_show(program, chosen, show);
     add_accounts(program, chosen, accounts);
+    add_completeness(program, chosen, completeness);
     add_verify(program, chosen, verify);
     add_report(program, chosen, report);
     add_decipher(program, chosen, decipher);

@@ -79,9 +79,11 @@ bool holds_content(const QByteArray& directory)
 class tree_reader
 {
 public:
-    tree_reader(mail_files& target, const std::function<void(const absent_attachment&)>& absent_sink)
+    tree_reader(mail_files& target, const std::function<void(const absent_attachment&)>& absent_sink,
+                const std::function<bool()>& may_go_on)
         : files(target)
         , on_absent(absent_sink)
+        , go_on(may_go_on)
     {
     }
 
@@ -89,8 +91,9 @@ public:
     {
         account = comparable_name(folder);
         files.accounts.append(account);
+        pending.clear();
         pending.push_back({folder, {}, {}, -1});
-        while (!pending.empty()) {
+        while (!pending.empty() && go_on()) {
             const place here = std::move(pending.back());
             pending.pop_back();
             read_directory(here);
@@ -263,6 +266,7 @@ private:
 
     mail_files& files;
     const std::function<void(const absent_attachment&)>& on_absent;
+    const std::function<bool()>& go_on;
     QByteArray account;
     std::vector<place> pending;
     QHash<QByteArray, qint32> mailboxes;
@@ -279,7 +283,8 @@ QByteArray mail_files::path_of(const mail_file& file) const
 }
 
 mail_files find_mail_files(const QByteArray& root, const std::function<bool(const QByteArray& folder)>& is_account,
-                           const std::function<void(const absent_attachment&)>& on_absent)
+                           const std::function<void(const absent_attachment&)>& on_absent,
+                           const std::function<bool()>& go_on)
 {
     mail_files files;
     files.root = root;
@@ -287,7 +292,7 @@ mail_files find_mail_files(const QByteArray& root, const std::function<bool(cons
     if (!listing.error.isEmpty()) {
         files.notes.push_back({{}, listing.error});
     }
-    tree_reader reader(files, on_absent);
+    tree_reader reader(files, on_absent, go_on);
     for (const named_entry& entry : listing.entries) {
         if (!is_account(entry.name)) {
             continue;

@@ -93,10 +93,11 @@ private:
         const auto is_account = [is_version](const QByteArray& folder) {
             return folder != mail_data_folder && (is_version || !is_version_name(folder));
         };
-        files = find_mail_files(store.root, is_account, [this](const absent_attachment& absent) {
+        const auto on_absent = [this](const absent_attachment& absent) {
             sink.add_absent_attachment(identity(absent.mailbox.account, mailbox_path(absent.mailbox.names)),
                                        below_source(child_path(store.root, absent.path)), absent.part);
-        });
+        };
+        files = find_mail_files(store.root, is_account, on_absent, request.limits.go_on);
         for (const mailbox_folder& folder : files.mailboxes) {
             const qint32 line = line_of(folder.account, mailbox_path(folder.names));
             lines[std::size_t(line)].has_folder = true;
@@ -122,6 +123,12 @@ private:
 
     void open_index()
     {
+        // Against half of the files, rows would be said to have none.
+        if (!request.limits.go_on()) {
+            result.index.state = index_state::refused;
+            result.index.problem = QStringLiteral("cancelled");
+            return;
+        }
         if (quiet_stat(store.index).kind == entry_kind::absent) {
             return;
         }

@@ -16,12 +16,15 @@ enum class product
     seal,
     report,
     lock,
-    mail_database
+    mail_database,
+    index_only_list,
+    disk_only_list
 };
 
 /// The products' file names, by product.
-inline constexpr std::array<const char*, 8> product_names = {"log.txt",  "run.json",    "manifest.csv", "SHA256SUMS",
-                                                             "seal.txt", "report.html", "lock",         "mail.sqlite"};
+inline constexpr std::array<const char*, 10> product_names = {
+    "log.txt",     "run.json", "manifest.csv", "SHA256SUMS",     "seal.txt",
+    "report.html", "lock",     "mail.sqlite",  "index_only.csv", "disk_only.csv"};
 
 /// Returns a product's file name.
 inline QLatin1String product_name(product which)

@@ -9,6 +9,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <system_error>
 
@@ -72,7 +73,8 @@ void remove_earlier_copies(const result_paths& result)
 
 void remove_stray_products(const result_paths& result)
 {
-    for (const product which : {product::manifest, product::sums, product::report, product::mail_database}) {
+    for (const product which : {product::manifest, product::sums, product::report, product::mail_database,
+                                product::index_only_list, product::disk_only_list}) {
         remove_all(result.path(which));
     }
     const QDir folder(result.products());

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "host/completeness/completeness.h"
+#include "host/mail_database/database_writer.h"
+
+#include <QSaveFile>
+
+#include <memory>
+
+/// Where the lists of messages that are not in both places are written beside the database, as CSV.
+struct completeness_lists
+{
+    QString index_only;
+    QString disk_only;
+};
+
+/// Adds the tables of the completeness check, message by message, and writes two of them as CSV as well; docs/results.md
+/// describes them. Everything here throws a failure that names the path and the reason.
+class completeness_table_writer : public completeness_sink
+{
+public:
+    /// `settings` are those of the check.
+    completeness_table_writer(mail_database_writer& target, const completeness_lists& lists,
+                              const QHash<QByteArray, QString>& settings);
+
+    void add_index_only(const index_only_message& message) override;
+    void add_disk_message(const disk_message& message) override;
+    void add_absent_attachment(const mailbox_identity& mailbox, const QByteArray& path,
+                               const emptied_part& part) override;
+    /// Adds what was found of one store on the whole.
+    void add_store(const store_completeness& store);
+    /// Puts the lists in their places; to be called before the database is put in its own.
+    void put_lists_in_place();
+
+private:
+    /// A list beside the database.
+    class csv_list
+    {
+    public:
+        csv_list(const QString& path, const QByteArrayList& titles);
+        void add(const QVariantList& values);
+        void put_in_place();
+
+    private:
+        void write(const QByteArrayList& fields);
+        QSaveFile file;
+    };
+
+    /// One statement for each table.
+    struct statements
+    {
+        QSqlQuery store;
+        QSqlQuery mailbox;
+        QSqlQuery account;
+        QSqlQuery note;
+        QSqlQuery index_only;
+        QSqlQuery disk_only;
+        QSqlQuery unreadable;
+        QSqlQuery absent;
+    };
+
+    void add_mailbox(const store_completeness& store, const mailbox_line& line);
+    void add_notes(const char* kind, const QStringList& texts);
+
+    mail_database_writer& writer;
+    QHash<QByteArray, QString> settings;
+    statements into;
+    csv_list index_only_list;
+    csv_list disk_only_list;
+    qint64 stores = 0;
+};
+
+/// The words for what became of an index: "read", "incomplete", "refused", "absent".
+const char* index_state_word(index_state state);
