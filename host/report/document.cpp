@@ -2,6 +2,7 @@
 
 #include "host/files/durable_file.h"
 #include "host/report/account_table.h"
+#include "host/report/certificate_section.h"
 #include "host/report/chart.h"
 #include "host/report/data.h"
 #include "host/report/html_writer.h"
@@ -75,6 +76,7 @@ void write_document(report_html& html, const report_data& data, const QString& d
         write_report_tiles(html, data);
         write_accounts_section(html, data, directory);
         write_picture_section(html, data);
+        write_certificate(html, data, load_certificate(data.result), directory);
         write_verification(html, data, directory);
         write_log_failures(html, data);
         write_run_facts(html, data);
