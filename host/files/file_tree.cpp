@@ -23,6 +23,7 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
         entry.path = root;
         entry.facts = quiet_stat(root, link_handling::follow);
         entry.listing_error = root_listing.error;
+        entry.listing_error_number = root_listing.error_number;
         if (!visit(entry)) {
             return;
         }
@@ -47,6 +48,7 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
         if (is_directory) {
             listing = quiet_list(entry.path);
             entry.listing_error = listing.error;
+            entry.listing_error_number = listing.error_number;
         }
         if (!visit(entry)) {
             return;

@@ -13,6 +13,7 @@ struct tree_entry
     entry_facts facts;        ///< of the entry itself, links not followed; `error` when it could not be examined
     bool hidden = false;      ///< the entry, or a directory above it below the root, is hidden: the copy leaves it
     QString listing_error;    ///< only for a directory: why its content is missing or incomplete
+    int listing_error_number = 0; ///< the system's number for it
 };
 
 /// Calls `visit` once for every entry below the directory `root`, hidden ones included, a directory before its

@@ -157,15 +157,38 @@ entry_facts facts_at(int directory, const QByteArray& name, link_handling links)
         return known_facts(status, name);
     }
     entry_facts facts;
+    facts.error_number = errno;
     facts.kind = errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? entry_kind::absent : entry_kind::unknown;
     facts.hidden = begins_with_dot(name);
-    facts.error = system_error_text(errno);
+    facts.error = system_error_text(facts.error_number);
     return facts;
 }
 
 QString refusal(entry_kind kind)
 {
     return QStringLiteral("is no file: ") + kind_text(kind);
+}
+
+quiet_data read_head(const quiet_file& file, qsizetype length)
+{
+    quiet_data result;
+    result.data.resize(length);
+    qsizetype filled = 0;
+    while (filled < length) {
+        const ssize_t got = ::read(file.descriptor.get(), result.data.data() + filled, size_t(length - filled));
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            return {{}, system_error_text(errno), errno};
+        }
+        if (got == 0) {
+            break;
+        }
+        filled += got;
+    }
+    result.data.truncate(filled);
+    return result;
 }
 
 } // namespace
@@ -233,7 +256,8 @@ directory_listing quiet_list(const QByteArray& path)
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr,
                                                      ::closedir);
     if (!stream) {
-        listing.error = system_error_text(errno);
+        listing.error_number = errno;
+        listing.error = system_error_text(listing.error_number);
         return listing;
     }
     const int directory = descriptor.release();
@@ -247,7 +271,8 @@ directory_listing quiet_list(const QByteArray& path)
         errno = 0;
     }
     if (errno != 0) {
-        listing.error = system_error_text(errno);
+        listing.error_number = errno;
+        listing.error = system_error_text(listing.error_number);
     }
     std::sort(listing.entries.begin(), listing.entries.end(),
               [](const named_entry& left, const named_entry& right) { return left.name < right.name; });
@@ -265,8 +290,9 @@ quiet_file quiet_open(const QByteArray& path, link_handling links)
     file.descriptor = file_descriptor(open_quietly(path, flags));
     entry_status_record status = {};
     if (!file.descriptor.is_open() || !look_at(file.descriptor.get(), status)) {
-        file.error =
-            errno == ELOOP && links == link_handling::keep ? refusal(entry_kind::link) : system_error_text(errno);
+        const bool is_refused_link = errno == ELOOP && links == link_handling::keep;
+        file.error_number = is_refused_link ? 0 : errno;
+        file.error = is_refused_link ? refusal(entry_kind::link) : system_error_text(file.error_number);
         file.descriptor.close();
         return file;
     }
@@ -278,34 +304,22 @@ quiet_file quiet_open(const QByteArray& path, link_handling links)
     return file;
 }
 
+quiet_data quiet_read_head(const QByteArray& path, qsizetype length, link_handling links)
+{
+    const quiet_file file = quiet_open(path, links);
+    return file.error.isEmpty() ? read_head(file, length) : quiet_data{{}, file.error, file.error_number};
+}
+
 quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links)
 {
     const quiet_file file = quiet_open(path, links);
     if (!file.error.isEmpty()) {
-        return {{}, file.error};
+        return {{}, file.error, file.error_number};
     }
     if (file.facts.size > limit) {
         return {{}, QStringLiteral("is larger than %1 bytes").arg(limit)};
     }
-    quiet_data result;
-    result.data.resize(qsizetype(file.facts.size));
-    qsizetype filled = 0;
-    while (filled < result.data.size()) {
-        const ssize_t got =
-            ::read(file.descriptor.get(), result.data.data() + filled, size_t(result.data.size() - filled));
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got < 0) {
-            return {{}, system_error_text(errno)};
-        }
-        if (got == 0) {
-            break;
-        }
-        filled += got;
-    }
-    result.data.truncate(filled);
-    return result;
+    return read_head(file, qsizetype(file.facts.size));
 }
 
 entry_facts quiet_facts(const file_descriptor& descriptor)

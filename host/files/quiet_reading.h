@@ -47,6 +47,7 @@ struct entry_facts
     quint64 device = 0;            ///< device and inode together identify the object
     quint64 inode = 0;
     QString error; ///< why nothing is known; empty when the other fields hold
+    int error_number = 0; ///< the system's number for `error`
 };
 
 struct named_entry
@@ -59,6 +60,7 @@ struct directory_listing
 {
     std::vector<named_entry> entries; ///< sorted bytewise by name, without "." and ".."
     QString error;                    ///< why the listing is missing or incomplete; empty when it is whole
+    int error_number = 0;             ///< the system's number for `error`
 };
 
 /// Owns a file descriptor and closes it.
@@ -87,12 +89,14 @@ struct quiet_file
     file_descriptor descriptor; ///< positioned at the start, for reading; not open when `error` says why
     entry_facts facts;          ///< taken from the open file
     QString error;
+    int error_number = 0; ///< the system's number for `error`; 0 also for a refusal of our own
 };
 
 struct quiet_data
 {
     QByteArray data;
     QString error; ///< why `data` is empty; empty on success
+    int error_number = 0; ///< the system's number for `error`; 0 also for a refusal of our own
 };
 
 /// Returns what is known now of an open file.
@@ -118,6 +122,9 @@ directory_listing quiet_list(const QByteArray& path);
 
 /// Opens a regular file for reading. Anything else is refused with a reason, a fifo without waiting for its writer.
 quiet_file quiet_open(const QByteArray& path, link_handling links = link_handling::keep);
+
+/// Reads the first bytes of a regular file, fewer than `length` only when it has no more.
+quiet_data quiet_read_head(const QByteArray& path, qsizetype length, link_handling links = link_handling::keep);
 
 /// Reads a regular file whole; refuses one of more than `limit` bytes.
 quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links = link_handling::keep);

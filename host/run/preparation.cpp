@@ -1,78 +1,55 @@
 #include "host/run/preparation.h"
 
+#include "host/files/quiet_reading.h"
 #include "host/result/source_guard.h"
 #include "host/run/case_file.h"
 #include "host/run/continued_copies.h"
 #include "host/run/earlier_results.h"
+#include "host/run/user_choice.h"
+#include "host/source/access_advice.h"
+#include "host/source/source_hint.h"
 #include "host/source/system_version.h"
-#include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
-#include "host/terminal/exit_codes.h"
 #include "host/text/display_text.h"
+#include "host/text/failure.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
-
 namespace {
 
 QString absolute_source(const QString& source)
 {
-    const QFileInfo info(source);
-    if (!info.exists()) {
+    const QByteArray native = QFile::encodeName(source);
+    const entry_facts facts = quiet_stat(native, link_handling::follow);
+    if (facts.kind == entry_kind::absent) {
         refuse(QStringLiteral("cannot read the source %1: no such directory").arg(source));
     }
-    if (!info.isDir()) {
-        refuse(QStringLiteral("cannot read the source %1: not a directory").arg(source));
+    if (facts.kind != entry_kind::directory && facts.kind != entry_kind::unknown) {
+        const QString hint = source_hint(native);
+        refuse(QStringLiteral("cannot read the source %1: not a directory%2")
+                   .arg(source, hint.isEmpty() ? QString() : QStringLiteral("; ") + hint));
     }
-    if (!info.isReadable() || !info.isExecutable()) {
-        refuse(QStringLiteral("cannot read the source %1: permission denied").arg(source));
+    if (const directory_listing listing = quiet_list(native); !listing.error.isEmpty()) {
+        const QStringList advice = access_advice({listing.error_number});
+        refuse(QStringLiteral("cannot read the source %1: %2")
+                   .arg(source, (QStringList{listing.error} + advice).join(QStringLiteral("; "))));
     }
-    const QString path = QDir::cleanPath(info.absoluteFilePath());
+    const QString path = QDir::cleanPath(QFileInfo(source).absoluteFilePath());
     return path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
 }
 
-QList<source_user> chosen_users(const run_options& options, const QString& source_root)
+/// Takes the users and says on the screen whom `--user` leaves out: nobody may believe later that they were looked at.
+QList<source_user> chosen_users(const run_options& options, run_plan& plan)
 {
-    const QList<source_user> known = list_source_users(QFile::encodeName(source_root));
-    if (options.users.isEmpty()) {
-        return known;
+    user_choice choice = choose_users(options, plan.settings.source_root);
+    if (!choice.passed_over.isEmpty()) {
+        complain(QStringLiteral("left out by --user, of the users in the source: %1: %2")
+                     .arg(display_number(choice.passed_over.size()), choice.passed_over.join(QStringLiteral(", "))));
     }
-    for (const QString& name : options.users) {
-        if (std::none_of(known.begin(), known.end(), [&name](const source_user& user) { return user.name == name; })) {
-            refuse(QStringLiteral("no user %1: %2Users has no such directory").arg(name, source_root));
-        }
-    }
-    QList<source_user> chosen = known;
-    erase_if(chosen, [&options](const source_user& user) { return !options.users.contains(user.name); });
-    return chosen;
-}
-
-/// Removes the users that the plug-in cannot be told of, and returns a line that names them.
-QString without_unreachable(QList<source_user>& users)
-{
-    QStringList names;
-    for (const source_user& user : users) {
-        if (!user.is_reachable) {
-            names.append(user.name);
-        }
-    }
-    erase_if(users, [](const source_user& user) { return !user.is_reachable; });
-    return names.isEmpty() ? QString()
-                           : QStringLiteral("left out, because their names are not UTF-8: the users ") +
-                                 names.join(QStringLiteral(", "));
-}
-
-void check_mail(const extraction_settings& settings)
-{
-    const auto has_mail = [](const source_user& user) { return user.has_mail_directory; };
-    if (std::none_of(settings.users.begin(), settings.users.end(), has_mail)) {
-        throw command_failure(exit_code::no_mail_directory,
-                              QStringLiteral("no Mail directory found below %1Users: no user has a Library/Mail")
-                                  .arg(settings.source_root));
-    }
+    plan.left_out = choice.shortcomings;
+    return choice.users;
 }
 
 /// True for a log that holds something in the other form.
@@ -138,9 +115,7 @@ run_plan prepare_run(const run_options& options)
     settings.engine_type = options.engine_type;
     settings.as_suite = options.as_suite;
     settings.log_enciphered = options.log_encrypted;
-    settings.users = chosen_users(options, settings.source_root);
-
-    plan.left_out = without_unreachable(settings.users);
+    settings.users = chosen_users(options, plan);
 
     const QString copies = plan.result.copies();
     if (options.clear && lies_inside(settings.source_root, copies)) {
@@ -151,9 +126,6 @@ run_plan prepare_run(const run_options& options)
     plan.earlier = look_at_earlier_run(plan.result, options, plan.identity);
     // The rows of a run that is gone on with are made anew, so that they are those of one run.
     settings.clear = plan.earlier != earlier_run::none;
-    if (settings.scheme == macos_scheme) {
-        check_mail(settings);
-    }
     return plan;
 }
 

@@ -24,7 +24,7 @@ source_identity identify_source(const QByteArray& source)
 {
     source_identity identity;
     identity.system_version = system_version(QFile::decodeName(source));
-    for (const QByteArray& name : find_users(source)) {
+    for (const QByteArray& name : find_users(source).names) {
         const entry_facts home = quiet_stat(child_path(source, "Users/" + name), link_handling::follow);
         identity.homes.append({QFile::decodeName(name), home.inode, birth_text(home)});
     }

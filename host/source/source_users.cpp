@@ -1,12 +1,14 @@
 #include "host/source/source_users.h"
 
 #include "host/files/file_tree.h"
+#include "host/source/account_stores.h"
 #include "host/source/folder_names.h"
 #include "host/text/utf8.h"
 
 #include <QFile>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -17,10 +19,10 @@ bool is_newer(const QString& version, const QString& other)
 }
 
 /// The plug-in looks for "V3" to "V9" by itself.
-QStringList newer_mail_versions(const QByteArray& mail_directory)
+QStringList newer_mail_versions(const QByteArray& mail_directory, const directory_listing& listing)
 {
     QStringList versions;
-    for (const named_entry& entry : quiet_list(mail_directory).entries) {
+    for (const named_entry& entry : listing.entries) {
         const bool has_number_above_9 = is_version_name(entry.name) && entry.name.size() > 2 && entry.name[1] != '0';
         if (has_number_above_9 && is_directory(child_path(mail_directory, entry.name))) {
             versions.append(QString::fromLatin1(entry.name));
@@ -30,23 +32,79 @@ QStringList newer_mail_versions(const QByteArray& mail_directory)
     return versions;
 }
 
-} // namespace
-
-std::vector<QByteArray> find_users(const QByteArray& source)
+/// True for an entry of "Users" that is, or may be, a user's home.
+bool may_be_user(const QByteArray& users_directory, const named_entry& entry)
 {
-    const QByteArray users_directory = child_path(source, "Users");
-    std::vector<QByteArray> names;
-    for (const named_entry& entry : quiet_list(users_directory).entries) {
-        if (!entry.facts.hidden && entry.name != "Shared" && is_directory(child_path(users_directory, entry.name))) {
-            names.push_back(entry.name);
+    if (entry.facts.hidden || entry.name == "Shared") {
+        return false;
+    }
+    const entry_kind kind = quiet_stat(child_path(users_directory, entry.name), link_handling::follow).kind;
+    return kind == entry_kind::directory || kind == entry_kind::unknown;
+}
+
+void look_for_mail(source_user& user, const QByteArray& source, const QByteArray& mail_directory)
+{
+    const directory_look look = look_for_directory(source, mail_directory);
+    user.mail_directory = look.found;
+    if (look.blocked) {
+        user.blocked.push_back(*look.blocked);
+    }
+    if (look.found != presence::present) {
+        return;
+    }
+    const QByteArray path = child_path(source, mail_directory);
+    const directory_listing listing = quiet_list(path);
+    user.newer_mail_versions = newer_mail_versions(path, listing);
+    if (!listing.error.isEmpty()) {
+        user.blocked.push_back({mail_directory, listing.error, listing.error_number});
+    }
+}
+
+void look_for_stores(source_user& user, const QByteArray& source, const QByteArray& folder)
+{
+    const account_store_look look = look_for_account_stores(source, folder);
+    const bool is_said = !user.blocked.empty() && look.blocked && user.blocked.front().path == look.blocked->path;
+    if (look.blocked && !is_said) {
+        user.blocked.push_back(*look.blocked);
+    }
+    for (const account_store& store : look.stores) {
+        if (!store.problem.isEmpty()) {
+            user.blocked.push_back({child_path(folder, store.name), store.problem, store.error_number});
         }
     }
-    return names;
+}
+
+} // namespace
+
+user_names find_users(const QByteArray& source)
+{
+    user_names found;
+    const directory_look look = look_for_directory(source, "Users");
+    if (look.found != presence::present) {
+        found.blocked = look.blocked;
+        return found;
+    }
+    const QByteArray users_directory = child_path(source, "Users");
+    const directory_listing listing = quiet_list(users_directory);
+    for (const named_entry& entry : listing.entries) {
+        if (may_be_user(users_directory, entry)) {
+            found.names.push_back(entry.name);
+        }
+    }
+    if (!listing.error.isEmpty()) {
+        found.blocked = blocked_look{"Users", listing.error, listing.error_number};
+    }
+    return found;
 }
 
 QByteArray mail_directory_of(const QByteArray& user)
 {
     return "Users/" + user + "/Library/Mail";
+}
+
+QByteArray account_folder_of(const QByteArray& user)
+{
+    return "Users/" + user + '/' + accounts_directory;
 }
 
 std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std::vector<QByteArray>& users)
@@ -59,16 +117,17 @@ std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std:
     return directories;
 }
 
-QList<source_user> list_source_users(const QByteArray& source)
+source_users list_source_users(const QByteArray& source)
 {
-    QList<source_user> found;
-    for (const QByteArray& name : find_users(source)) {
-        const QByteArray mail_directory = child_path(source, mail_directory_of(name));
-        found.append({QFile::decodeName(name),
-                      is_utf8(name),
-                      is_directory(mail_directory),
-                      newer_mail_versions(mail_directory),
-                      {}});
+    source_users found;
+    user_names names = find_users(source);
+    found.blocked = std::move(names.blocked);
+    for (const QByteArray& name : names.names) {
+        source_user& user = found.users.emplaceBack();
+        user.name = QFile::decodeName(name);
+        user.is_reachable = is_utf8(name);
+        look_for_mail(user, source, mail_directory_of(name));
+        look_for_stores(user, source, account_folder_of(name));
     }
     return found;
 }

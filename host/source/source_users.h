@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/files/file_amount.h"
+#include "host/source/source_look.h"
 
 #include <QByteArray>
 #include <QList>
@@ -9,25 +10,43 @@
 
 #include <vector>
 
+/// The users of a source, as far as they could be found.
+struct user_names
+{
+    std::vector<QByteArray> names;        ///< sorted; every directory below "Users/" but hidden ones and "Shared"
+    std::optional<blocked_look> blocked;  ///< why there may be more of them
+};
+
 /// One user of a source, as a run sees him.
 struct source_user
 {
     QString name;
     bool is_reachable = true; ///< false when the directory's name is not UTF-8: no path of text leads to it
-    bool has_mail_directory = false;
-    QStringList newer_mail_versions; ///< version directories above "V9", newest first
-    file_amount expected_copies;     ///< what a run copies of his mail; nothing unless it was forecast
+    presence mail_directory = presence::absent;
+    QStringList newer_mail_versions;   ///< version directories above "V9", newest first
+    file_amount expected_copies;       ///< what a run copies of his mail; nothing unless it was forecast
+    std::vector<blocked_look> blocked; ///< what could not be looked at on the way to his mail and his account stores
 };
 
-/// Returns the names of the source's users, sorted: every directory below "Users/" but hidden ones and "Shared". Empty
-/// when there is no such directory. Here and in the other functions, access times stay as they are.
-std::vector<QByteArray> find_users(const QByteArray& source);
+/// The users of a source with what a run has to know of them.
+struct source_users
+{
+    QList<source_user> users;            ///< sorted by name
+    std::optional<blocked_look> blocked; ///< why there may be more of them
+};
+
+/// Returns the names of the source's users. An entry of "Users" of which nothing can be known counts as one: a user
+/// must not be lost for want of a permission. Here and in the other functions, access times stay as they are.
+user_names find_users(const QByteArray& source);
 
 /// Returns the Mail directory of a user, relative to the source, whether or not it exists.
 QByteArray mail_directory_of(const QByteArray& user);
 
+/// Returns the folder of a user's account stores, relative to the source, whether or not it exists.
+QByteArray account_folder_of(const QByteArray& user);
+
 /// Returns the Mail directories of users as paths.
 std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std::vector<QByteArray>& users);
 
-/// Returns the users of a source with what a run has to know of them, sorted by name.
-QList<source_user> list_source_users(const QByteArray& source);
+/// Returns the users of a source with what a run has to know of them. Of a damaged account store it says so, too.
+source_users list_source_users(const QByteArray& source);

@@ -2,10 +2,9 @@
 
 #include "host/files/file_tree.h"
 #include "host/files/property_list.h"
-#include "host/source/account_stores.h"
+#include "host/source/access_advice.h"
 #include "host/source/source_users.h"
-#include "host/text/display_text.h"
-#include "host/text/utf8.h"
+#include "host/survey/mail_directory_survey.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -14,127 +13,20 @@ namespace {
 
 constexpr qint64 largest_property_list = 1 << 20;
 
-QByteArray below_source(const QByteArray& source, const QByteArray& path)
+void note_unreadable(source_survey& survey, const blocked_look& look)
 {
-    return path.size() > source.size() && is_at_or_below(path, source)
-               ? path.mid(source.endsWith('/') ? source.size() : source.size() + 1)
-               : path;
-}
-
-QString no_permission()
-{
-    return QStringLiteral("no permission to read the file");
-}
-
-void note_if_broken(source_survey& survey, const QByteArray& link)
-{
-    const entry_facts target = quiet_stat(link, link_handling::follow);
-    if (!target.error.isEmpty()) {
-        survey.broken_links.push_back(
-            {below_source(survey.source, link),
-             QStringLiteral("link to %1: %2").arg(display_text(link_text(link)), target.error)});
-    }
+    survey.note_unreadable(look.path, look.reason, look.error_number);
 }
 
 /// Says why there is no Mail directory where it is more than missing.
-void note_unreachable(source_survey& survey, std::initializer_list<QByteArray> way)
+void note_broken_way(source_survey& survey, std::initializer_list<QByteArray> way)
 {
     for (const QByteArray& path : way) {
-        const entry_facts facts = quiet_stat(path);
-        if (facts.kind == entry_kind::link) {
+        if (quiet_stat(path).kind == entry_kind::link) {
             note_if_broken(survey, path);
-        } else if (facts.kind == entry_kind::unknown) {
-            survey.unreadable.push_back({below_source(survey.source, path), facts.error});
         }
     }
 }
-
-/// Sorts the entries of one Mail directory into the user's totals and the survey's findings.
-class mail_directory_survey
-{
-public:
-    mail_directory_survey(source_survey& survey, user_survey& user) : whole(survey), owner(user) {}
-
-    bool operator()(const tree_entry& entry)
-    {
-        note_findings(entry);
-        whole.links += entry.facts.kind == entry_kind::link ? 1 : 0;
-        const qsizetype depth = entry.relative_path.count('/');
-        if (entry.facts.kind == entry_kind::directory && !entry.hidden) {
-            open_folder(entry, depth);
-        } else if (entry.facts.kind == entry_kind::file) {
-            count(entry, depth);
-        }
-        return true;
-    }
-
-private:
-    void note(std::vector<survey_finding>& findings, const QByteArray& path, const QString& reason)
-    {
-        findings.push_back({below_source(whole.source, path), reason});
-    }
-
-    void note_findings(const tree_entry& entry)
-    {
-        const entry_facts& facts = entry.facts;
-        if (!facts.error.isEmpty() || !entry.listing_error.isEmpty()) {
-            note(whole.unreadable, entry.path, facts.error.isEmpty() ? entry.listing_error : facts.error);
-        } else if (facts.kind == entry_kind::file && !quiet_is_readable(entry.path)) {
-            note(whole.unreadable, entry.path, no_permission());
-        } else if (facts.kind == entry_kind::link) {
-            note_if_broken(whole, entry.path);
-        } else if (facts.kind != entry_kind::file && facts.kind != entry_kind::directory) {
-            note(whole.special_files, entry.path, kind_text(facts.kind));
-        }
-        const QByteArray name = entry.relative_path.mid(entry.relative_path.lastIndexOf('/') + 1);
-        if (!is_utf8(name)) {
-            note(whole.undecodable_names, entry.path, QStringLiteral("the name is not UTF-8"));
-        }
-    }
-
-    void open_folder(const tree_entry& entry, qsizetype depth)
-    {
-        const QByteArray name = entry.relative_path.mid(entry.relative_path.lastIndexOf('/') + 1);
-        if (depth == 0 && !name.isEmpty()) {
-            owner.folders.push_back({name, is_version_name(name), {}, {}, {}});
-        } else if (depth == 1 && owner.folders.back().is_version) {
-            owner.folders.back().folders.push_back({name, naming_of(name), {}});
-        }
-    }
-
-    // A directory comes before its content and siblings in order, so an entry belongs to the folder opened last.
-    void count(const tree_entry& entry, qsizetype depth)
-    {
-        const file_amount one{1, entry.facts.size};
-        const bool is_in_folder = !owner.folders.empty() && is_below(entry.relative_path, owner.folders.back().name);
-        if (entry.hidden) {
-            owner.hidden += one;
-            if (is_in_folder) {
-                owner.folders.back().hidden += one;
-            }
-            return;
-        }
-        if (depth == 0) {
-            owner.loose += one;
-        }
-        if (!is_in_folder) {
-            return;
-        }
-        mail_folder& folder = owner.folders.back();
-        folder.visible += one;
-        if (depth > 1 && !folder.folders.empty()) {
-            folder.folders.back().visible += one;
-        }
-    }
-
-    static bool is_below(const QByteArray& path, const QByteArray& folder)
-    {
-        return path.size() > folder.size() && path[folder.size()] == '/' && path.startsWith(folder);
-    }
-
-    source_survey& whole;
-    user_survey& owner;
-};
 
 void find_live_version(user_survey& user, const QByteArray& mail_directory)
 {
@@ -150,12 +42,6 @@ void find_live_version(user_survey& user, const QByteArray& mail_directory)
     user.live_version_problem = live.error;
 }
 
-std::optional<qint64> file_size(const QByteArray& path)
-{
-    const entry_facts facts = quiet_stat(path, link_handling::follow);
-    return facts.kind == entry_kind::file ? std::optional(facts.size) : std::nullopt;
-}
-
 /// Returns the link that leads the way to `path` out of the source; empty when none does.
 QByteArray leaving_link(const source_survey& survey, const QByteArray& path)
 {
@@ -167,76 +53,85 @@ QByteArray leaving_link(const source_survey& survey, const QByteArray& path)
     return {};
 }
 
-void find_account_stores(source_survey& survey, user_survey& user, const QByteArray& accounts_directory)
+void find_account_stores(source_survey& survey, user_survey& user)
 {
-    const auto size_inside = [&](const QByteArray& path) {
-        return leaving_link(survey, path).isEmpty() ? file_size(path) : std::nullopt;
-    };
-    for (const char* name : account_store_names) {
-        const QByteArray path = child_path(accounts_directory, name);
-        const auto bytes = size_inside(path);
-        if (!bytes) {
-            continue;
-        }
-        user.stores.push_back({name, *bytes, size_inside(path + "-wal"), size_inside(path + "-shm")});
-        if (!quiet_is_readable(path)) {
-            survey.unreadable.push_back({below_source(survey.source, path), no_permission()});
+    const QByteArray folder = account_folder_of(user.name);
+    account_store_look look = look_for_account_stores(survey.source, folder);
+    if (look.blocked) {
+        user.stores_problem = look.blocked->text();
+        note_unreadable(survey, *look.blocked);
+    }
+    for (const account_store& store : look.stores) {
+        if (!store.problem.isEmpty()) {
+            survey.note_unreadable(child_path(folder, store.name), store.problem, store.error_number);
         }
     }
-}
-
-/// Version directories come first and by their number, "V9" before "V10".
-bool precedes(const mail_folder& left, const mail_folder& right)
-{
-    if (left.is_version != right.is_version) {
-        return left.is_version;
-    }
-    if (left.is_version && left.name.size() != right.name.size()) {
-        return left.name.size() < right.name.size();
-    }
-    return left.name < right.name;
+    user.stores = std::move(look.stores);
 }
 
 user_survey survey_user(source_survey& survey, const QByteArray& name, const QByteArray& mail_directory)
 {
     user_survey user;
     user.name = name;
-    const QByteArray library = mail_directory.left(mail_directory.lastIndexOf('/'));
     user.not_followed = below_source(survey.source, leaving_link(survey, mail_directory));
     if (user.not_followed.isEmpty()) {
-        user.has_mail_directory = is_directory(mail_directory);
+        const directory_look look = look_for_directory(survey.source, mail_directory_of(name));
+        user.mail_directory = look.found;
+        if (look.blocked) {
+            user.mail_problem = look.blocked->text();
+            note_unreadable(survey, *look.blocked);
+        }
     }
-    if (user.has_mail_directory) {
-        walk_tree(mail_directory, mail_directory_survey(survey, user));
-        std::sort(user.folders.begin(), user.folders.end(), precedes);
+    if (user.mail_directory == presence::present) {
+        survey_mail_directory(survey, user, mail_directory);
         find_live_version(user, mail_directory);
     } else if (user.not_followed.isEmpty()) {
-        note_unreachable(survey, {library, mail_directory});
+        note_broken_way(survey, {mail_directory.left(mail_directory.lastIndexOf('/')), mail_directory});
     }
-    find_account_stores(survey, user, child_path(library, "Accounts"));
+    find_account_stores(survey, user);
     return user;
 }
 
 } // namespace
 
+QStringList source_survey::advice() const
+{
+    return access_advice(error_numbers);
+}
+
+bool source_survey::has_mail() const
+{
+    return std::any_of(users.begin(), users.end(),
+                       [](const user_survey& user) { return user.mail_directory == presence::present; });
+}
+
+void source_survey::note_unreadable(const QByteArray& path, const QString& reason, int error_number)
+{
+    // The same closed directory lies on the way to mail and to account stores.
+    if (unreadable_paths.insert(path).second) {
+        unreadable.push_back({path, reason});
+        error_numbers.insert(error_number);
+    }
+}
+
 source_survey survey_source(const QByteArray& source, const QString& result)
 {
     source_survey survey;
     survey.source = resolved_path(source);
-    if (const QString error = quiet_list(source).error; !error.isEmpty() || survey.source.isEmpty()) {
-        survey.error = error;
+    if (const directory_listing listing = quiet_list(source); !listing.error.isEmpty() || survey.source.isEmpty()) {
+        survey.error = (QStringList{listing.error} + access_advice({listing.error_number})).join(QStringLiteral("; "));
         return survey;
     }
-    const QByteArray users_directory = child_path(survey.source, "Users");
-    if (const QString error = quiet_list(users_directory).error; !error.isEmpty()) {
-        survey.unreadable.push_back({"Users", error});
+    const user_names found = find_users(survey.source);
+    if (found.blocked) {
+        survey.users_problem = found.blocked->text();
+        note_unreadable(survey, *found.blocked);
     }
-    const std::vector<QByteArray> names = find_users(survey.source);
-    const std::vector<QByteArray> mail_directories = mail_directories_of(survey.source, names);
+    const std::vector<QByteArray> mail_directories = mail_directories_of(survey.source, found.names);
     const copy_forecast forecast = forecast_copies(survey.source, mail_directories);
     survey.link_problems = forecast.link_problems;
-    for (std::size_t index = 0; index < names.size(); ++index) {
-        survey.users.push_back(survey_user(survey, names[index], mail_directories[index]));
+    for (std::size_t index = 0; index < found.names.size(); ++index) {
+        survey.users.push_back(survey_user(survey, found.names[index], mail_directories[index]));
     }
     for (link_problem& problem : survey.link_problems) {
         problem.path = below_source(survey.source, problem.path);

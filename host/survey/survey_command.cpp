@@ -1,32 +1,53 @@
 #include "host/survey/survey_command.h"
 
+#include "host/source/source_hint.h"
 #include "host/survey/survey.h"
 #include "host/survey/survey_json.h"
 #include "host/survey/survey_text.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
+#include "host/text/display_text.h"
+#include "host/text/failure.h"
 
 #include <QFile>
 
-#include <algorithm>
+namespace {
+
+void complain_without_mail(const QString& source, const QByteArray& native)
+{
+    complain(QStringLiteral("no Mail directory found below %1").arg(source));
+    if (const QString hint = source_hint(native); !hint.isEmpty()) {
+        complain(hint);
+    }
+}
+
+} // namespace
 
 int survey_command(const survey_options& options)
 {
-    const source_survey survey = survey_source(QFile::encodeName(options.source), options.result);
+    const QByteArray source = QFile::encodeName(options.source);
+    const source_survey survey = survey_source(source, options.result);
     if (!survey.error.isEmpty()) {
-        complain(QStringLiteral("cannot survey %1: %2").arg(options.source, survey.error));
-        return exit_code::could_not_run;
+        const QString hint = source_hint(source);
+        refuse(QStringLiteral("cannot survey %1: %2%3")
+                   .arg(options.source, survey.error, hint.isEmpty() ? QString() : QStringLiteral("; ") + hint));
     }
     if (options.json) {
         print_bytes(survey_json(survey));
     } else {
         print_line(survey_text(survey));
     }
-    const bool has_mail = std::any_of(survey.users.begin(), survey.users.end(),
-                                      [](const user_survey& user) { return user.has_mail_directory; });
-    if (has_mail) {
+    if (!survey.is_whole()) {
+        const survey_finding& first = survey.unreadable.front();
+        const auto further = qint64(survey.unreadable.size()) - 1;
+        complain(QStringLiteral("could not be looked at, or is damaged: %1: %2%3")
+                     .arg(display_text(first.path), first.reason,
+                          further == 0 ? QString() : QStringLiteral(", and %1 more").arg(display_number(further))));
+        return exit_code::with_failures;
+    }
+    if (survey.has_mail()) {
         return exit_code::whole;
     }
-    complain(QStringLiteral("no Mail directory found below %1").arg(options.source));
+    complain_without_mail(options.source, source);
     return exit_code::no_mail_directory;
 }

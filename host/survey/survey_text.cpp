@@ -18,6 +18,12 @@ QString amount_text(const file_amount& amount)
     return QStringLiteral("%1 files (%2)").arg(display_number(amount.files), display_bytes(amount.bytes));
 }
 
+/// An amount of which a part may be unknown.
+QString known_text(const QString& amount, const unknown_content& unknown)
+{
+    return unknown.is_whole ? QStringLiteral("unknown") : unknown.any() ? QStringLiteral("at least ") + amount : amount;
+}
+
 QString namings_text(const mail_folder& folder)
 {
     std::array<qint64, naming_words.size()> counts = {};
@@ -30,12 +36,15 @@ QString namings_text(const mail_folder& folder)
             parts += QStringLiteral("%1 %2").arg(display_number(counts[naming]), QLatin1String(naming_words[naming]));
         }
     }
-    return parts.join(QStringLiteral(", "));
+    return folder.unknown.is_whole ? QStringLiteral("unknown") : parts.join(QStringLiteral(", "));
 }
 
 QString store_text(const account_store& store)
 {
-    QString text = QStringLiteral("%1 %2").arg(display_text(store.name), display_bytes(store.bytes));
+    if (!store.problem.isEmpty()) {
+        return QStringLiteral("%1 %2").arg(display_text(store.name), store.problem);
+    }
+    QString text = QStringLiteral("%1 %2").arg(display_text(store.name), display_bytes(store.bytes.value_or(0)));
     if (store.wal_bytes) {
         text += QStringLiteral(" + wal %1").arg(display_bytes(*store.wal_bytes));
     }
@@ -52,8 +61,8 @@ bool is_live(const mail_folder& folder, const user_survey& user)
 
 QString live_text(const user_survey& user)
 {
-    if (!user.has_mail_directory) {
-        return QStringLiteral("-");
+    if (user.mail_directory != presence::present) {
+        return user.mail_directory == presence::unknown ? QStringLiteral("unknown") : QStringLiteral("-");
     }
     if (!user.live_version_problem.isEmpty()) {
         return QStringLiteral("unknown: ") + user.live_version_problem;
@@ -81,24 +90,34 @@ void append_table(QStringList& page, const QList<table_column>& columns, QList<Q
     }
 }
 
+/// What stands where a user's Mail folders would.
+QString instead_of_folders(const user_survey& user)
+{
+    if (!user.not_followed.isEmpty()) {
+        return QStringLiteral("outside the source");
+    }
+    if (user.mail_directory == presence::unknown || user.unknown.is_whole) {
+        return QStringLiteral("unknown: cannot be read");
+    }
+    return user.mail_directory == presence::present ? QStringLiteral("no folders")
+                                                    : QStringLiteral("no Mail directory");
+}
+
 void append_folders(QStringList& page, const source_survey& survey)
 {
     QList<QStringList> rows;
     for (const user_survey& user : survey.users) {
         QString name = display_text(user.name);
-        if (!user.has_mail_directory || user.folders.empty()) {
-            const QString instead = !user.not_followed.isEmpty() ? QStringLiteral("outside the source")
-                                    : user.has_mail_directory    ? QStringLiteral("no folders")
-                                                                 : QStringLiteral("no Mail directory");
-            rows += QStringList{name, instead, {}, {}, {}, {}};
+        if (user.folders.empty()) {
+            rows += QStringList{name, instead_of_folders(user), {}, {}, {}, {}};
         }
         for (const mail_folder& folder : user.folders) {
             const QString mark = is_live(folder, user) ? QStringLiteral(" (live)") : QString();
             const QString hidden = folder.hidden.files == 0 ? QStringLiteral("-") : amount_text(folder.hidden);
             rows += QStringList{name,
                                 display_text(folder.name) + mark,
-                                display_number(folder.visible.files),
-                                display_bytes(folder.visible.bytes),
+                                known_text(display_number(folder.visible.files), folder.unknown),
+                                known_text(display_bytes(folder.visible.bytes), folder.unknown),
                                 hidden,
                                 namings_text(folder)};
             name.clear();
@@ -120,7 +139,8 @@ void append_stores(QStringList& page, const source_survey& survey)
     for (const user_survey& user : survey.users) {
         QStringList lead{display_text(user.name), live_text(user)};
         if (user.stores.empty()) {
-            rows += lead + QStringList{QStringLiteral("none")};
+            rows += lead + QStringList{user.stores_problem.isEmpty() ? QStringLiteral("none")
+                                                                     : QStringLiteral("unknown: cannot be read")};
         }
         for (const account_store& store : user.stores) {
             rows += lead + QStringList{store_text(store)};
@@ -171,6 +191,7 @@ void append_findings(QStringList& page, const source_survey& survey)
     append_list(page, QStringLiteral("Links that lead round in a circle"), cycles);
     append_list(page, QStringLiteral("Links that lead nowhere"), finding_lines(survey.broken_links));
     append_list(page, QStringLiteral("Unreadable"), finding_lines(survey.unreadable));
+    page += survey.advice();
     append_list(page, QStringLiteral("Special files, not copied"), finding_lines(survey.special_files));
     append_list(page, QStringLiteral("Names that are not UTF-8, not copied"), finding_lines(survey.undecodable_names));
 }
@@ -191,19 +212,30 @@ QString survey_text(const source_survey& survey)
     file_amount hidden;
     file_amount loose;
     qint64 with_mail = 0;
+    qint64 unknown = 0;
+    bool is_all = survey.users_problem.isEmpty();
     for (const user_survey& user : survey.users) {
         for (const mail_folder& folder : user.folders) {
             visible += folder.visible;
         }
         hidden += user.hidden;
         loose += user.loose;
-        with_mail += user.has_mail_directory ? 1 : 0;
+        with_mail += user.mail_directory == presence::present ? 1 : 0;
+        unknown += user.mail_directory == presence::unknown ? 1 : 0;
+        is_all = is_all && user.mail_directory != presence::unknown && !user.unknown.any();
     }
     QStringList page;
     page += QStringLiteral("Source  ") + shortened_in_middle(display_text(survey.source), page_width - 8);
-    page += QStringLiteral("Users   %1, %2 with a Mail directory")
-                .arg(display_number(qint64(survey.users.size())), display_number(with_mail));
-    page += QStringLiteral("Files   %1 to copy").arg(amount_text(visible));
+    page += QStringLiteral("Users   %1%2, %3 with a Mail directory%4")
+                .arg(survey.users_problem.isEmpty() ? QString() : QStringLiteral("at least "),
+                     display_number(qint64(survey.users.size())), display_number(with_mail),
+                     unknown == 0 ? QString()
+                                  : QStringLiteral(", %1 of whom that is unknown").arg(display_number(unknown)));
+    if (!survey.users_problem.isEmpty()) {
+        page += QStringLiteral("        there may be more: ") + survey.users_problem;
+    }
+    page += QStringLiteral("Files   %1%2 to copy")
+                .arg(is_all ? QString() : QStringLiteral("at least "), amount_text(visible));
     page += QStringLiteral("        not copied: %1 hidden, %2 loose in a Mail directory")
                 .arg(amount_text(hidden), amount_text(loose));
     if (!survey.users.empty()) {

@@ -15,7 +15,7 @@ copy_assignment assign_copies(const QByteArray& source, const result_paths& resu
         folders.try_emplace(QFile::encodeName(user));
     }
     if (unnamed_users) {
-        for (const QByteArray& user : find_users(source)) {
+        for (const QByteArray& user : find_users(source).names) {
             if (!is_utf8(user)) {
                 folders.try_emplace(user);
             }

@@ -86,7 +86,7 @@ recheck_request recheck_request_for(const result_paths& result, const recorded_s
     request.source = QFile::encodeName(source.path);
     const bool is_of_all = !run || run->options.value(QLatin1String("users")).toArray().isEmpty();
     if (is_of_all) {
-        request.users = find_users(*request.source);
+        request.users = find_users(*request.source).names;
         return request;
     }
     for (const user_record& user : run->users) {

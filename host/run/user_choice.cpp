@@ -1,0 +1,138 @@
+#include "host/run/user_choice.h"
+
+#include "host/run/extraction.h"
+#include "host/source/access_advice.h"
+#include "host/source/source_hint.h"
+#include "host/terminal/command_failure.h"
+#include "host/terminal/exit_codes.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype most_named = 5;
+
+bool same_name(const QString& left, const QString& right)
+{
+    return left.normalized(QString::NormalizationForm_C) == right.normalized(QString::NormalizationForm_C);
+}
+
+/// Returns the spellings of the known names that `wanted` means: its own if there is one.
+QStringList meant(const QString& wanted, const QList<source_user>& known)
+{
+    QStringList alike;
+    for (const source_user& user : known) {
+        if (user.name == wanted) {
+            return {wanted};
+        }
+        if (same_name(user.name, wanted)) {
+            alike += user.name;
+        }
+    }
+    return alike;
+}
+
+/// Moves those who are not asked for out of the list.
+QStringList pass_over(QList<source_user>& users, const run_options& options, const QString& source_root,
+                      bool list_is_whole)
+{
+    QStringList wanted;
+    for (const QString& name : options.users) {
+        const QStringList spellings = meant(name, users);
+        if (spellings.isEmpty()) {
+            refuse(list_is_whole ? QStringLiteral("no user %1: %2Users has no such directory").arg(name, source_root)
+                                 : QStringLiteral("no user %1 is seen, but %2Users could not be listed whole")
+                                       .arg(name, source_root));
+        }
+        wanted += spellings;
+    }
+    QStringList others;
+    for (const source_user& user : users) {
+        if (!wanted.contains(user.name)) {
+            others += user.name;
+        }
+    }
+    erase_if(users, [&others](const source_user& user) { return others.contains(user.name); });
+    return others;
+}
+
+QString joined(const QStringList& texts)
+{
+    const qsizetype left_out = texts.size() - most_named;
+    return texts.mid(0, most_named).join(QStringLiteral(", ")) +
+           (left_out > 0 ? QStringLiteral(" and %1 more").arg(left_out) : QString());
+}
+
+QString line_of_blocked(const std::vector<blocked_look>& blocked)
+{
+    QStringList places;
+    std::set<int> numbers;
+    for (const blocked_look& look : blocked) {
+        places += look.text();
+        numbers.insert(look.error_number);
+    }
+    const QStringList advice = access_advice(numbers);
+    return QStringLiteral("could not be looked at: ") + joined(places) +
+           (advice.isEmpty() ? QString() : QStringLiteral("; ") + advice.join(QStringLiteral("; ")));
+}
+
+/// Removes the users that the plug-in cannot be told of, and returns a line that names them.
+QString without_unreachable(QList<source_user>& users)
+{
+    QStringList names;
+    for (const source_user& user : users) {
+        if (!user.is_reachable) {
+            names.append(user.name);
+        }
+    }
+    erase_if(users, [](const source_user& user) { return !user.is_reachable; });
+    return names.isEmpty() ? QString()
+                           : QStringLiteral("left out, because their names are not UTF-8: the users ") +
+                                 names.join(QStringLiteral(", "));
+}
+
+[[noreturn]] void refuse_without_mail(const QString& source_root)
+{
+    const QString hint = source_hint(QFile::encodeName(source_root));
+    throw command_failure(exit_code::no_mail_directory,
+                          QStringLiteral("no Mail directory found below %1Users: no user has a Library/Mail%2")
+                              .arg(source_root, hint.isEmpty() ? QString() : QStringLiteral("; ") + hint));
+}
+
+} // namespace
+
+user_choice choose_users(const run_options& options, const QString& source_root)
+{
+    source_users known = list_source_users(QFile::encodeName(source_root));
+    user_choice choice;
+    choice.users = std::move(known.users);
+    std::vector<blocked_look> blocked;
+    if (known.blocked) {
+        blocked.push_back(*known.blocked);
+    }
+    if (!options.users.isEmpty()) {
+        choice.passed_over = pass_over(choice.users, options, source_root, !known.blocked);
+    }
+    for (const source_user& user : choice.users) {
+        blocked.insert(blocked.end(), user.blocked.begin(), user.blocked.end());
+    }
+    QStringList lines{without_unreachable(choice.users)};
+    if (!blocked.empty()) {
+        lines += line_of_blocked(blocked);
+    }
+    lines.removeAll(QString());
+    choice.shortcomings = lines.join(QStringLiteral("; "));
+    const auto may_have_mail = [](const source_user& user) { return user.mail_directory != presence::absent; };
+    const bool has_mail = std::any_of(choice.users.begin(), choice.users.end(), may_have_mail);
+    if (has_mail || options.scheme != macos_scheme) {
+        return choice;
+    }
+    if (choice.shortcomings.isEmpty()) {
+        refuse_without_mail(source_root);
+    }
+    throw command_failure(exit_code::with_failures,
+                          QStringLiteral("%1: no Mail directory is seen, and nothing was done; %2")
+                              .arg(source_root, choice.shortcomings));
+}
