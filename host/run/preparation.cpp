@@ -115,8 +115,6 @@ run_plan prepare_run(const run_options& options)
     settings.engine_type = options.engine_type;
     settings.as_suite = options.as_suite;
     settings.log_enciphered = options.log_encrypted;
-    settings.users = chosen_users(options, plan);
-
     const QString copies = plan.result.copies();
     if (options.clear && lies_inside(settings.source_root, copies)) {
         refuse(QStringLiteral("cannot clear %1: the source %2 lies inside it").arg(copies, settings.source_root));
@@ -126,6 +124,7 @@ run_plan prepare_run(const run_options& options)
     plan.earlier = look_at_earlier_run(plan.result, options, plan.identity);
     // The rows of a run that is gone on with are made anew, so that they are those of one run.
     settings.clear = plan.earlier != earlier_run::none;
+    settings.users = chosen_users(options, plan);
     return plan;
 }
 

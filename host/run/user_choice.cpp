@@ -34,30 +34,6 @@ QStringList meant(const QString& wanted, const QList<source_user>& known)
     return alike;
 }
 
-/// Moves those who are not asked for out of the list.
-QStringList pass_over(QList<source_user>& users, const run_options& options, const QString& source_root,
-                      bool list_is_whole)
-{
-    QStringList wanted;
-    for (const QString& name : options.users) {
-        const QStringList spellings = meant(name, users);
-        if (spellings.isEmpty()) {
-            refuse(list_is_whole ? QStringLiteral("no user %1: %2Users has no such directory").arg(name, source_root)
-                                 : QStringLiteral("no user %1 is seen, but %2Users could not be listed whole")
-                                       .arg(name, source_root));
-        }
-        wanted += spellings;
-    }
-    QStringList others;
-    for (const source_user& user : users) {
-        if (!wanted.contains(user.name)) {
-            others += user.name;
-        }
-    }
-    erase_if(users, [&others](const source_user& user) { return others.contains(user.name); });
-    return others;
-}
-
 QString joined(const QStringList& texts)
 {
     const qsizetype left_out = texts.size() - most_named;
@@ -76,6 +52,46 @@ QString line_of_blocked(const std::vector<blocked_look>& blocked)
     const QStringList advice = access_advice(numbers);
     return QStringLiteral("could not be looked at: ") + joined(places) +
            (advice.isEmpty() ? QString() : QStringLiteral("; ") + advice.join(QStringLiteral("; ")));
+}
+
+[[noreturn]] void refuse_unknown(const QString& name, const QString& source_root,
+                                 const std::optional<blocked_look>& blocked)
+{
+    if (!blocked) {
+        refuse(QStringLiteral("no user %1: %2Users has no such directory").arg(name, source_root));
+    }
+    throw command_failure(exit_code::with_failures,
+                          QStringLiteral("%1: no user %2 is seen, and nothing was done; %3")
+                              .arg(source_root, name, line_of_blocked({*blocked})));
+}
+
+/// Takes those who are asked for out of the list; a home may be there for one who knows its name, though "Users" gives
+/// no list of them.
+QList<source_user> take(source_users& known, const run_options& options, const QString& source_root)
+{
+    const QByteArray source = QFile::encodeName(source_root);
+    QStringList wanted;
+    for (const QString& name : options.users) {
+        const QStringList spellings = meant(name, known.users);
+        const QByteArray directory = QFile::encodeName(name);
+        if (!spellings.isEmpty()) {
+            wanted += spellings;
+        } else if (known.blocked && !name.contains(u'/') && !name.startsWith(u'.') &&
+                   look_for_directory(source, "Users/" + directory).found == presence::present) {
+            known.users.append(look_at_user(source, directory));
+            wanted += name;
+        } else {
+            refuse_unknown(name, source_root, known.blocked);
+        }
+    }
+    QList<source_user> taken;
+    for (const source_user& user : known.users) {
+        if (wanted.contains(user.name)) {
+            taken.append(user);
+        }
+    }
+    erase_if(known.users, [&wanted](const source_user& user) { return wanted.contains(user.name); });
+    return taken;
 }
 
 /// Removes the users that the plug-in cannot be told of, and returns a line that names them.
@@ -107,13 +123,17 @@ user_choice choose_users(const run_options& options, const QString& source_root)
 {
     source_users known = list_source_users(QFile::encodeName(source_root));
     user_choice choice;
-    choice.users = std::move(known.users);
     std::vector<blocked_look> blocked;
-    if (known.blocked) {
-        blocked.push_back(*known.blocked);
-    }
-    if (!options.users.isEmpty()) {
-        choice.passed_over = pass_over(choice.users, options, source_root, !known.blocked);
+    if (options.users.isEmpty()) {
+        choice.users = known.users;
+        if (known.blocked) {
+            blocked.push_back(*known.blocked);
+        }
+    } else {
+        choice.users = take(known, options, source_root);
+        for (const source_user& user : known.users) {
+            choice.passed_over += user.name;
+        }
     }
     for (const source_user& user : choice.users) {
         blocked.insert(blocked.end(), user.blocked.begin(), user.blocked.end());

@@ -96,7 +96,7 @@ void keep_witnesses(const run_plan& plan, run_record& record)
         for (const witness& one : store_witnesses(source, name)) {
             keeper.keep(one);
         }
-        if (user.has_mail_directory) {
+        if (user.mail_directory != presence::absent) {
             keeper.keep_left_out(mail_directory_of(name));
         }
     }

@@ -117,17 +117,23 @@ std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std:
     return directories;
 }
 
+source_user look_at_user(const QByteArray& source, const QByteArray& name)
+{
+    source_user user;
+    user.name = QFile::decodeName(name);
+    user.is_reachable = is_utf8(name);
+    look_for_mail(user, source, mail_directory_of(name));
+    look_for_stores(user, source, account_folder_of(name));
+    return user;
+}
+
 source_users list_source_users(const QByteArray& source)
 {
     source_users found;
     user_names names = find_users(source);
     found.blocked = std::move(names.blocked);
     for (const QByteArray& name : names.names) {
-        source_user& user = found.users.emplaceBack();
-        user.name = QFile::decodeName(name);
-        user.is_reachable = is_utf8(name);
-        look_for_mail(user, source, mail_directory_of(name));
-        look_for_stores(user, source, account_folder_of(name));
+        found.users.append(look_at_user(source, name));
     }
     return found;
 }

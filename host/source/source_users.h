@@ -48,5 +48,8 @@ QByteArray account_folder_of(const QByteArray& user);
 /// Returns the Mail directories of users as paths.
 std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std::vector<QByteArray>& users);
 
-/// Returns the users of a source with what a run has to know of them. Of a damaged account store it says so, too.
+/// Returns what a run has to know of a user whose home is there, or may be. Of a damaged account store it says so, too.
+source_user look_at_user(const QByteArray& source, const QByteArray& name);
+
+/// Returns the users of a source with what a run has to know of them.
 source_users list_source_users(const QByteArray& source);
