@@ -8,11 +8,11 @@
 /// One entry met while walking a directory tree.
 struct tree_entry
 {
-    QByteArray path;          ///< root + "/" + relative_path
-    QByteArray relative_path; ///< below the root, "/" separated
-    entry_facts facts;        ///< of the entry itself, links not followed; `error` when it could not be examined
-    bool hidden = false;      ///< the entry, or a directory above it below the root, is hidden: the copy leaves it
-    QString listing_error;    ///< only for a directory: why its content is missing or incomplete
+    QByteArray path;              ///< root + "/" + relative_path
+    QByteArray relative_path;     ///< below the root, "/" separated
+    entry_facts facts;            ///< of the entry itself, links not followed; `error` when it could not be examined
+    bool hidden = false;          ///< the entry, or a directory above it below the root, is hidden: the copy leaves it
+    QString listing_error;        ///< only for a directory: why its content is missing or incomplete
     int listing_error_number = 0; ///< the system's number for it
 };
 

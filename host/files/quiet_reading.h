@@ -46,7 +46,7 @@ struct entry_facts
     quint32 group = 0;             ///< group number
     quint64 device = 0;            ///< device and inode together identify the object
     quint64 inode = 0;
-    QString error; ///< why nothing is known; empty when the other fields hold
+    QString error;        ///< why nothing is known; empty when the other fields hold
     int error_number = 0; ///< the system's number for `error`
 };
 
@@ -95,7 +95,7 @@ struct quiet_file
 struct quiet_data
 {
     QByteArray data;
-    QString error; ///< why `data` is empty; empty on success
+    QString error;        ///< why `data` is empty; empty on success
     int error_number = 0; ///< the system's number for `error`; 0 also for a refusal of our own
 };
 

@@ -4,6 +4,7 @@
 #include "host/result/result_database.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
+#include "host/terminal/screen.h"
 #include "host/text/csv.h"
 #include "host/text/text_layout.h"
 #include "host/text/text_table.h"
@@ -32,7 +33,7 @@ QString text_for_person(const QString& text)
     return text.isEmpty() ? QStringLiteral("-") : text;
 }
 
-void print_table(QSqlQuery& rows)
+void print_table(QSqlQuery& rows, bool wide)
 {
     const QList<table_column> columns{{QStringLiteral("#"), true},
                                       {QStringLiteral("user"), false, narrow_column},
@@ -53,18 +54,19 @@ void print_table(QSqlQuery& rows)
         print_line(QStringLiteral("folders below /%1, where … is %2_<user>_")
                        .arg(shared_texts::plugin_directory, shared_texts::artifact_folder));
     }
-    for (const QString& line : table_lines(columns, texts, page_width)) {
+    for (const QString& line : table_lines(columns, texts, wide ? unlimited_width : screen_columns(page_width))) {
         print_line(line);
     }
 }
 
-void print_csv(QSqlQuery& rows)
+void print_csv(QSqlQuery& rows, bool raw)
 {
     const QSqlRecord columns = rows.record();
-    const auto print_record = [&columns](auto field_text) {
+    const auto print_record = [&columns, raw](auto field_text) {
         QByteArrayList fields;
         for (int i = 0; i < columns.count(); ++i) {
-            fields.append(field_text(i).toUtf8());
+            const QByteArray text = field_text(i).toUtf8();
+            fields.append(raw ? text : spreadsheet_text(text));
         }
         print_bytes(csv_line(fields));
     };
@@ -116,11 +118,11 @@ int show_command(const show_options& options)
     const result_database database{result_paths(options.result)};
     QSqlQuery rows = database.query(QStringLiteral("SELECT * FROM %1 ORDER BY INT").arg(shared_texts::accounts_table));
     if (options.format == QLatin1String("csv")) {
-        print_csv(rows);
+        print_csv(rows, options.raw);
     } else if (options.format == QLatin1String("json")) {
         print_json(rows);
     } else {
-        print_table(rows);
+        print_table(rows, options.wide);
     }
     return exit_code::whole;
 }

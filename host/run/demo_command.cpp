@@ -85,6 +85,6 @@ int demo_command(const demo_options& options)
         return code;
     }
     print_line({});
-    show_command({run.result, QStringLiteral("table")});
+    show_command({run.result});
     return code;
 }

@@ -2,6 +2,7 @@
 
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
+#include "host/terminal/screen.h"
 #include "host/text/display_text.h"
 #include "host/text/text_layout.h"
 #include "host/text/text_table.h"
@@ -52,7 +53,7 @@ void print_run_summary(const run_record& record, const QString& root_hash)
     if (record.users.size() > 1) {
         rows.append(row_of(QStringLiteral("together"), sums));
     }
-    for (const QString& line : table_lines(columns, rows, page_width)) {
+    for (const QString& line : table_lines(columns, rows, screen_columns(page_width))) {
         print_line(line);
     }
     if (record.verification) {

@@ -60,9 +60,8 @@ QString line_of_blocked(const std::vector<blocked_look>& blocked)
     if (!blocked) {
         refuse(QStringLiteral("no user %1: %2Users has no such directory").arg(name, source_root));
     }
-    throw command_failure(exit_code::with_failures,
-                          QStringLiteral("%1: no user %2 is seen, and nothing was done; %3")
-                              .arg(source_root, name, line_of_blocked({*blocked})));
+    throw command_failure(exit_code::with_failures, QStringLiteral("%1: no user %2 is seen, and nothing was done; %3")
+                                                        .arg(source_root, name, line_of_blocked({*blocked})));
 }
 
 /// Takes those who are asked for out of the list; a home may be there for one who knows its name, though "Users" gives

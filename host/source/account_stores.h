@@ -33,6 +33,6 @@ struct account_store_look
     std::optional<blocked_look> blocked; ///< why nobody knows what it holds
 };
 
-/// Looks for the stores in SOURCE/`folder`; links are followed, but not out of the source. Of each store only the first bytes are read: enough to tell a
-/// database from anything else, not whether its content holds.
+/// Looks for the stores in SOURCE/`folder`; links are followed, but not out of the source. Of each store only the first
+/// bytes are read: enough to tell a database from anything else, not whether its content holds.
 account_store_look look_for_account_stores(const QByteArray& source, const QByteArray& folder);

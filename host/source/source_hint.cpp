@@ -20,19 +20,19 @@ struct container_kind
 };
 
 constexpr std::array container_kinds = {
-    container_kind{".zip", archive_words},       container_kind{".tar", archive_words},
-    container_kind{".tgz", archive_words},       container_kind{".tar.gz", archive_words},
-    container_kind{".tar.xz", archive_words},    container_kind{".tar.bz2", archive_words},
-    container_kind{".7z", archive_words},        container_kind{".rar", archive_words},
-    container_kind{".ad1", archive_words},       container_kind{".l01", archive_words},
-    container_kind{".dmg", image_words},         container_kind{".sparseimage", image_words},
+    container_kind{".zip", archive_words},        container_kind{".tar", archive_words},
+    container_kind{".tgz", archive_words},        container_kind{".tar.gz", archive_words},
+    container_kind{".tar.xz", archive_words},     container_kind{".tar.bz2", archive_words},
+    container_kind{".7z", archive_words},         container_kind{".rar", archive_words},
+    container_kind{".ad1", archive_words},        container_kind{".l01", archive_words},
+    container_kind{".dmg", image_words},          container_kind{".sparseimage", image_words},
     container_kind{".sparsebundle", image_words}, container_kind{".e01", image_words},
-    container_kind{".ex01", image_words},        container_kind{".aff", image_words},
-    container_kind{".aff4", image_words},        container_kind{".dd", image_words},
-    container_kind{".raw", image_words},         container_kind{".img", image_words},
-    container_kind{".bin", image_words},         container_kind{".001", image_words},
-    container_kind{".iso", image_words},         container_kind{".vmdk", image_words},
-    container_kind{".vdi", image_words},         container_kind{".qcow2", image_words},
+    container_kind{".ex01", image_words},         container_kind{".aff", image_words},
+    container_kind{".aff4", image_words},         container_kind{".dd", image_words},
+    container_kind{".raw", image_words},          container_kind{".img", image_words},
+    container_kind{".bin", image_words},          container_kind{".001", image_words},
+    container_kind{".iso", image_words},          container_kind{".vmdk", image_words},
+    container_kind{".vdi", image_words},          container_kind{".qcow2", image_words},
 };
 
 /// Returns an argument as it is typed into a shell.
@@ -105,8 +105,8 @@ QString lower_level_hint(const QByteArray& source)
             return QStringLiteral("%1: %2").arg(QLatin1String(level.words), type_instead(above));
         }
         if (level.levels > 1) {
-            return QStringLiteral("%1: name the folder in which the home lies as Users/NAME").arg(
-                QLatin1String(level.words));
+            return QStringLiteral("%1: name the folder in which the home lies as Users/NAME")
+                .arg(QLatin1String(level.words));
         }
     }
     return {};

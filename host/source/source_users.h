@@ -13,8 +13,8 @@
 /// The users of a source, as far as they could be found.
 struct user_names
 {
-    std::vector<QByteArray> names;        ///< sorted; every directory below "Users/" but hidden ones and "Shared"
-    std::optional<blocked_look> blocked;  ///< why there may be more of them
+    std::vector<QByteArray> names;       ///< sorted; every directory below "Users/" but hidden ones and "Shared"
+    std::optional<blocked_look> blocked; ///< why there may be more of them
 };
 
 /// One user of a source, as a run sees him.

@@ -46,13 +46,13 @@ struct user_survey
 {
     QByteArray name;
     presence mail_directory = presence::absent;
-    QString mail_problem;         ///< why nobody knows whether there is one, or what is in it
-    QByteArray not_followed;      ///< the link that leads this user's mail out of the source; empty when there is none
+    QString mail_problem;    ///< why nobody knows whether there is one, or what is in it
+    QByteArray not_followed; ///< the link that leads this user's mail out of the source; empty when there is none
     std::vector<mail_folder> folders;
-    file_amount loose;            ///< files directly in the Mail directory, which no copy takes; hidden ones not included
-    file_amount hidden;           ///< everything hidden below the Mail directory, wherever
-    unknown_content unknown;      ///< of the Mail directory
-    QString live_version;         ///< what the Mail directory's PersistenceInfo.plist names; empty when it does not say
+    file_amount loose;       ///< files directly in the Mail directory, which no copy takes; hidden ones not included
+    file_amount hidden;      ///< everything hidden below the Mail directory, wherever
+    unknown_content unknown; ///< of the Mail directory
+    QString live_version;    ///< what the Mail directory's PersistenceInfo.plist names; empty when it does not say
     QString live_version_problem; ///< why not: absent, unreadable, damaged
     std::vector<account_store> stores;
     QString stores_problem; ///< why nobody knows which stores there are
@@ -74,9 +74,9 @@ struct source_survey
     qint64 links = 0;      ///< below the Mail directories, of whatever kind
     std::vector<link_problem> link_problems;
     std::vector<survey_finding> broken_links;
-    std::vector<survey_finding> unreadable;   ///< what could not be looked at, and damaged account stores
-    std::set<QByteArray> unreadable_paths;    ///< of the same
-    std::set<int> error_numbers;              ///< the system's, of the same
+    std::vector<survey_finding> unreadable; ///< what could not be looked at, and damaged account stores
+    std::set<QByteArray> unreadable_paths;  ///< of the same
+    std::set<int> error_numbers;            ///< the system's, of the same
     std::vector<survey_finding> special_files;
     std::vector<survey_finding> undecodable_names; ///< not UTF-8: the copy passes them over
     std::optional<room_estimate> room;             ///< only when a result was named

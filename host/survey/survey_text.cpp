@@ -1,4 +1,5 @@
 #include "host/survey/survey_text.h"
+#include "host/terminal/screen.h"
 #include "host/text/display_text.h"
 #include "host/text/text_layout.h"
 #include "host/text/text_table.h"
@@ -7,6 +8,11 @@
 #include <array>
 
 namespace {
+
+qsizetype page_columns()
+{
+    return screen_columns(page_width);
+}
 
 constexpr qsizetype longest_list = 5;
 constexpr qsizetype longest_table = 20;
@@ -84,7 +90,7 @@ void append_table(QStringList& page, const QList<table_column>& columns, QList<Q
         rows.resize(longest_table);
     }
     page += QString();
-    page += table_lines(columns, rows, page_width);
+    page += table_lines(columns, rows, page_columns());
     if (left_out > 0) {
         page += cut_note(left_out);
     }
@@ -161,7 +167,7 @@ void append_list(QStringList& page, const QString& title, const QStringList& lin
     }
     page += QStringLiteral("%1: %2").arg(title, display_number(lines.size()));
     for (const QString& line : lines.first(std::min(lines.size(), longest_list))) {
-        page += QStringLiteral("  ") + shortened_in_middle(line, page_width - 2);
+        page += QStringLiteral("  ") + shortened_in_middle(line, page_columns() - 2);
     }
     if (lines.size() > longest_list) {
         page += cut_note(lines.size() - longest_list);
@@ -191,7 +197,9 @@ void append_findings(QStringList& page, const source_survey& survey)
     append_list(page, QStringLiteral("Links that lead round in a circle"), cycles);
     append_list(page, QStringLiteral("Links that lead nowhere"), finding_lines(survey.broken_links));
     append_list(page, QStringLiteral("Unreadable"), finding_lines(survey.unreadable));
-    page += survey.advice();
+    for (const QString& advice : survey.advice()) {
+        page += wrapped(advice, page_columns());
+    }
     append_list(page, QStringLiteral("Special files, not copied"), finding_lines(survey.special_files));
     append_list(page, QStringLiteral("Names that are not UTF-8, not copied"), finding_lines(survey.undecodable_names));
 }
@@ -200,7 +208,7 @@ void append_room(QStringList& page, const room_estimate& room)
 {
     const QString verdict =
         room.is_enough() ? QStringLiteral("Room enough at ") : QStringLiteral("NOT ENOUGH ROOM at ");
-    page += verdict + shortened_in_middle(display_text(room.measured_at), page_width - verdict.size());
+    page += verdict + shortened_in_middle(display_text(room.measured_at), page_columns() - verdict.size());
     page += QStringLiteral("  ") + room_amounts(room);
 }
 
@@ -225,7 +233,7 @@ QString survey_text(const source_survey& survey)
         is_all = is_all && user.mail_directory != presence::unknown && !user.unknown.any();
     }
     QStringList page;
-    page += QStringLiteral("Source  ") + shortened_in_middle(display_text(survey.source), page_width - 8);
+    page += QStringLiteral("Source  ") + shortened_in_middle(display_text(survey.source), page_columns() - 8);
     page += QStringLiteral("Users   %1%2, %3 with a Mail directory%4")
                 .arg(survey.users_problem.isEmpty() ? QString() : QStringLiteral("at least "),
                      display_number(qint64(survey.users.size())), display_number(with_mail),

@@ -1,12 +1,12 @@
 #include "host/terminal/progress.h"
 
+#include "host/terminal/screen.h"
 #include "host/text/display_text.h"
 #include "host/text/text_layout.h"
 
 #include <algorithm>
 #include <cstdio>
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -17,13 +17,6 @@ constexpr qint64 line_interval_ms = 10'000;
 constexpr qint64 shortest_forecast_base_ms = 2'000;
 constexpr int widest_bar = 24;
 constexpr int narrowest_bar = 5;
-
-int terminal_columns()
-{
-    winsize size = {};
-    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : 80;
-}
 
 void write_to_standard_error(const QString& text)
 {
@@ -67,7 +60,7 @@ void progress::update(file_amount done_so_far)
         return;
     }
     since_shown.restart();
-    const QString text = status_text(as_bar ? terminal_columns() - 1 : 0);
+    const QString text = status_text(as_bar ? static_cast<int>(message_columns(80)) - 1 : 0);
     write_to_standard_error(as_bar ? QLatin1Char('\r') + text + QStringLiteral("\x1b[K") : text + QLatin1Char('\n'));
 }
 

@@ -10,6 +10,17 @@ QByteArray csv_field(QByteArray text)
     return needs_quotes ? '"' + text.replace("\"", "\"\"") + '"' : text;
 }
 
+QByteArray spreadsheet_text(const QByteArray& text)
+{
+    if (text.isEmpty() || !QByteArray("=+-@\t\r").contains(text.front())) {
+        return text;
+    }
+    const bool is_number = text.size() > 1 && std::all_of(text.begin() + 1, text.end(), [](char character) {
+                               return character >= '0' && character <= '9';
+                           });
+    return is_number ? text : '\'' + text;
+}
+
 QByteArray csv_line(const QByteArrayList& texts)
 {
     QByteArray line;

@@ -9,6 +9,10 @@
 /// quote, a comma or a line break.
 QByteArray csv_field(QByteArray text);
 
+/// Returns a text that no spreadsheet takes for a formula: with an apostrophe before it where it begins with "=", "+",
+/// "-", "@", a tab or a carriage return. Numbers stay as they are.
+QByteArray spreadsheet_text(const QByteArray& text);
+
 /// Returns a line of comma-separated values with its end, "\r\n".
 QByteArray csv_line(const QByteArrayList& texts);
 

@@ -1,29 +1,16 @@
 #include "host/text/text_layout.h"
 
+#include "host/text/character_width.h"
+
 #include <algorithm>
 #include <numeric>
 #include <string>
-
-namespace {
-
-bool is_mark(char32_t point)
-{
-    const QChar::Category category = QChar::category(point);
-    return category == QChar::Mark_NonSpacing || category == QChar::Mark_Enclosing;
-}
-
-qsizetype columns_of(char32_t point)
-{
-    return is_mark(point) ? 0 : 1;
-}
-
-} // namespace
 
 qsizetype text_width(const QString& text)
 {
     const std::u32string points = text.toStdU32String();
     return std::accumulate(points.begin(), points.end(), qsizetype(0),
-                           [](qsizetype sum, char32_t point) { return sum + columns_of(point); });
+                           [](qsizetype sum, char32_t point) { return sum + character_width(point); });
 }
 
 QString shortened_in_middle(const QString& text, qsizetype width)
@@ -34,18 +21,32 @@ QString shortened_in_middle(const QString& text, qsizetype width)
     }
     const std::u32string points = text.toStdU32String();
     std::size_t head = 0;
-    for (qsizetype left = kept - kept / 2; columns_of(points[head]) <= left; ++head) {
-        left -= columns_of(points[head]);
+    for (qsizetype left = kept - kept / 2; character_width(points[head]) <= left; ++head) {
+        left -= character_width(points[head]);
     }
     std::size_t tail = points.size();
-    for (qsizetype left = kept / 2; columns_of(points[tail - 1]) <= left; --tail) {
-        left -= columns_of(points[tail - 1]);
+    for (qsizetype left = kept / 2; character_width(points[tail - 1]) <= left; --tail) {
+        left -= character_width(points[tail - 1]);
     }
     // A mark belongs to the letter before it.
-    while (tail < points.size() && is_mark(points[tail])) {
+    while (tail < points.size() && is_combining(points[tail])) {
         ++tail;
     }
     return QString::fromStdU32String(points.substr(0, head) + U'…' + points.substr(tail));
+}
+
+QStringList wrapped(const QString& text, qsizetype width)
+{
+    QStringList lines{QString()};
+    for (const QString& word : text.split(u' ', Qt::SkipEmptyParts)) {
+        QString& line = lines.last();
+        if (!line.isEmpty() && text_width(line) + 1 + text_width(word) > width) {
+            lines.append(word);
+        } else {
+            line += line.isEmpty() ? word : u' ' + word;
+        }
+    }
+    return lines;
 }
 
 QString duration_text(qint64 seconds)

@@ -25,8 +25,8 @@ QString line_of(const QList<table_column>& columns, const QStringList& texts, co
     return line;
 }
 
-/// Takes from the widest column that may shrink, one by one, until the line fits.
-void shrink_to(qsizetype width, const QList<table_column>& columns, QList<qsizetype>& widths)
+/// Takes from the widest column that may shrink, one by one, until the line fits; false when it never does.
+bool shrink_to(qsizetype width, const QList<table_column>& columns, QList<qsizetype>& widths)
 {
     qsizetype line_width = std::accumulate(widths.begin(), widths.end(), column_gap * (columns.size() - 1));
     for (; line_width > width; --line_width) {
@@ -38,10 +38,33 @@ void shrink_to(qsizetype width, const QList<table_column>& columns, QList<qsizet
             }
         }
         if (widest < 0) {
-            return;
+            return false;
         }
         --widths[widest];
     }
+    return true;
+}
+
+/// Lays out each row as a block of lines, a text below the other: for a screen on which the columns find no room.
+QStringList block_lines(const QList<table_column>& columns, const QList<QStringList>& rows)
+{
+    qsizetype title_width = 0;
+    for (const table_column& column : columns) {
+        title_width = std::max(title_width, text_width(column.title));
+    }
+    QStringList lines;
+    for (const QStringList& row : rows) {
+        if (!lines.isEmpty()) {
+            lines.append(QString());
+        }
+        for (qsizetype i = 0; i < columns.size(); ++i) {
+            if (!row[i].isEmpty()) {
+                const QString filling(title_width - text_width(columns[i].title) + column_gap, QLatin1Char(' '));
+                lines.append(columns[i].title + filling + row[i]);
+            }
+        }
+    }
+    return lines;
 }
 
 } // namespace
@@ -63,7 +86,9 @@ QStringList table_lines(const QList<table_column>& columns, const QList<QStringL
             widths[i] = std::max(widths[i], text_width(visible.last()));
         }
     }
-    shrink_to(width, columns, widths);
+    if (!shrink_to(width, columns, widths) && width < page_width) {
+        return block_lines(columns, visible_rows);
+    }
 
     QStringList lines{line_of(columns, titles, widths)};
     QStringList rules;

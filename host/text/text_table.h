@@ -16,5 +16,6 @@ struct table_column
 };
 
 /// Lays out rows below their titles; each row holds one text a column. Lines are at most `width` columns wide when
-/// the columns that may shrink allow it, and end in no blanks.
+/// the columns that may shrink allow it, and end in no blanks; where they do not and the width is that of a small
+/// screen, each row becomes a block of lines, one a column, of which nothing is shortened.
 QStringList table_lines(const QList<table_column>& columns, const QList<QStringList>& rows, qsizetype width);

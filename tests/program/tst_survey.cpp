@@ -195,9 +195,9 @@ private slots:
         if (::geteuid() == 0 && result.exit_code != 3) {
             QSKIP("the program cannot be started without the superuser's privileges here");
         }
-        for (const char* line :
-             {"V9/pipe: named pipe", "V9/nowhere: link to /private/gone: No such file or directory",
-              "V9/closed directory: content unknown: Permission denied", "V9/closed file: no permission to read the file"}) {
+        for (const char* line : {"V9/pipe: named pipe", "V9/nowhere: link to /private/gone: No such file or directory",
+                                 "V9/closed directory: content unknown: Permission denied",
+                                 "V9/closed file: no permission to read the file"}) {
             QVERIFY2(result.output.contains(line + QByteArray("\n")), result.output);
         }
         QVERIFY(!result.output.contains('\033'));
