@@ -95,6 +95,8 @@ qint64 extract(const plugin_library& library, const extraction_settings& setting
     const QList<plugin_task> tasks = tasks_of(settings);
     progress shown(QStringLiteral("copying"), expected_copies(settings.users), style);
 
+    // The plug-in is asked to stop between two files.
+    interruption::wait_is_for(QStringLiteral("the copy of the file at work"));
     file_amount done_before;
     qint64 rows = 0;
     for (const plugin_task& task : tasks) {
@@ -114,5 +116,6 @@ qint64 extract(const plugin_library& library, const extraction_settings& setting
         done_before += expected_copies(task.users);
         rows += receiver.rows();
     }
+    interruption::wait_is_for({});
     return rows;
 }

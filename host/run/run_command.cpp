@@ -12,9 +12,10 @@
 #include "host/run/stock_taking.h"
 #include "host/run/summary.h"
 #include "host/run/witness_keeping.h"
-#include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
+#include "host/terminal/exit_codes.h"
 #include "host/terminal/interruption.h"
+#include "host/text/failure.h"
 #include "host/verify/verification_progress.h"
 
 #include <QCoreApplication>
@@ -106,13 +107,6 @@ void note_accounts(run_record& record, const run_plan& plan)
     }
 }
 
-void refuse_when_interrupted()
-{
-    if (interruption::requested()) {
-        throw command_failure(exit_code::cancelled, QStringLiteral("cancelled; nothing was done"));
-    }
-}
-
 int exit_code_of(const run_record& record, const QString& scheme)
 {
     const bool verified_whole = !record.verification || record.verification->whole;
@@ -158,14 +152,14 @@ void print_outcome(const run_record& record, const QString& root_hash, bool as_j
 
 int run_command(const run_options& options)
 {
-    interruption::watch();
     run_plan plan = prepare_run(options);
     const plugin_library library(options.plugin_file);
     const bool holds_mail = plan.settings.scheme == macos_scheme;
     if (holds_mail) {
         guard_run(plan, options.follow_links_outside);
     }
-    refuse_when_interrupted();
+    // Until here nothing is changed, and a signal ends the program at once.
+    interruption::watch();
     const exclusive_lock lock = create_result(options, plan);
 
     run_journal journal(plan.result, begin_record(options, plan, library));
