@@ -1,5 +1,6 @@
 #include "host/command_line.h"
 
+#include "host/help_page.h"
 #include "host/log/decipher_command.h"
 #include "host/mail_database/accounts_command.h"
 #include "host/mail_database/completeness_command.h"
@@ -12,12 +13,17 @@
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
+#include "host/terminal/interruption.h"
+#include "host/text/display_text.h"
+#include "host/typing_errors.h"
 #include "host/verify/verify_command.h"
 
 #include <CLI/CLI.hpp>
 
 #include <QApplication>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <algorithm>
 #include <array>
@@ -29,6 +35,8 @@ namespace {
 
 // By engine type.
 constexpr std::array engine_names{"desk", "field", "live"};
+
+constexpr const char* for_integrators = "For integrators";
 
 /// Says what a product is and where it lies unless another place is named.
 std::string default_place(const char* what, product which)
@@ -115,12 +123,16 @@ void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
         ->take_all();
     add_text(command, "--scheme", options.scheme, "Operating-system scheme of the source")
         ->check(CLI::IsMember({"macOS", "iOS_UID", "winOS"}))
-        ->default_str("macOS");
-    add_text(command, "--source-type", options.source_type, "Kind of source, such as macOS_Home_Directory");
+        ->option_text("macOS|iOS_UID|winOS")
+        ->default_str("macOS")
+        ->group(for_integrators);
+    add_text(command, "--source-type", options.source_type, "Kind of source, such as macOS_Home_Directory")
+        ->group(for_integrators);
     command.add_option("--source-number", options.source_number, "Number of the source in the case")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()))
         ->type_name("N")
-        ->capture_default_str();
+        ->capture_default_str()
+        ->group(for_integrators);
     command
         .add_option_function<std::string>(
             "--engine",
@@ -130,17 +142,21 @@ void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
             },
             "Edition named in the log")
         ->check(CLI::IsMember(std::vector<std::string>(engine_names.begin(), engine_names.end())))
-        ->default_str(engine_names.front());
+        ->option_text("desk|field|live")
+        ->default_str(engine_names.front())
+        ->group(for_integrators);
     CLI::Option* clear = command.add_flag("--clear", options.clear,
                                           "Start over: remove everything that earlier runs left in the result");
     command.add_flag("--append", options.append, "Go on with a run that did not come to its end")->excludes(clear);
-    command.add_flag("--as-suite", options.as_suite, "One run for all users, exactly as a suite drives the plug-in");
+    command.add_flag("--as-suite", options.as_suite, "One run for all users, exactly as a suite drives the plug-in")
+        ->group(for_integrators);
     command.add_flag("--no-verify", options.no_verify, "Leave out the verification at the end");
     command.add_flag("--follow-links-outside", options.follow_links_outside,
                      "Run in spite of links that leave the source or go in circles");
     add_path(command, "--log", options.log_file, default_place("Debug log", product::log), "FILE");
     command.add_flag("--log-encrypted", options.log_encrypted, "Encipher the debug log; decipher reads it");
-    add_path(command, "--plugin", options.plugin_file, "Plug-in library (default: the program's own)", "FILE");
+    add_path(command, "--plugin", options.plugin_file, "Plug-in library (default: the program's own)", "FILE")
+        ->group(for_integrators);
     add_case_data(command, options);
     command.add_flag("--quiet", options.quiet, "Show no progress");
     command.add_flag("--json", options.json, "Print the summary as JSON");
@@ -152,7 +168,11 @@ void add_show(CLI::App& program, chosen_command& chosen, show_options& options)
     add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
     add_text(command, "--format", options.format, "How to print them")
         ->check(CLI::IsMember({"table", "csv", "json"}))
+        ->option_text("table|csv|json")
         ->default_str("table");
+    command.add_flag("--wide", options.wide, "Shorten nothing in the table");
+    command.add_flag("--raw", options.raw,
+                     "Write cells of csv as they are, also those that a spreadsheet would run as a formula");
 }
 
 void add_accounts(CLI::App& program, chosen_command& chosen, accounts_options& options)
@@ -237,7 +257,19 @@ std::unique_ptr<QCoreApplication> widget_application(int& argc, char** argv)
     return application;
 }
 
-int run_chosen(const chosen_command& chosen, int argc, char** argv)
+/// Says why the program did not do what it was asked for, and returns the code that it ends with.
+int refusal(int code, const QString& message, bool as_json)
+{
+    complain(message);
+    if (as_json) {
+        print_bytes(
+            QJsonDocument(QJsonObject{{"error", QJsonObject{{"message", display_text(message)}, {"exit_code", code}}}})
+                .toJson());
+    }
+    return code;
+}
+
+int run_chosen(const chosen_command& chosen, int argc, char** argv, bool as_json)
 {
     const auto application =
         chosen.needs_widgets ? widget_application(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
@@ -246,14 +278,11 @@ int run_chosen(const chosen_command& chosen, int argc, char** argv)
     try {
         return chosen.action();
     } catch (const command_failure& stopped) {
-        complain(stopped.message());
-        return stopped.exit_code();
+        return refusal(stopped.exit_code(), stopped.message(), as_json);
     } catch (const failure& stopped) {
-        complain(stopped.message());
-        return exit_code::could_not_run;
+        return refusal(exit_code::could_not_run, stopped.message(), as_json);
     } catch (const std::exception& error) {
-        complain(QString::fromLocal8Bit(error.what()));
-        return exit_code::could_not_run;
+        return refusal(exit_code::could_not_run, QString::fromLocal8Bit(error.what()), as_json);
     }
 }
 
@@ -263,11 +292,16 @@ int run_command_line(int argc, char** argv)
 {
     CLI::App program("Finds the mail accounts of a Mac and copies its mail stores; the source is only read.",
                      "mail-extract");
+    program.formatter(std::make_shared<help_page>());
     program.set_version_flag("--version", "mail-extract " MAIL_EXTRACT_VERSION);
     program.require_subcommand(1);
     program.footer(
-        "Exit codes: 0 whole, 1 could not run, 2 usage, 3 with failures, 4 no Mail directory, 130 cancelled.");
+        "Exit codes: 0 whole, 1 could not run, 2 usage, 3 with failures or with things that could not be looked at, "
+        "4 no Mail directory, 130 cancelled.");
 
+    const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    const bool as_json = asks_for_json(arguments);
+    interruption::end_at_once();
     chosen_command chosen;
     demo_options demo;
     survey_options survey;
@@ -290,10 +324,13 @@ int run_command_line(int argc, char** argv)
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? exit_code::whole : exit_code::usage;
+        if (error.get_exit_code() == 0) {
+            return program.exit(error);
+        }
+        return refusal(exit_code::usage, typing_error(program, arguments, error), as_json);
     }
 
-    const int code = run_chosen(chosen, argc, argv);
+    const int code = run_chosen(chosen, argc, argv, as_json);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         complain(QStringLiteral("cannot write to standard output: %1").arg(qt_error_string()));
         return exit_code::could_not_run;

@@ -54,7 +54,7 @@ private slots:
         };
         const QString run = "run --source SOURCE --result RESULT ";
         const QString a_library = QLibraryInfo::path(QLibraryInfo::LibrariesPath) + "/libQt6Core.so.6";
-        row("no command", "", 2, "subcommand");
+        row("no command", "", 2, "type a command");
         row("unknown engine", run + "--engine x", 2, "--engine");
         row("clear and append", run + "--clear --append", 2, "--append");
         row("no source", "run --source SOURCE/no --result RESULT", 1, "SOURCE/no: no such directory");
