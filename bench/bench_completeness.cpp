@@ -35,7 +35,8 @@ void write_whole_file(const QString& path, const QByteArray& content)
 
 QString bucket_of(const QString& mail, int number)
 {
-    QString path = QStringLiteral("%1/V10/%2/Box %3.mbox/S/Data").arg(mail, QLatin1String(account)).arg(number % mailboxes);
+    QString path =
+        QStringLiteral("%1/V10/%2/Box %3.mbox/S/Data").arg(mail, QLatin1String(account)).arg(number % mailboxes);
     for (int thousands = number / 1000; thousands > 0; thousands /= 10) {
         path += QStringLiteral("/%1").arg(thousands % 10);
     }
@@ -45,7 +46,8 @@ QString bucket_of(const QString& mail, int number)
 QByteArray message_file(int number, bool partial)
 {
     const QByteArray header = "From: somebody@example.org\nSubject: number " + QByteArray::number(number) + '\n';
-    const QByteArray parts = "--b\nContent-Type: text/plain\n\n" + QByteArray("some text of the message\n").repeated(40) +
+    const QByteArray parts = "--b\nContent-Type: text/plain\n\n" +
+                             QByteArray("some text of the message\n").repeated(40) +
                              "--b\nContent-Disposition: attachment; filename=a\nX-Apple-Content-Length: 9\n\n\n--b--\n";
     const QByteArray message =
         partial ? header + "Content-Type: multipart/mixed; boundary=b\n\n" + parts : header + "\nsome text\n";
@@ -66,8 +68,9 @@ void write_files(const QString& mail, int count)
             }
             const bool partial = number % 4 == 1;
             if (number % 100 != 7) {
-                write_whole_file(QStringLiteral("%1/Messages/%2%3.emlx").arg(bucket).arg(number).arg(partial ? ".partial" : ""),
-                                 message_file(number, partial));
+                write_whole_file(
+                    QStringLiteral("%1/Messages/%2%3.emlx").arg(bucket).arg(number).arg(partial ? ".partial" : ""),
+                    message_file(number, partial));
             }
             if (number % 8 == 1) {
                 const QString attachment = QStringLiteral("%1/Attachments/%2/2").arg(bucket).arg(number);
@@ -102,7 +105,8 @@ void write_index(const QString& mail, int count)
           QStringLiteral("CREATE INDEX by_mailbox ON messages (mailbox, date_received)")}) {
         execute(statement);
     }
-    const QString upto = QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < %1) ");
+    const QString upto =
+        QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < %1) ");
     const QString all = upto.arg(count - 1);
     execute(upto.arg(mailboxes - 1) + "INSERT INTO mailboxes SELECT i + 1, 'imap://" + account +
             "/Box%20' || i, NULL FROM n");
@@ -110,7 +114,8 @@ void write_index(const QString& mail, int count)
     execute(all + "INSERT INTO subjects SELECT i, 'a subject of usual length, number ' || i FROM n");
     execute(all + "INSERT INTO addresses SELECT i, 'person' || i || '@example.org', 'Person' FROM n WHERE i % 30 = 0");
     execute(all + "INSERT INTO messages SELECT i, 'Re: ', i, i / 30 * 30, 1500000000 + i, 1500000002 + i, i % " +
-            QString::number(mailboxes) + " + 1, 8590195713, 0, i, i, 4096, 'the first words of the message ' || i "
+            QString::number(mailboxes) +
+            " + 1, 8590195713, 0, i, i, 4096, 'the first words of the message ' || i "
             "FROM n WHERE i % 100 <> 3");
     execute(all + "INSERT INTO labels SELECT i, 100 FROM n WHERE i % 3 = 0");
 }
@@ -167,13 +172,15 @@ int main(int argc, char** argv)
         QElapsedTimer timer;
         timer.start();
         const double processor_before = processor_seconds();
-        const auto stores = check_completeness(
-            {QFile::encodeName(folder.path()), "u", "Users/u/Library/Mail", QDir::tempPath()}, sink);
+        const auto stores =
+            check_completeness({QFile::encodeName(folder.path()), "u", "Users/u/Library/Mail", QDir::tempPath()}, sink);
         const completeness_figures& totals = stores.front().totals;
-        std::printf("%.2f s (processor %.2f s): %lld files, %lld rows, %lld in both, %lld told of, sums %s, peak memory %lld MB\n",
+        std::printf("%.2f s (processor %.2f s): %lld files, %lld rows, %lld in both, %lld told of, sums %s, peak "
+                    "memory %lld MB\n",
                     double(timer.elapsed()) / 1000, processor_seconds() - processor_before,
-                    static_cast<long long>(totals.on_disk), static_cast<long long>(totals.indexed), static_cast<long long>(totals.both),
-                    static_cast<long long>(sink.told), stores.front().not_closing.isEmpty() ? "close" : "DO NOT CLOSE",
+                    static_cast<long long>(totals.on_disk), static_cast<long long>(totals.indexed),
+                    static_cast<long long>(totals.both), static_cast<long long>(sink.told),
+                    stores.front().not_closing.isEmpty() ? "close" : "DO NOT CLOSE",
                     static_cast<long long>(peak_memory() / 1'000'000));
     }
 }

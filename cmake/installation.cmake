@@ -15,6 +15,6 @@ write_basic_package_version_file("${CMAKE_BINARY_DIR}/AppleMailExtractorConfigVe
     COMPATIBILITY SameMajorVersion)
 
 install(TARGETS apple_mail_extractor LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-install(FILES plugin/apple_mail_extractor.h plugin/host_records.h DESTINATION "${header_directory}/plugin")
+install(FILES plugin/apple_mail_extractor.h plugin/copied_file.h plugin/host_records.h DESTINATION "${header_directory}/plugin")
 install(FILES "${CMAKE_BINARY_DIR}/AppleMailExtractorConfig.cmake"
     "${CMAKE_BINARY_DIR}/AppleMailExtractorConfigVersion.cmake" DESTINATION "${package_directory}")

@@ -1,7 +1,7 @@
 #include "macos/account_folder_names.h"
 #include "macos/account_lookup.h"
 #include "macos/apple_mail_extractor_macos.h"
-#include "support/evidence_database.h"
+#include "support/limited_database.h"
 #include "support/plugin_static_function.h"
 
 #include <QDirIterator>
@@ -53,7 +53,7 @@ QList<apple_mail_extractor_macos::struct_apple_mail_extractor_account_details>
 apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList identifiers, QString database)
 {
     QList<struct_apple_mail_extractor_account_details> details;
-    evidence_database store(Q_FUNC_INFO, database, account_table, look_up_time_left);
+    limited_database store(Q_FUNC_INFO, database, account_table, look_up_time_left);
     if (!store.is_open()) {
         plugin_static_function::app_debug(
             QStringLiteral("[sub_compare_identifier_with_db]Source Db opening --------FAILED------- "), Q_FUNC_INFO);

@@ -1,6 +1,6 @@
 #include "macos/account_lookup.h"
 
-#include "support/evidence_database.h"
+#include "support/limited_database.h"
 
 #include <QSqlError>
 #include <QVariant>
@@ -22,7 +22,7 @@ bool is_plain(const QString& value)
 
 } // namespace
 
-account_lookup::account_lookup(evidence_database& database, const QString& selected, const QStringList& compared)
+account_lookup::account_lookup(limited_database& database, const QString& selected, const QStringList& compared)
     : store(database)
     , select(QStringLiteral("select ") + selected + QStringLiteral(" from ZACCOUNT where "))
     , columns(compared)

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-class evidence_database;
+class limited_database;
 
 /// The one table of an account store that is read.
 inline constexpr QLatin1String account_table("ZACCOUNT");
@@ -17,7 +17,7 @@ class account_lookup
 {
 public:
     /// `selected` names the columns to read, `compared` those that are compared with the value.
-    account_lookup(evidence_database& store, const QString& selected, const QStringList& compared);
+    account_lookup(limited_database& store, const QString& selected, const QStringList& compared);
 
     /// Makes the look-ups of these values quick: without an index on the columns, each would read the whole table. What
     /// they find stays the same.
@@ -33,7 +33,7 @@ private:
     bool keep_expected(const QStringList& values);
     bool find_expected(const QString& column);
 
-    evidence_database& store;
+    limited_database& store;
     QString select;
     QStringList columns;
     QHash<QString, qint64>

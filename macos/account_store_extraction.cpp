@@ -1,7 +1,7 @@
 #include "macos/account_folder_names.h"
 #include "macos/account_lookup.h"
 #include "macos/apple_mail_extractor_macos.h"
-#include "support/evidence_database.h"
+#include "support/limited_database.h"
 #include "support/named_connection.h"
 #include "support/plugin_helper_functions.h"
 #include "support/plugin_static_function.h"
@@ -43,7 +43,7 @@ struct apple_mail_extractor_macos::account_store_step
     QString accounts_database;
     QString system_user;
     QSqlDatabase& result;
-    evidence_database& store;
+    limited_database& store;
     QHash<QString, QString> folders; ///< the entry of the Mail version directory that bears an identifier
     account_lookup by_name;
     account_lookup by_key;
@@ -79,8 +79,8 @@ void apple_mail_extractor_macos::extract_account(QString mail_version_directory,
             return;
         }
         const committed_transaction transaction(result.database(), Q_FUNC_INFO);
-        evidence_database store(QStringLiteral("source_") + QString::fromLatin1(Q_FUNC_INFO), working_copy,
-                                account_table, look_up_time_left);
+        limited_database store(QStringLiteral("source_") + QString::fromLatin1(Q_FUNC_INFO), working_copy,
+                               account_table, look_up_time_left);
         if (!store.is_open()) {
             log_opening("Source Db opening --------FAILED------- ", store);
             return;

@@ -1,5 +1,5 @@
 #include "macos/apple_mail_extractor_macos.h"
-#include "support/bulk_copying.h"
+#include "support/bulk/bulk_copying.h"
 #include "support/plugin_static_function.h"
 
 #include <QFile>

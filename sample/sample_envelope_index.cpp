@@ -20,16 +20,18 @@ const QStringList common_tables{
                    "mailbox_id INTEGER NOT NULL UNIQUE, sync_state TEXT)")};
 
 const QStringList older_tables{
-    QStringLiteral("CREATE TABLE mailboxes (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, url UNIQUE, "
-                   "total_count INTEGER DEFAULT 0, deleted_count INTEGER DEFAULT 0, source INTEGER, change_identifier)"),
+    QStringLiteral(
+        "CREATE TABLE mailboxes (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, url UNIQUE, "
+        "total_count INTEGER DEFAULT 0, deleted_count INTEGER DEFAULT 0, source INTEGER, change_identifier)"),
     QStringLiteral("CREATE TABLE subjects (ROWID INTEGER PRIMARY KEY, subject COLLATE RTRIM, "
                    "normalized_subject COLLATE RTRIM)"),
     QStringLiteral("CREATE TABLE threads (ROWID INTEGER PRIMARY KEY, message_id INTEGER NOT NULL, reference TEXT, "
                    "is_originator DEFAULT 0)"),
-    QStringLiteral("CREATE TABLE messages (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, message_id, document_id BLOB, "
-                   "in_reply_to, remote_id INTEGER, sender INTEGER, subject_prefix, subject INTEGER, date_sent INTEGER, "
-                   "date_received INTEGER, mailbox INTEGER, flags INTEGER, read, flagged, size INTEGER, "
-                   "conversation_id INTEGER DEFAULT -1, snippet TEXT DEFAULT NULL, deleted INTEGER DEFAULT 0)")};
+    QStringLiteral(
+        "CREATE TABLE messages (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, message_id, document_id BLOB, "
+        "in_reply_to, remote_id INTEGER, sender INTEGER, subject_prefix, subject INTEGER, date_sent INTEGER, "
+        "date_received INTEGER, mailbox INTEGER, flags INTEGER, read, flagged, size INTEGER, "
+        "conversation_id INTEGER DEFAULT -1, snippet TEXT DEFAULT NULL, deleted INTEGER DEFAULT 0)")};
 
 const QStringList newer_tables{
     QStringLiteral("CREATE TABLE mailboxes (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, url TEXT COLLATE BINARY NOT NULL, "
@@ -80,15 +82,18 @@ QString plain_text(const QString& header)
         return header;
     }
     const QByteArray text = parts[3].toLatin1();
-    return QString::fromUtf8(parts[2] == u"B" ? QByteArray::fromBase64(text)
-                                              : QByteArray::fromPercentEncoding(QByteArray(text).replace('_', ' '), '='));
+    return QString::fromUtf8(parts[2] == u"B"
+                                 ? QByteArray::fromBase64(text)
+                                 : QByteArray::fromPercentEncoding(QByteArray(text).replace('_', ' '), '='));
 }
 
 /// Gathers the rows of one index.
 class index_builder
 {
 public:
-    explicit index_builder(const envelope_index& content) : index(content), is_older(content.form == index_form::of_10_13)
+    explicit index_builder(const envelope_index& content)
+        : index(content)
+        , is_older(content.form == index_form::of_10_13)
     {
     }
 
@@ -117,8 +122,9 @@ void append_rows(QList<sample_statement>& statements, const QString& table, cons
 
 void index_builder::add_message(const indexed_message& message, bool in_log)
 {
-    const QVariant sender =
-        message.sender.isEmpty() ? QVariant() : QVariant(senders.key({message.sender, plain_text(message.sender_name)}));
+    const QVariant sender = message.sender.isEmpty()
+                                ? QVariant()
+                                : QVariant(senders.key({message.sender, plain_text(message.sender_name)}));
     const QString reply = QStringLiteral("Re: ");
     const bool is_reply = message.subject.startsWith(reply);
     const QString text = plain_text(is_reply ? message.subject.mid(reply.size()) : message.subject);
@@ -129,15 +135,16 @@ void index_builder::add_message(const indexed_message& message, bool in_log)
     if (is_older) {
         messages[in_log].append({message.number, QStringLiteral("<%1@example.org>").arg(message.number), QVariant(),
                                  QVariant(), message.number + 40, sender, prefix, subject, sent, message.received,
-                                 message.mailbox + 1, message.flags, message.flags & 1, 0, size, message.number % 997 + 1,
-                                 QVariant(), int{message.deleted}});
+                                 message.mailbox + 1, message.flags, message.flags & 1, 0, size,
+                                 message.number % 997 + 1, QVariant(), int{message.deleted}});
     } else {
         // The identifier is a hash of 64 bits, so that half of them are negative.
         const qint64 hash = (message.number % 2 == 0 ? -1 : 1) * (message.number * 2'654'435'761 + 1);
         global[in_log].append({message.number + 7, hash, QVariant(), QVariant()});
         messages[in_log].append({message.number, hash, message.number + 7, message.number + 40, QVariant(), sender,
-                                 prefix, subject, QVariant(), sent, message.received, message.mailbox + 1, message.flags,
-                                 message.flags & 1, 0, int{message.deleted}, size, message.number % 997 + 1});
+                                 prefix, subject, QVariant(), sent, message.received, message.mailbox + 1,
+                                 message.flags, message.flags & 1, 0, int{message.deleted}, size,
+                                 message.number % 997 + 1});
     }
     for (const int label : message.labels) {
         labels[in_log].append({message.number, label + 1});
@@ -158,8 +165,8 @@ QList<QVariantList> index_builder::mailbox_rows() const
     QList<QVariantList> rows;
     for (qsizetype i = 0; i < index.mailboxes.size(); ++i) {
         const indexed_mailbox& mailbox = index.mailboxes[i];
-        rows.append({i + 1, mailbox.url, total[i], deleted[i],
-                     mailbox.source < 0 ? QVariant() : QVariant(mailbox.source + 1)});
+        rows.append(
+            {i + 1, mailbox.url, total[i], deleted[i], mailbox.source < 0 ? QVariant() : QVariant(mailbox.source + 1)});
         if (is_older) {
             rows.last().append(QVariant());
         }

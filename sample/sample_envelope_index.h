@@ -15,11 +15,11 @@ struct indexed_mailbox
 struct indexed_message
 {
     qint64 number;
-    int mailbox; // position in the list of mailboxes
-    QString sender;      // address; empty for none
+    int mailbox;    // position in the list of mailboxes
+    QString sender; // address; empty for none
     QString sender_name;
-    QString subject;     // as the message's header has it
-    qint64 received;     // seconds since 1970
+    QString subject; // as the message's header has it
+    qint64 received; // seconds since 1970
     std::optional<qint64> sent;
     qint64 flags;
     bool deleted = false;

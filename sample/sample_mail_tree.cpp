@@ -143,10 +143,14 @@ sample_message version_writer::compose(const sample_message_context& context, qs
         return message;
     }
     const auto mailbox = static_cast<int>(index.mailboxes.size()) - 1;
-    indexed_message row{number,          mailbox,
-                        message.sender,  number % 23 == 5 ? QString() : message.sender.section(u'@', 0, 0),
-                        message.subject, message.received.seconds,
-                        {},              message.flags};
+    indexed_message row{number,
+                        mailbox,
+                        message.sender,
+                        number % 23 == 5 ? QString() : message.sender.section(u'@', 0, 0),
+                        message.subject,
+                        message.received.seconds,
+                        {},
+                        message.flags};
     if (number % 17 != 0) {
         row.sent = message.received.seconds - 2;
     }
@@ -185,7 +189,8 @@ void version_writer::write_mailbox(const QString& mailbox, const sample_mail_acc
     }
 }
 
-/// Folders named by an identifier are addressed by it, others by user and server; what lies on the Mac alone has neither.
+/// Folders named by an identifier are addressed by it, others by user and server; what lies on the Mac alone has
+/// neither.
 version_writer::account_place version_writer::place_of(const QString& folder, const sample_mail_account& account)
 {
     const QString name = folder.section(u'/', -1);
@@ -197,9 +202,9 @@ version_writer::account_place version_writer::place_of(const QString& folder, co
     const QString rest = name.section(u'-', 1);
     const bool has_host = rest != account.address();
     const QString login = has_host ? rest.section(u'@', 0, -2) : rest;
-    return {folder, QStringLiteral("%1://%2@%3").arg(name.section(u'-', 0, 0).toLower(),
-                                                     QString::fromLatin1(QUrl::toPercentEncoding(login)),
-                                                     has_host ? rest.section(u'@', -1) : account.host)};
+    return {folder, QStringLiteral("%1://%2@%3")
+                        .arg(name.section(u'-', 0, 0).toLower(), QString::fromLatin1(QUrl::toPercentEncoding(login)),
+                             has_host ? rest.section(u'@', -1) : account.host)};
 }
 
 /// The index still lists an account that was removed from the Mac, and a mailbox that was never opened.
@@ -226,7 +231,7 @@ sample_account_folder version_writer::write_account(const sample_mail_account& a
     const QList<account_mailbox>& mailboxes = has_labels ? mailboxes_with_labels() : mailboxes_of(options.odd_names);
     QList<int> shares(mailboxes.size(), 0);
     for (int i = 0; i < messages; ++i) {
-        const auto spread = i < mailboxes.size()  ? i
+        const auto spread = i < mailboxes.size()   ? i
                             : random.below(2) == 0 ? 0
                                                    : random.below(static_cast<int>(mailboxes.size()));
         ++shares[has_labels ? 0 : spread];
@@ -236,13 +241,12 @@ sample_account_folder version_writer::write_account(const sample_mail_account& a
     const auto first = index.mailboxes.size();
     for (qsizetype i = 0; i < mailboxes.size(); ++i) {
         const QString& name = mailboxes[i].name;
-        cached.append(QVariantMap{{QStringLiteral("MailboxName"), name},
-                                  {QStringLiteral("MailboxUnreadCount"), shares[i] / 3}});
+        cached.append(
+            QVariantMap{{QStringLiteral("MailboxName"), name}, {QStringLiteral("MailboxUnreadCount"), shares[i] / 3}});
         // Names are the same to the system in either Unicode form; an address has the composed one.
         const QString path = name.normalized(QString::NormalizationForm_C);
-        index.mailboxes.append(
-            {place.address + u'/' + QString::fromLatin1(QUrl::toPercentEncoding(path, "/")),
-             mailboxes[i].is_label ? static_cast<int>(first) : -1});
+        index.mailboxes.append({place.address + u'/' + QString::fromLatin1(QUrl::toPercentEncoding(path, "/")),
+                                mailboxes[i].is_label ? static_cast<int>(first) : -1});
         write_mailbox(place.folder + u'/' + QString(name).replace(u'/', QStringLiteral(".mbox/")) +
                           QStringLiteral(".mbox"),
                       account, shares[i], has_labels ? mailboxes.size() - 1 : 0);
@@ -284,9 +288,8 @@ bool version_writer::write(QList<sample_account_folder>& folders, QString& error
         imported.domain = QStringLiteral("example.net");
         imported.identifier = random.uuid();
         const QString nested = directory + QStringLiteral("/Mailboxes/Imported/POP-%1@pop.example.net").arg(user.login);
-        const QString address =
-            QStringLiteral("local:///Imported/") +
-            QString::fromLatin1(QUrl::toPercentEncoding(nested.section(u'/', -1)));
+        const QString address = QStringLiteral("local:///Imported/") +
+                                QString::fromLatin1(QUrl::toPercentEncoding(nested.section(u'/', -1)));
         folders.append(write_account(imported, {nested, address}, std::min(messages, 1)));
     }
     // A regular file named like an account folder.

@@ -19,9 +19,9 @@ struct mailbox_line
 {
     QByteArray account;
     QByteArray mailbox;
-    bool is_label = false;      ///< counts messages that lie in another mailbox; no part of any total
-    bool has_folder = false;    ///< there is a folder for it on disk
-    bool is_in_index = false;   ///< the index lists it
+    bool is_label = false;    ///< counts messages that lie in another mailbox; no part of any total
+    bool has_folder = false;  ///< there is a folder for it on disk
+    bool is_in_index = false; ///< the index lists it
     completeness_figures figures;
 };
 
@@ -85,8 +85,8 @@ struct disk_message
     qint64 number;   ///< -1 when the file's name is none
     bool is_partial;
     bool is_indexed;
-    QString problem;       ///< why it is not readable as a message; empty when it is
-    QByteArray other_row;  ///< the mailbox of a row of its number that has no file; may be empty
+    QString problem;      ///< why it is not readable as a message; empty when it is
+    QByteArray other_row; ///< the mailbox of a row of its number that has no file; may be empty
 };
 
 /// Takes the messages that are not in both places, one after the other.
@@ -105,8 +105,8 @@ struct completeness_request
 {
     QByteArray source;
     QByteArray user;
-    QByteArray mail_directory;            ///< below the source, "Users/anna/Library/Mail"
-    QString scratch;                      ///< directory outside the source for copies of an index, which go again
+    QByteArray mail_directory; ///< below the source, "Users/anna/Library/Mail"
+    QString scratch;           ///< directory outside the source for copies of an index, which go again
     evidence_limits limits = index_limits();
     QHash<QByteArray, QString> settings = {}; ///< by an account's identifier, upper case
 
@@ -114,5 +114,6 @@ struct completeness_request
     static evidence_limits index_limits();
 };
 
-/// Compares the files of each store of one user's Mail directory with that store's index, which is only opened as a copy.
+/// Compares the files of each store of one user's Mail directory with that store's index, which is only opened as a
+/// copy.
 std::vector<store_completeness> check_completeness(const completeness_request& request, completeness_sink& sink);

@@ -104,7 +104,7 @@ private:
     /// A directory that is still to be read.
     struct place
     {
-        QByteArray path; // below the root
+        QByteArray path;         // below the root
         QList<QByteArray> names; // of the mailboxes it lies in
         QList<QByteArray> plain; // folders below the innermost mailbox
         qint32 mailbox = -1;
@@ -189,8 +189,8 @@ private:
         for (std::size_t at = 0; at < candidates.size(); ++at) {
             const candidate& first = candidates[at];
             const candidate* second = at + 1 < candidates.size() ? &candidates[at + 1] : nullptr;
-            const bool is_pair = second && first.number >= 0 && second->number == first.number &&
-                                 !first.is_partial && second->is_partial;
+            const bool is_pair = second && first.number >= 0 && second->number == first.number && !first.is_partial &&
+                                 second->is_partial;
             mail_file file = read_message(here, listing, first, mailbox);
             if (is_pair) {
                 // The whole form says all there is to say, unless it is damaged.
@@ -238,10 +238,9 @@ private:
     bool is_kept(const QByteArray& directory, const directory_listing& listing, qint64 number, const QByteArray& part)
     {
         const QByteArray beside = QByteArray::number(number) + '.' + part + ".emlxpart";
-        const auto found = std::lower_bound(listing.entries.begin(), listing.entries.end(), beside,
-                                            [](const named_entry& entry, const QByteArray& name) {
-                                                return entry.name < name;
-                                            });
+        const auto found =
+            std::lower_bound(listing.entries.begin(), listing.entries.end(), beside,
+                             [](const named_entry& entry, const QByteArray& name) { return entry.name < name; });
         if (found != listing.entries.end() && found->name == beside && found->facts.kind == entry_kind::file &&
             found->facts.size > 0) {
             return true;
@@ -277,8 +276,7 @@ private:
 
 QByteArray mail_files::path_of(const mail_file& file) const
 {
-    const QByteArray name =
-        file.named < 0 ? name_of(file.number, file.is_partial) : names[std::size_t(file.named)];
+    const QByteArray name = file.named < 0 ? name_of(file.number, file.is_partial) : names[std::size_t(file.named)];
     return child_path(directories[std::size_t(file.directory)], name);
 }
 

@@ -13,12 +13,12 @@
 /// One message on disk. "7.emlx" and "7.partial.emlx" side by side are one message.
 struct mail_file
 {
-    qint64 number = -1;     ///< by which the index knows it; -1 when the file's name is no number
-    qint32 mailbox = 0;     ///< position in mail_files::mailboxes
-    qint32 directory = 0;   ///< position in mail_files::directories
-    qint32 named = -1;      ///< position in mail_files::names; -1 when the name follows from number and form
-    qint32 problem = -1;    ///< position in mail_files::problems; -1 when it is readable as a message
-    qint32 absent = 0;      ///< attachments that are neither in it nor beside it
+    qint64 number = -1;   ///< by which the index knows it; -1 when the file's name is no number
+    qint32 mailbox = 0;   ///< position in mail_files::mailboxes
+    qint32 directory = 0; ///< position in mail_files::directories
+    qint32 named = -1;    ///< position in mail_files::names; -1 when the name follows from number and form
+    qint32 problem = -1;  ///< position in mail_files::problems; -1 when it is readable as a message
+    qint32 absent = 0;    ///< attachments that are neither in it nor beside it
     bool is_partial = false;
     bool is_pair = false;     ///< both forms are there
     bool is_in_place = false; ///< lies in the folder that its number asks for
@@ -55,7 +55,7 @@ struct mail_files
     QList<QByteArray> accounts; ///< folders directly in the root that may be accounts
     std::vector<mailbox_folder> mailboxes;
     std::vector<mail_file> files;
-    qint64 seen = 0; ///< names of messages met, both of a pair
+    qint64 seen = 0;                     ///< names of messages met, both of a pair
     std::vector<QByteArray> directories; ///< below the root
     std::vector<QByteArray> names;
     std::vector<QString> problems; ///< why files are not readable, each reason once

@@ -86,8 +86,8 @@ mail_index::mail_index(const evidence_copies& copies, const evidence_limits& lim
 
 void mail_index::look_at_tables()
 {
-    for (const char* name : {"messages", "mailboxes", "subjects", "addresses", "labels", "message_global_data",
-                             "properties", "threads"}) {
+    for (const char* name :
+         {"messages", "mailboxes", "subjects", "addresses", "labels", "message_global_data", "properties", "threads"}) {
         tables.push_back({name, database.table(name)});
         const evidence_table& facts = tables.back().facts;
         for (const QString& problem : {facts.refusal, facts.damage}) {
@@ -221,8 +221,9 @@ void mail_index::read_messages(const std::function<bool(qint64 number)>& wanted,
         return table(name).exists && table("messages").has(key);
     };
     const auto joined = [&](const char* name, const QByteArray& alias, const char* key) {
-        return is_joined(name, key) ? " LEFT JOIN " + QByteArray(name) + ' ' + alias + " ON " + alias + ".ROWID = m." + key
-                                    : QByteArray();
+        return is_joined(name, key)
+                   ? " LEFT JOIN " + QByteArray(name) + ' ' + alias + " ON " + alias + ".ROWID = m." + key
+                   : QByteArray();
     };
     const auto cut = [](const QByteArray& value) { return "substr(" + value + ", 1, 4000)"; };
     const auto text = [&](const char* name, const char* alias, const char* wanted_column, const char* key) {

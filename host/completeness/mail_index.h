@@ -44,7 +44,7 @@ struct index_message
 {
     qint64 number = -1;
     QString subject;
-    QString sender;      ///< address
+    QString sender; ///< address
     QString sender_name;
     std::optional<qint64> sent;
     std::optional<qint64> received;

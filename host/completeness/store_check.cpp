@@ -203,8 +203,8 @@ private:
             count_labels();
         }
         result.repeated = joined.repeated;
-        result.pairs = std::count_if(files.files.begin(), files.files.end(),
-                                     [](const mail_file& file) { return file.is_pair; });
+        result.pairs =
+            std::count_if(files.files.begin(), files.files.end(), [](const mail_file& file) { return file.is_pair; });
     }
 
     void count_labels()
@@ -251,10 +251,9 @@ private:
             if (file.is_readable() && file.number >= 0) {
                 without_row.emplace_back(file.number, qint32(at));
             }
-            sink.add_disk_message(
-                {identity(file.mailbox), path_of(file), file.number, file.is_partial, is_indexed,
-                 file.is_readable() ? QString() : files.problems[std::size_t(file.problem)],
-                 is_elsewhere ? identity(same_number->mailbox).mailbox : QByteArray()});
+            sink.add_disk_message({identity(file.mailbox), path_of(file), file.number, file.is_partial, is_indexed,
+                                   file.is_readable() ? QString() : files.problems[std::size_t(file.problem)],
+                                   is_elsewhere ? identity(same_number->mailbox).mailbox : QByteArray()});
         }
         std::sort(without_row.begin(), without_row.end());
     }
@@ -361,8 +360,9 @@ private:
                                                .arg(display_text(line.account), display_text(line.mailbox)));
         }
         const auto require_same = [&require](const char* what, qint64 sum, qint64 counted) {
-            require(sum == counted,
-                    QStringLiteral("%1: %2 in the mailboxes, %3 counted").arg(QLatin1String(what)).arg(sum).arg(counted));
+            require(
+                sum == counted,
+                QStringLiteral("%1: %2 in the mailboxes, %3 counted").arg(QLatin1String(what)).arg(sum).arg(counted));
         };
         require_same("messages on disk", result.totals.on_disk + result.pairs, files.seen);
         require_same("messages in the index", result.totals.indexed, result.index.rows);

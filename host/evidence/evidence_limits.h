@@ -11,6 +11,6 @@ struct evidence_limits
     qint64 heap_bytes = qint64(128) << 20;             ///< that SQLite may take beyond what it holds at opening
     qint64 longest_value = qint64(16) << 20;           ///< bytes of one text or blob; a row with a longer one fails
     qint64 largest_file = qint64(8) << 30;             ///< bytes of the database or of its log; not copied beyond
-    bool also_alone = true;                              ///< copy once more for reading without the log; else only with
+    bool also_alone = true;                            ///< copy once more for reading without the log; else only with
     std::function<bool()> go_on = [] { return true; }; ///< false ends copying and reading, as a cancel does
 };

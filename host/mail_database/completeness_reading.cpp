@@ -61,9 +61,9 @@ void read_stores(const own_database& database, completeness_certificate& certifi
 
 void read_mailboxes(const own_database& database, completeness_certificate& certificate)
 {
-    QSqlQuery rows = database.query(QStringLiteral(
-        "SELECT m.*, a.setting FROM completeness_mailboxes m LEFT JOIN completeness_accounts a ON a.store = m.store AND "
-        "a.account = m.account ORDER BY m.rowid"));
+    QSqlQuery rows = database.query(QStringLiteral("SELECT m.*, a.setting FROM completeness_mailboxes m LEFT JOIN "
+                                                   "completeness_accounts a ON a.store = m.store AND "
+                                                   "a.account = m.account ORDER BY m.rowid"));
     while (rows.next()) {
         store_certificate* store = store_of(certificate, rows);
         if (!store) {
@@ -158,8 +158,8 @@ QStringList completeness_remarks(const completeness_certificate& certificate)
     add("not looked at: ", [](const store_certificate& store) { return store.not_looked_at; });
     add("", [](const store_certificate& store) {
         QStringList texts;
-        const bool is_compared = store.index_state == QLatin1String("read") ||
-                                 store.index_state == QLatin1String("incomplete");
+        const bool is_compared =
+            store.index_state == QLatin1String("read") || store.index_state == QLatin1String("incomplete");
         for (const lone_account& account : store.lone_accounts) {
             if (is_compared || !account.has_folder) {
                 texts.append(account.account + (account.has_folder

@@ -27,20 +27,21 @@ QByteArrayList figure_columns()
     return columns;
 }
 
-const table_declaration stores_table{
-    "completeness_stores",
-    {"id INTEGER PRIMARY KEY", "user TEXT NOT NULL", "mail_version TEXT NOT NULL", "index_path TEXT NOT NULL",
-     "index_state TEXT NOT NULL", "index_problem TEXT", "schema TEXT", "schema_version TEXT", "minor_version TEXT",
-     "store_identifier TEXT", "generation TEXT", "rows INTEGER NOT NULL", "rows_stated INTEGER", "pairs INTEGER NOT NULL",
-     "repeated INTEGER NOT NULL", "dangling_labels INTEGER NOT NULL", "closes INTEGER NOT NULL"}};
+const table_declaration stores_table{"completeness_stores",
+                                     {"id INTEGER PRIMARY KEY", "user TEXT NOT NULL", "mail_version TEXT NOT NULL",
+                                      "index_path TEXT NOT NULL", "index_state TEXT NOT NULL", "index_problem TEXT",
+                                      "schema TEXT", "schema_version TEXT", "minor_version TEXT",
+                                      "store_identifier TEXT", "generation TEXT", "rows INTEGER NOT NULL",
+                                      "rows_stated INTEGER", "pairs INTEGER NOT NULL", "repeated INTEGER NOT NULL",
+                                      "dangling_labels INTEGER NOT NULL", "closes INTEGER NOT NULL"}};
 const table_declaration mailboxes_table{
     "completeness_mailboxes",
     QByteArrayList{"store INTEGER NOT NULL"} + where +
         QByteArrayList{"label INTEGER NOT NULL", "has_folder INTEGER NOT NULL", "in_index INTEGER NOT NULL"} +
         figure_columns()};
 const table_declaration accounts_table{"completeness_accounts",
-                                       {"store INTEGER NOT NULL", "account TEXT NOT NULL", "has_folder INTEGER NOT NULL",
-                                        "in_index INTEGER NOT NULL", "setting TEXT"}};
+                                       {"store INTEGER NOT NULL", "account TEXT NOT NULL",
+                                        "has_folder INTEGER NOT NULL", "in_index INTEGER NOT NULL", "setting TEXT"}};
 const table_declaration notes_table{"completeness_notes",
                                     {"store INTEGER NOT NULL", "kind TEXT NOT NULL", "text TEXT NOT NULL"}};
 const table_declaration index_only_table{
@@ -49,8 +50,8 @@ const table_declaration index_only_table{
                            "date_received TEXT", "deleted INTEGER NOT NULL", "setting TEXT", "other_file TEXT",
                            "message_id TEXT", "flags TEXT", "date_sent_stored TEXT", "date_received_stored TEXT"}};
 const table_declaration disk_only_table{
-    "disk_only", where + QByteArrayList{"path TEXT NOT NULL", "number INTEGER", "partial INTEGER NOT NULL",
-                                        "other_mailbox TEXT"}};
+    "disk_only",
+    where + QByteArrayList{"path TEXT NOT NULL", "number INTEGER", "partial INTEGER NOT NULL", "other_mailbox TEXT"}};
 const table_declaration unreadable_table{
     "unreadable_messages", where + QByteArrayList{"path TEXT NOT NULL", "number INTEGER", "partial INTEGER NOT NULL",
                                                   "indexed INTEGER NOT NULL", "problem TEXT NOT NULL"}};
@@ -70,8 +71,8 @@ QSqlQuery make_table(mail_database_writer& writer, const table_declaration& tabl
     if (table.columns.contains(where.first()) && table.columns.contains(where.last())) {
         writer.execute(text_of("CREATE INDEX " + name + "_by_mailbox ON " + name + "(user, account, mailbox)"));
     }
-    return writer.prepare(text_of("INSERT INTO " + name + " VALUES(?" + QByteArray(",?").repeated(table.columns.size() - 1) +
-                                  ')'));
+    return writer.prepare(
+        text_of("INSERT INTO " + name + " VALUES(?" + QByteArray(",?").repeated(table.columns.size() - 1) + ')'));
 }
 
 QByteArrayList titles_of(const table_declaration& table)
@@ -163,8 +164,9 @@ completeness_table_writer::completeness_table_writer(mail_database_writer& targe
                                                      const QHash<QByteArray, QString>& known_settings)
     : writer(target)
     , settings(known_settings)
-    , into{make_table(target, stores_table),     make_table(target, mailboxes_table), make_table(target, accounts_table),
-           make_table(target, notes_table),      make_table(target, index_only_table), make_table(target, disk_only_table),
+    , into{make_table(target, stores_table),     make_table(target, mailboxes_table),
+           make_table(target, accounts_table),   make_table(target, notes_table),
+           make_table(target, index_only_table), make_table(target, disk_only_table),
            make_table(target, unreadable_table), make_table(target, absent_table)}
     , index_only_list(lists.index_only, titles_of(index_only_table))
     , disk_only_list(lists.disk_only, titles_of(disk_only_table))
@@ -177,29 +179,27 @@ void completeness_table_writer::add_index_only(const index_only_message& told)
 {
     const index_message& message = told.message;
     const QVariantList values =
-        place_of(told.mailbox) +
-        QVariantList{number_or_null(message.number),
-                     or_null(message.subject),
-                     or_null(message.sender),
-                     or_null(message.sender_name),
-                     date_text(message.sent),
-                     date_text(message.received),
-                     int{message.is_deleted},
-                     or_null(settings.value(told.mailbox.account.toUpper())),
-                     or_null(display_text(told.other_file)),
-                     or_null(message.message_id),
-                     or_null(message.flags),
-                     or_null(message.sent_as_stored),
-                     or_null(message.received_as_stored)};
+        place_of(told.mailbox) + QVariantList{number_or_null(message.number),
+                                              or_null(message.subject),
+                                              or_null(message.sender),
+                                              or_null(message.sender_name),
+                                              date_text(message.sent),
+                                              date_text(message.received),
+                                              int{message.is_deleted},
+                                              or_null(settings.value(told.mailbox.account.toUpper())),
+                                              or_null(display_text(told.other_file)),
+                                              or_null(message.message_id),
+                                              or_null(message.flags),
+                                              or_null(message.sent_as_stored),
+                                              or_null(message.received_as_stored)};
     writer.insert(into.index_only, values);
     index_only_list.add(values);
 }
 
 void completeness_table_writer::add_disk_message(const disk_message& told)
 {
-    QVariantList values =
-        place_of(told.mailbox) +
-        QVariantList{display_text(told.path), number_or_null(told.number), int{told.is_partial}};
+    QVariantList values = place_of(told.mailbox) +
+                          QVariantList{display_text(told.path), number_or_null(told.number), int{told.is_partial}};
     if (told.problem.isEmpty()) {
         values.append(or_null(display_text(told.other_row)));
         writer.insert(into.disk_only, values);
@@ -239,13 +239,12 @@ void completeness_table_writer::add_store(const store_completeness& store)
     ++stores;
     const index_record& index = store.index;
     const index_schema& schema = index.schema;
-    writer.insert(into.store,
-                  {stores, name_text(store.user), name_text(store.mail_version), name_text(index.path),
-                   QLatin1String(index_state_word(index.state)), or_null(index.problem), or_null(schema.name),
-                   or_null(schema.version), or_null(schema.minor_version), or_null(schema.store),
-                   or_null(schema.generation), index.rows,
-                   index.rows_stated ? QVariant(*index.rows_stated) : QVariant(), store.pairs, store.repeated,
-                   store.dangling_labels, int{store.not_closing.isEmpty()}});
+    writer.insert(into.store, {stores, name_text(store.user), name_text(store.mail_version), name_text(index.path),
+                               QLatin1String(index_state_word(index.state)), or_null(index.problem),
+                               or_null(schema.name), or_null(schema.version), or_null(schema.minor_version),
+                               or_null(schema.store), or_null(schema.generation), index.rows,
+                               index.rows_stated ? QVariant(*index.rows_stated) : QVariant(), store.pairs,
+                               store.repeated, store.dangling_labels, int{store.not_closing.isEmpty()}});
     for (const mailbox_line& line : store.mailboxes) {
         add_mailbox(store, line);
     }

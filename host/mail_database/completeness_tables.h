@@ -14,8 +14,8 @@ struct completeness_lists
     QString disk_only;
 };
 
-/// Adds the tables of the completeness check, message by message, and writes two of them as CSV as well; docs/results.md
-/// describes them. Everything here throws a failure that names the path and the reason.
+/// Adds the tables of the completeness check, message by message, and writes two of them as CSV as well;
+/// docs/results.md describes them. Everything here throws a failure that names the path and the reason.
 class completeness_table_writer : public completeness_sink
 {
 public:

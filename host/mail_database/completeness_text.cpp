@@ -128,12 +128,13 @@ QStringList completeness_table(const completeness_certificate& certificate, qsiz
     rows.append(QStringList{QStringLiteral("total"), QString(), QString(), QString()} +
                 figure_texts(certificate.totals));
     QStringList lines = table_lines(columns, rows, width);
-    lines += {QString(),
-              QStringLiteral("disk only: no longer shown by Mail; index only: not kept on this Mac; with row: unreadable "
-                             "files that the index lists;"),
-              QStringLiteral("absent: attachments named in messages and not there; deleted: rows marked so, counted "
-                             "wherever they are;"),
-              QStringLiteral("*: a label, whose messages lie in another mailbox and are no part of the total.")};
+    lines +=
+        {QString(),
+         QStringLiteral("disk only: no longer shown by Mail; index only: not kept on this Mac; with row: unreadable "
+                        "files that the index lists;"),
+         QStringLiteral("absent: attachments named in messages and not there; deleted: rows marked so, counted "
+                        "wherever they are;"),
+         QStringLiteral("*: a label, whose messages lie in another mailbox and are no part of the total.")};
     for (const store_certificate& store : certificate.stores) {
         if (!store.schema.isEmpty()) {
             lines.append(index_line(store));
@@ -160,9 +161,8 @@ QByteArrayList completeness_csv(const completeness_certificate& certificate, boo
         lines.append(csv_line(fields));
     };
     for_each_mailbox(certificate, [&add](const store_certificate& store, const mailbox_certificate& mailbox) {
-        add(place_of(store, mailbox) +
-                QStringList{mailbox.is_label ? QStringLiteral("yes") : QStringLiteral("no"), store.index_state,
-                            mailbox.setting},
+        add(place_of(store, mailbox) + QStringList{mailbox.is_label ? QStringLiteral("yes") : QStringLiteral("no"),
+                                                   store.index_state, mailbox.setting},
             mailbox.figures);
     });
     add({QStringLiteral("total"), {}, {}, {}, {}, {}, {}}, certificate.totals);

@@ -73,8 +73,8 @@ void write_copied(report_html& html, const report_data& data, const completeness
     const completeness_figures& totals = certificate.totals;
     lines.append(QStringLiteral("%1 messages are on the source: %2 of them stand in Mail's index as well, %3 are no "
                                 "longer shown by Mail, %4 are not readable as a message.")
-                     .arg(display_number(totals.on_disk), display_number(totals.both),
-                          display_number(totals.disk_only), display_number(totals.unreadable)));
+                     .arg(display_number(totals.on_disk), display_number(totals.both), display_number(totals.disk_only),
+                          display_number(totals.unreadable)));
     lines.append(QStringLiteral("The index lists %1 messages, %2 of them marked deleted.")
                      .arg(display_number(totals.indexed), display_number(totals.deleted)));
     write_list(html, lines);
@@ -106,16 +106,17 @@ void write_accounts(report_html& html, const completeness_certificate& certifica
         for (const QString& text : {store.user, store.mail_version, key.second}) {
             write_foreign_cell(html, text);
         }
-        for (const auto member : {&completeness_figures::on_disk, &completeness_figures::indexed,
-                                  &completeness_figures::both, &completeness_figures::disk_only,
-                                  &completeness_figures::index_only, &completeness_figures::unreadable,
-                                  &completeness_figures::attachments_absent}) {
+        for (const auto member :
+             {&completeness_figures::on_disk, &completeness_figures::indexed, &completeness_figures::both,
+              &completeness_figures::disk_only, &completeness_figures::index_only, &completeness_figures::unreadable,
+              &completeness_figures::attachments_absent}) {
             write_number(html, figures.*member, display_number(figures.*member));
         }
     }
     if (qsizetype(sums.size()) > most_accounts) {
         const auto row = html.open("tr");
-        html.element("td", QStringLiteral("and %1 accounts more").arg(display_number(qint64(sums.size()) - most_accounts)),
+        html.element("td",
+                     QStringLiteral("and %1 accounts more").arg(display_number(qint64(sums.size()) - most_accounts)),
                      {{"colspan", QStringLiteral("10")}});
     }
 }
@@ -143,8 +144,8 @@ void write_unknown(report_html& html, const completeness_certificate& certificat
     const QStringList remarks = completeness_remarks(certificate);
     QStringList lines = remarks.mid(0, most_remarks);
     if (remarks.size() > most_remarks) {
-        lines.append(QStringLiteral("%1 more remarks stand in mail.sqlite.")
-                         .arg(display_number(remarks.size() - most_remarks)));
+        lines.append(
+            QStringLiteral("%1 more remarks stand in mail.sqlite.").arg(display_number(remarks.size() - most_remarks)));
     }
     for (const char* text : unknowable) {
         lines.append(QLatin1String(text));

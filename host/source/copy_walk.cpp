@@ -1,7 +1,7 @@
 #include "host/source/copy_walk.h"
 
-#include "host/source/folder_names.h"
 #include "host/files/file_tree.h"
+#include "host/source/folder_names.h"
 
 #include <algorithm>
 #include <limits>

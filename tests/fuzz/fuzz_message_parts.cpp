@@ -27,8 +27,8 @@ QByteArray parts_of(const QByteArray& message, qsizetype piece)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QByteArray bytes = bytes_of(data, size);
-    const message_head head = judge_message_head(QByteArrayView(bytes).first(std::min(bytes.size(), head_size)),
-                                                 bytes.size());
+    const message_head head =
+        judge_message_head(QByteArrayView(bytes).first(std::min(bytes.size(), head_size)), bytes.size());
     require(!head.problem.isEmpty() || (head.length > 0 && head.begin + head.length <= bytes.size()));
     require(parts_of(bytes, 3) == parts_of(bytes, 4096));
 

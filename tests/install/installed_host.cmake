@@ -25,7 +25,9 @@ run("${CMAKE_COMMAND}" --install "${BUILD}" --config "${CONFIGURATION}" --prefix
 file(RENAME "${FOLDER}/first" "${FOLDER}/moved")
 file(GLOB_RECURSE headers RELATIVE "${FOLDER}/moved/include" "${FOLDER}/moved/include/*")
 list(SORT headers)
-if(NOT headers STREQUAL "apple_mail_extractor/plugin/apple_mail_extractor.h;apple_mail_extractor/plugin/host_records.h")
+set(public_headers apple_mail_extractor.h copied_file.h host_records.h)
+list(TRANSFORM public_headers PREPEND "apple_mail_extractor/plugin/")
+if(NOT headers STREQUAL public_headers)
     message(FATAL_ERROR "installed headers: ${headers}")
 endif()
 

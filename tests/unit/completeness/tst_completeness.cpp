@@ -13,7 +13,8 @@ const QString identifier = QStringLiteral("0A1B2C3D-0000-4000-8000-00000000000F"
 
 QByteArray emlx(const QByteArray& message)
 {
-    return QByteArray::number(message.size()).leftJustified(10) + '\n' + message + "<?xml version=\"1.0\"?>\n<plist/>\n";
+    return QByteArray::number(message.size()).leftJustified(10) + '\n' + message +
+           "<?xml version=\"1.0\"?>\n<plist/>\n";
 }
 
 const QByteArray whole = emlx("From: a@example.org\n\nhello\n");
@@ -79,9 +80,8 @@ public:
     std::vector<store_completeness> check()
     {
         sink = {};
-        return check_completeness({QFile::encodeName(folder.filePath("src")), "u", "Users/u/Library/Mail",
-                                   folder.path()},
-                                  sink);
+        return check_completeness(
+            {QFile::encodeName(folder.filePath("src")), "u", "Users/u/Library/Mail", folder.path()}, sink);
     }
 
     store_completeness check_one()
@@ -156,31 +156,33 @@ private slots:
         const QStringList common{texts.arg("addresses", "address COLLATE NOCASE, comment"),
                                  texts.arg("properties", "key, value")};
         const QStringList old_mailboxes{texts.arg("mailboxes", "url UNIQUE"), texts.arg("subjects", "subject")};
-        const QString message = "CREATE TABLE messages (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, sender, subject_prefix, "
-                                "subject INTEGER, date_sent INTEGER, date_received INTEGER, mailbox INTEGER, "
-                                "flags INTEGER, ";
+        const QString message =
+            "CREATE TABLE messages (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, sender, subject_prefix, "
+            "subject INTEGER, date_sent INTEGER, date_received INTEGER, mailbox INTEGER, "
+            "flags INTEGER, ";
         QTest::newRow("10.4") << common + old_mailboxes +
                                      QStringList{message + "original_mailbox, encoding, pad)",
                                                  texts.arg("threads", "message_id")}
-                              << "flags = 2" << "Mac OS X 10.4";
-        QTest::newRow("10.7") << common +
-                                     QStringList{message + "document_id, conversation_id DEFAULT -1)",
-                                                 texts.arg("mailboxes", "url, source"),
-                                                 texts.arg("subjects", "subject, normalized_subject")}
-                              << "flags = 2 + 1" << "Mac OS X 10.7 to 10.9";
-        QTest::newRow("10.13") << common +
-                                      QStringList{message + "deleted INTEGER DEFAULT 0)",
-                                                  texts.arg("mailboxes", "url, source"),
-                                                  texts.arg("subjects", "subject, normalized_subject"),
-                                                  newer_tables[4]}
-                               << "deleted = 1" << "macOS 10.13 and 10.14";
+                              << "flags = 2"
+                              << "Mac OS X 10.4";
+        QTest::newRow("10.7") << common + QStringList{message + "document_id, conversation_id DEFAULT -1)",
+                                                      texts.arg("mailboxes", "url, source"),
+                                                      texts.arg("subjects", "subject, normalized_subject")}
+                              << "flags = 2 + 1"
+                              << "Mac OS X 10.7 to 10.9";
+        QTest::newRow("10.13") << common + QStringList{message + "deleted INTEGER DEFAULT 0)",
+                                                       texts.arg("mailboxes", "url, source"),
+                                                       texts.arg("subjects", "subject, normalized_subject"),
+                                                       newer_tables[4]}
+                               << "deleted = 1"
+                               << "macOS 10.13 and 10.14";
         QTest::newRow("13") << common + newer_tables.mid(0, 3) + newer_tables.mid(4) << "deleted = 1"
                             << "macOS 13 and 14";
-        QTest::newRow("15") << common +
-                                   QStringList{message + "deleted, flag_color, global_message_id)", newer_tables[1],
-                                               newer_tables[2], newer_tables[4],
-                                               texts.arg("message_global_data", "message_id, message_id_header")}
-                            << "deleted = 1" << "macOS 15 and later";
+        QTest::newRow("15") << common + QStringList{message + "deleted, flag_color, global_message_id)",
+                                                    newer_tables[1], newer_tables[2], newer_tables[4],
+                                                    texts.arg("message_global_data", "message_id, message_id_header")}
+                            << "deleted = 1"
+                            << "macOS 15 and later";
         QTest::newRow("unheard of") << common + old_mailboxes + QStringList{message + "novelty)"} << "flags = 2"
                                     << "not known";
     }
@@ -198,7 +200,8 @@ private slots:
         source.add_message("Archive.mbox/2019.mbox", "../Attachments/999/2/a name", "content");
         source.add_message("Archive.mbox/2019.mbox", "11.emlx", "no message");
         source.add_message("Archive.mbox/2019.mbox", "12.emlx", "");
-        QStringList rows{mailbox_row(1, "INBOX", "none"), mailbox_row(2, "Archive/2019", "none"),
+        QStringList rows{mailbox_row(1, "INBOX", "none"),
+                         mailbox_row(2, "Archive/2019", "none"),
                          mailbox_row(3, "Gone", "none"),
                          "INSERT INTO subjects (ROWID, subject) VALUES (4, 'Minutes')",
                          "INSERT INTO addresses (ROWID, address, comment) VALUES (6, 'b@example.org', 'Ben')",
@@ -227,8 +230,8 @@ private slots:
         QCOMPARE(source.sink.index_only, QStringList({"INBOX 6 Re: Minutes | Ben <b@example.org> -1 1420070400",
                                                       "Gone 9 Minutes |  <> -1 -1"}));
         source.sink.on_disk.sort();
-        QCOMPARE(source.sink.on_disk, QStringList({"11.emlx does not begin with a byte count", "12.emlx is empty",
-                                                   "8.emlx "}));
+        QCOMPARE(source.sink.on_disk,
+                 QStringList({"11.emlx does not begin with a byte count", "12.emlx is empty", "8.emlx "}));
         QCOMPARE(source.sink.absent, QStringList("999.partial.emlx 1"));
     }
 
@@ -239,12 +242,14 @@ private slots:
             source.add_message("[Gmail].mbox/All Mail.mbox", name);
         }
         source.add("V10/" + identifier + "/INBOX.mbox/Info.plist");
-        // 2 is a label of the only mailbox with messages; 3 holds one of its own beside those that it labels; 4 is empty.
-        source.add_index(newer_tables +
-                         QStringList{mailbox_row(1, "%5BGmail%5D/All%20Mail"), mailbox_row(2, "INBOX", "1"),
-                                     mailbox_row(3, "Travel", "1"), mailbox_row(4, "Empty", "1"), message_row(1, 1),
-                                     message_row(2, 1, 1), message_row(4, 1), message_row(5, 3),
-                                     "INSERT INTO labels VALUES (1,2), (2,2), (4,2), (1,3), (5,3), (1,1), (77,2), (1,78)"});
+        // 2 is a label of the only mailbox with messages; 3 holds one of its own beside those that it labels; 4 is
+        // empty.
+        source.add_index(
+            newer_tables +
+            QStringList{mailbox_row(1, "%5BGmail%5D/All%20Mail"), mailbox_row(2, "INBOX", "1"),
+                        mailbox_row(3, "Travel", "1"), mailbox_row(4, "Empty", "1"), message_row(1, 1),
+                        message_row(2, 1, 1), message_row(4, 1), message_row(5, 3),
+                        "INSERT INTO labels VALUES (1,2), (2,2), (4,2), (1,3), (5,3), (1,1), (77,2), (1,78)"});
         const store_completeness store = source.check_one();
         QCOMPARE(text_of(store.totals), "3 4 2 1 2 0 0 0 1");
         QCOMPARE(line_of(store, "[Gmail]/All Mail"), "3 3 2 1 1 0 0 0 1");
@@ -283,9 +288,8 @@ private slots:
         QCOMPARE(store.repeated, 1);
         QCOMPARE(store.not_closing, QStringList());
         source.sink.on_disk.sort();
-        QCOMPARE(source.sink.on_disk,
-                 QStringList({"007.emlx ", "3.emlx ", "3.emlx does not begin with a byte count", "4.emlx INBOX",
-                              "8.emlx is no file: symbolic link", "name.emlx "}));
+        QCOMPARE(source.sink.on_disk, QStringList({"007.emlx ", "3.emlx ", "3.emlx does not begin with a byte count",
+                                                   "4.emlx INBOX", "8.emlx is no file: symbolic link", "name.emlx "}));
         QCOMPARE(source.sink.index_only.first(), "INBOX 4  |  <> -1 -1 moved");
     }
 
@@ -296,8 +300,9 @@ private slots:
         source.add("V9/" + identifier + "/INBOX.mbox/Messages/1.emlx");
         source.add("IMAP-u@example.org/INBOX.imapmbox/Messages/1.emlx");
         source.add("Mailboxes/Old/Deep.mbox/Messages/2.emlx");
-        source.add_index(newer_tables + QStringList{mailbox_row(1, "INBOX"), message_row(1, 1),
-                                                    "INSERT INTO mailboxes (ROWID, url) VALUES (2, 'ews://removed/Inbox')"});
+        source.add_index(newer_tables +
+                         QStringList{mailbox_row(1, "INBOX"), message_row(1, 1),
+                                     "INSERT INTO mailboxes (ROWID, url) VALUES (2, 'ews://removed/Inbox')"});
         source.add_index({"CREATE TABLE messages (ROWID INTEGER PRIMARY KEY, mailbox INTEGER)",
                           "CREATE TABLE mailboxes (ROWID INTEGER PRIMARY KEY, url)",
                           "INSERT INTO mailboxes VALUES (1, 'imap://u@example.org/INBOX'), (2, 'local:///Old/Deep')",
@@ -328,7 +333,8 @@ private slots:
         const int refused = int(index_state::refused);
         const QString not_compared = "1 0 0 1 0 0 0 0 0";
         QTest::newRow("no tables") << QStringList("CREATE TABLE x (y)") << not_compared << refused;
-        QTest::newRow("a view") << QStringList{"CREATE TABLE t (a)", "CREATE VIEW messages AS SELECT a AS mailbox FROM t"}
+        QTest::newRow("a view") << QStringList{"CREATE TABLE t (a)",
+                                               "CREATE VIEW messages AS SELECT a AS mailbox FROM t"}
                                 << not_compared << refused;
         QTest::newRow("a view of the mailboxes")
             << QStringList{newer_tables[0], "CREATE VIEW mailboxes AS SELECT 1 AS url", message_row(1, 1)}

@@ -29,7 +29,8 @@ private slots:
         row("pop://anna@imap.example.org/INBOX", "", "anna@imap.example.org", "INBOX");
         row("POP://ben@pop.example.org/INBOX", "POP-ben@pop.example.org", "ben@pop.example.org", "INBOX");
         row("local:///Old/Mail", "Mailboxes", "", "Old/Mail");
-        row("local://22222222-0000-4000-8000-00000000000F/Outbox", "", "22222222-0000-4000-8000-00000000000F", "Outbox");
+        row("local://22222222-0000-4000-8000-00000000000F/Outbox", "", "22222222-0000-4000-8000-00000000000F",
+            "Outbox");
         row("mailbox:///Users/x/Library/Mail/Mailboxes/Old.mbox", "Mailboxes", "", "Old");
         row("imap://0A1B2C3D-0000-4000-8000-00000000000F/Entwu%CC%88rfe", identifier, identifier, "Entw\xc3\xbcrfe");
         row("imap://0A1B2C3D-0000-4000-8000-00000000000F/%FF%zz%", identifier, identifier, "\xff%zz%");
@@ -58,8 +59,10 @@ private slots:
 
     void folders_are_mailboxes_by_their_ending()
     {
-        for (const auto& [folder, name] : {std::pair("INBOX.mbox", "INBOX"), {"INBOX.imapmbox", "INBOX"},
-                                           {"a.mbox.mbox", "a.mbox"}, {"Data", "Data"}}) {
+        for (const auto& [folder, name] : {std::pair("INBOX.mbox", "INBOX"),
+                                           {"INBOX.imapmbox", "INBOX"},
+                                           {"a.mbox.mbox", "a.mbox"},
+                                           {"Data", "Data"}}) {
             QCOMPARE(name_of_mailbox_folder(folder), QByteArray(name));
             QCOMPARE(is_mailbox_folder(folder), qstrcmp(folder, name) != 0);
         }

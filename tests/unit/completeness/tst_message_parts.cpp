@@ -71,12 +71,13 @@ private slots:
             multipart("a", {"Content-Type: message/rfc822\n\nFrom: y\n" + QByteArray(marked)}), "1.1:90");
         row("last boundary cut", "Content-Type: multipart/mixed; boundary=a\n\n--a\n" + gone + "--a-", "1:90");
         row("no end", "Content-Type: multipart/mixed; boundary=a\n\n--a\n" + gone, "1:90");
-        row("end within a header", "Content-Type: multipart/mixed; boundary=a\n\n--a\nX-Apple-Content-Length: 9", "1:9");
-        row("inner boundary missing", multipart("a", {"Content-Type: multipart/mixed; boundary=b\n\n--b\n" + gone, gone}),
-            "1.1:90 2:90");
+        row("end within a header", "Content-Type: multipart/mixed; boundary=a\n\n--a\nX-Apple-Content-Length: 9",
+            "1:9");
+        row("inner boundary missing",
+            multipart("a", {"Content-Type: multipart/mixed; boundary=b\n\n--b\n" + gone, gone}), "1.1:90 2:90");
         row("line ends of two bytes", QByteArray(multipart("a", {text, gone})).replace("\n", "\r\n"), "2:90");
-        row("a line longer than any that matters",
-            multipart("a", {"\n" + QByteArray(100'000, 'x') + '\n', gone}), "2:90");
+        row("a line longer than any that matters", multipart("a", {"\n" + QByteArray(100'000, 'x') + '\n', gone}),
+            "2:90");
         row("no message", QByteArray("\0\xff--\n--\n\n--a\n", 12), "");
     }
 
@@ -100,7 +101,8 @@ private slots:
             deep += "Content-Type: multipart/mixed; boundary=x" + boundary + "\n\n--x" + boundary + '\n';
             wide += "--a\nContent-Disposition: attachment\n\n";
         }
-        for (const QByteArray& message : {deep, wide, QByteArray("Content-Type: message/rfc822\n\n").repeated(30'000)}) {
+        for (const QByteArray& message :
+             {deep, wide, QByteArray("Content-Type: message/rfc822\n\n").repeated(30'000)}) {
             bool complete = true;
             emptied(message, 65'536, &complete);
             QVERIFY(!complete);

@@ -1,4 +1,4 @@
-#include "support/evidence_database.h"
+#include "support/limited_database.h"
 
 #include <QSqlError>
 
@@ -8,8 +8,8 @@ const QString too_slow = QStringLiteral("reading this database takes too long");
 
 } // namespace
 
-evidence_database::evidence_database(const QString& connection_name, const QString& path, const QString& table,
-                                     qint64& nanoseconds_left)
+limited_database::limited_database(const QString& connection_name, const QString& path, const QString& table,
+                                   qint64& nanoseconds_left)
     : connection(connection_name, path)
     , error(connection.opening_error())
 {
@@ -23,7 +23,7 @@ evidence_database::evidence_database(const QString& connection_name, const QStri
 }
 
 /// Returns why a table must not be read; empty when it may be, and when that cannot be told.
-QString evidence_database::reason_against(const QString& table)
+QString limited_database::reason_against(const QString& table)
 {
     QSqlQuery query(connection.database());
     const QString name = QLatin1Char('\'') + table + QLatin1Char('\'');
@@ -45,7 +45,7 @@ QString evidence_database::reason_against(const QString& table)
     return is_time_over() ? too_slow : QString();
 }
 
-bool evidence_database::execute(QSqlQuery& query, const QString& statement)
+bool limited_database::execute(QSqlQuery& query, const QString& statement)
 {
     if (is_time_over()) {
         query.clear();
@@ -57,7 +57,7 @@ bool evidence_database::execute(QSqlQuery& query, const QString& statement)
     return done;
 }
 
-bool evidence_database::next(QSqlQuery& query)
+bool limited_database::next(QSqlQuery& query)
 {
     limits->start();
     const bool is_there = query.next();
@@ -65,7 +65,7 @@ bool evidence_database::next(QSqlQuery& query)
     return is_there;
 }
 
-QString evidence_database::error_of(const QSqlQuery& query) const
+QString limited_database::error_of(const QSqlQuery& query) const
 {
     return is_time_over() ? too_slow : query.lastError().text();
 }

@@ -1,4 +1,4 @@
-#include "support/bulk_copying.h"
+#include "support/bulk/bulk_copying.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "support/file_copying.h"
+#include "support/bulk/file_copying.h"
 
 #include <algorithm>
 #include <cerrno>

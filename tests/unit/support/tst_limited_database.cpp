@@ -1,4 +1,4 @@
-#include "support/evidence_database.h"
+#include "support/limited_database.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
@@ -18,7 +18,7 @@ QString heap_limit()
 
 } // namespace
 
-class tst_evidence_database : public QObject
+class tst_limited_database : public QObject
 {
     Q_OBJECT
 
@@ -51,7 +51,7 @@ private slots:
             }
         }
         qint64 left = second;
-        evidence_database opened("opened", path, "t", left);
+        limited_database opened("opened", path, "t", left);
         QTEST(opened.opening_error(), "reason");
     }
 
@@ -60,7 +60,7 @@ private slots:
         const QString before = heap_limit();
         {
             qint64 left = second / 2;
-            evidence_database opened("opened", directory->filePath("store"), "t", left);
+            limited_database opened("opened", directory->filePath("store"), "t", left);
             QSqlQuery query(opened.database());
             QVERIFY(!opened.execute(query, "SELECT hex(zeroblob(300000))"));
             QVERIFY2(opened.error_of(query).contains("too big"), qPrintable(opened.error_of(query)));
@@ -84,5 +84,5 @@ private:
     std::unique_ptr<QTemporaryDir> directory;
 };
 
-QTEST_GUILESS_MAIN(tst_evidence_database)
-#include "tst_evidence_database.moc"
+QTEST_GUILESS_MAIN(tst_limited_database)
+#include "tst_limited_database.moc"

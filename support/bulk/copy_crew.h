@@ -1,7 +1,7 @@
 #pragma once
 
-#include "support/file_copying.h"
-#include "support/tree_walk.h"
+#include "support/bulk/file_copying.h"
+#include "support/bulk/tree_walk.h"
 
 #include <atomic>
 #include <condition_variable>

@@ -10,12 +10,12 @@
 /// The working copy of a database of unknown origin, open for reading one table within limits of time and memory. It is
 /// refused when that table is none: a view, a virtual table or a computed column would run code of the database's
 /// maker.
-class evidence_database
+class limited_database
 {
 public:
     /// Opens it under that connection name. `nanoseconds_left` is what its statements may take, and becomes less.
-    evidence_database(const QString& connection_name, const QString& path, const QString& table,
-                      qint64& nanoseconds_left);
+    limited_database(const QString& connection_name, const QString& path, const QString& table,
+                     qint64& nanoseconds_left);
 
     /// True when the database opened and its table may be read; a table that is missing is left to the statements.
     bool is_open() const { return error.isEmpty(); }

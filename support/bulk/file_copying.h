@@ -1,8 +1,8 @@
 #pragma once
 
-#include "support/copied_file.h"
-#include "support/platform_copying.h"
-#include "support/stream_hash.h"
+#include "plugin/copied_file.h"
+#include "support/bulk/platform_copying.h"
+#include "support/bulk/stream_hash.h"
 
 #include <QString>
 

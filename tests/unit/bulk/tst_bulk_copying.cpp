@@ -1,4 +1,4 @@
-#include "support/bulk_copying.h"
+#include "support/bulk/bulk_copying.h"
 #include "tests/common/files.h"
 
 #include <QCryptographicHash>

@@ -1,4 +1,4 @@
-#include "support/copy_crew.h"
+#include "support/bulk/copy_crew.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
-#include "support/tree_walk.h"
+#include "support/bulk/tree_walk.h"
 
-#include "support/platform_copying.h"
+#include "support/bulk/platform_copying.h"
 
 #include <cerrno>
 #include <cstdlib>

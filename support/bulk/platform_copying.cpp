@@ -1,4 +1,4 @@
-#include "support/platform_copying.h"
+#include "support/bulk/platform_copying.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "support/stream_hash.h"
+#include "support/bulk/stream_hash.h"
 
 #include <openssl/evp.h>
 

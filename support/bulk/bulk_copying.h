@@ -1,8 +1,8 @@
 #pragma once
 
-#include "support/copied_file.h"
-#include "support/copy_crew.h"
-#include "support/tree_walk.h"
+#include "plugin/copied_file.h"
+#include "support/bulk/copy_crew.h"
+#include "support/bulk/tree_walk.h"
 
 #include <deque>
 #include <functional>
