@@ -213,6 +213,10 @@ void bulk_copier::report_file(const copy_job& job, std::size_t file)
         told.error_text = problem_text(is_of_source(told.step) ? told.source_path : told.destination_path, told.step,
                                        told.error, told.offset);
     }
+    if (outcome.is_left) {
+        told.error_text += told.error_text.isEmpty() ? told.destination_path + ": " : QByteArray("; ");
+        told.error_text += "what was begun could not be removed";
+    }
     tell(told);
 }
 

@@ -38,13 +38,23 @@ class file_copier::new_file
 {
 public:
     explicit new_file(const copy_order& order) : directory(order.destination_directory), name(order.name) {}
-    ~new_file()
-    {
-        if (has_name && !kept) {
-            ::unlinkat(directory, name, 0);
-        }
-    }
+    ~new_file() { take_away(); }
     Q_DISABLE_COPY_MOVE(new_file)
+
+    /// Removes it unless it is kept; false when it is left, without content if possible.
+    bool take_away()
+    {
+        if (!has_name || kept) {
+            return true;
+        }
+        has_name = false;
+        if (::unlinkat(directory, name, 0) == 0) {
+            return true;
+        }
+        // What cannot go shall at least not look whole.
+        Q_UNUSED(::ftruncate(descriptor.get(), 0))
+        return false;
+    }
 
     /// Gives it its name if it has none, and keeps it.
     bool keep()
@@ -87,6 +97,7 @@ copy_outcome file_copier::copy(const copy_order& order)
         transfer(source.get(), copy.is_clone ? -1 : copy.descriptor.get(), outcome)) {
         finish(source.get(), copy, outcome);
     }
+    outcome.is_left = !copy.take_away();
     return outcome;
 }
 
@@ -120,16 +131,16 @@ bool file_copier::open_both(const copy_order& order, owned_descriptor& source, n
 bool file_copier::create(const copy_order& order, int source, new_file& copy, copy_outcome& outcome)
 {
     const content_status& status = outcome.source;
-    if (status.size > 0 && status.device != device_without_clones) {
+    const bool may_be_cloned = status.size > 0 && status.device != device_without_clones;
+    if (may_be_cloned) {
         copy.descriptor = create_clone(source, order.destination_directory, order.name);
         copy.is_clone = copy.has_name = copy.descriptor.is_open();
-        if (!copy.is_clone && errno == EEXIST) {
-            return keep_existing(outcome);
+        if (!copy.is_clone && errno != ENOTSUP) {
+            return errno == EEXIST ? keep_existing(outcome) : fail(outcome, "create", errno);
         }
-        device_without_clones = copy.is_clone ? device_without_clones : status.device;
     }
     // What takes more than a moment has no name until it is whole, so that not even a killed process leaves half of it.
-    if (!copy.descriptor.is_open() && has_nameless_files && status.size > buffer_bytes) {
+    if (!copy.is_clone && has_nameless_files && status.size > buffer_bytes) {
         content_status existing;
         if (status_at(order.destination_directory, order.name, link_rule::refuse, existing)) {
             return keep_existing(outcome);
@@ -143,6 +154,10 @@ bool file_copier::create(const copy_order& order, int source, new_file& copy, co
     }
     if (!copy.descriptor.is_open()) {
         return errno == EEXIST ? keep_existing(outcome) : fail(outcome, "create", errno);
+    }
+    if (may_be_cloned && !copy.is_clone) {
+        copy.is_clone = share_content(source, copy.descriptor.get());
+        device_without_clones = copy.is_clone ? device_without_clones : status.device;
     }
     return true;
 }

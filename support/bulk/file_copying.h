@@ -32,6 +32,7 @@ struct copy_outcome
     const char* step = "";
     int error = 0;
     qint64 offset = 0;
+    bool is_left = false; ///< what was begun could not be taken away again
 };
 
 /// Copies files one after the other, each read once and hashed on the way. Each thread wants one of its own.

@@ -197,7 +197,18 @@ owned_descriptor create_clone(int source, int directory, const char* name)
         errno = errno == EEXIST ? EEXIST : ENOTSUP;
         return {};
     }
-    return open_at(directory, name, O_RDONLY | O_NOFOLLOW);
+    owned_descriptor clone = open_at(directory, name, O_RDONLY | O_NOFOLLOW);
+    if (!clone.is_open()) {
+        const int reason = errno;
+        ::unlinkat(directory, name, 0);
+        errno = reason;
+    }
+    return clone;
+}
+
+bool share_content(int, int)
+{
+    return false;
 }
 
 bool sync_file_system(const char* directory)
@@ -252,15 +263,15 @@ bool give_name(int descriptor, int directory, const char* name)
     return ::linkat(AT_FDCWD, path, directory, name, AT_SYMLINK_FOLLOW) == 0;
 }
 
-owned_descriptor create_clone(int source, int directory, const char* name)
+owned_descriptor create_clone(int, int, const char*)
 {
-    owned_descriptor clone = create_file(directory, name);
-    if (clone.is_open() && ::ioctl(clone.get(), FICLONE, source) != 0) {
-        ::unlinkat(directory, name, 0);
-        clone.close();
-        errno = ENOTSUP;
-    }
-    return clone;
+    errno = ENOTSUP;
+    return {};
+}
+
+bool share_content(int source, int descriptor)
+{
+    return ::ioctl(descriptor, FICLONE, source) == 0;
 }
 
 bool sync_file_system(const char* directory)

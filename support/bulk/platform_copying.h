@@ -92,9 +92,12 @@ owned_descriptor create_file(int directory, const char* name);
 owned_descriptor create_nameless_file(int directory);
 /// Gives a nameless file its name; errno is EEXIST when anything has that name.
 bool give_name(int descriptor, int directory, const char* name);
-/// Creates a file that shares its content with an open one; not open, with EEXIST when anything has that name and
-/// ENOTSUP where the file systems do not do this. Leaves nothing when it fails.
+/// Creates a file that shares its content with an open one, where that is done by name (macOS); else not open, with
+/// ENOTSUP. With EEXIST anything has that name.
 owned_descriptor create_clone(int source, int directory, const char* name);
+/// Makes an open, empty file share its content with another, where that is done by descriptor (Linux); false where the
+/// file systems do not do this, and the file is as it was.
+bool share_content(int source, int descriptor);
 
 /// Sets modification time and permissions; false when either failed.
 bool set_time_and_permissions(int descriptor, const timespec& modified, unsigned permissions);
