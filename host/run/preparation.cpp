@@ -17,6 +17,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <cerrno>
+
 namespace {
 
 QString absolute_source(const QString& source)
@@ -24,7 +26,8 @@ QString absolute_source(const QString& source)
     const QByteArray native = QFile::encodeName(source);
     const entry_facts facts = quiet_stat(native, link_handling::follow);
     if (facts.kind == entry_kind::absent) {
-        refuse(QStringLiteral("cannot read the source %1: no such directory").arg(source));
+        refuse(QStringLiteral("cannot read the source %1: %2")
+                   .arg(source, facts.error_number == ENOENT ? QStringLiteral("no such directory") : facts.error));
     }
     if (facts.kind != entry_kind::directory && facts.kind != entry_kind::unknown) {
         const QString hint = source_hint(native);

@@ -160,6 +160,17 @@ void append_stores(QStringList& page, const source_survey& survey)
                  rows);
 }
 
+/// Appends a fact behind its label, with further lines below its beginning.
+void append_fact(QStringList& page, const QString& label, const QString& fact)
+{
+    constexpr qsizetype label_width = 8;
+    QString lead = label.leftJustified(label_width);
+    for (const QString& line : wrapped(fact, page_columns() - label_width)) {
+        page += lead + line;
+        lead = QString(label_width, u' ');
+    }
+}
+
 void append_list(QStringList& page, const QString& title, const QStringList& lines)
 {
     if (lines.isEmpty()) {
@@ -234,18 +245,21 @@ QString survey_text(const source_survey& survey)
     }
     QStringList page;
     page += QStringLiteral("Source  ") + shortened_in_middle(display_text(survey.source), page_columns() - 8);
-    page += QStringLiteral("Users   %1%2, %3 with a Mail directory%4")
-                .arg(survey.users_problem.isEmpty() ? QString() : QStringLiteral("at least "),
-                     display_number(qint64(survey.users.size())), display_number(with_mail),
-                     unknown == 0 ? QString()
-                                  : QStringLiteral(", %1 of whom that is unknown").arg(display_number(unknown)));
+    append_fact(page, QStringLiteral("Users   "),
+                QStringLiteral("%1%2, %3 with a Mail directory%4")
+                    .arg(survey.users_problem.isEmpty() ? QString() : QStringLiteral("at least "),
+                         display_number(qint64(survey.users.size())), display_number(with_mail),
+                         unknown == 0 ? QString()
+                                      : QStringLiteral(", %1 of whom that is unknown").arg(display_number(unknown))));
     if (!survey.users_problem.isEmpty()) {
-        page += QStringLiteral("        there may be more: ") + survey.users_problem;
+        append_fact(page, QString(), QStringLiteral("there may be more: ") + survey.users_problem);
     }
-    page += QStringLiteral("Files   %1%2 to copy")
-                .arg(is_all ? QString() : QStringLiteral("at least "), amount_text(visible));
-    page += QStringLiteral("        not copied: %1 hidden, %2 loose in a Mail directory")
-                .arg(amount_text(hidden), amount_text(loose));
+    append_fact(
+        page, QStringLiteral("Files   "),
+        QStringLiteral("%1%2 to copy").arg(is_all ? QString() : QStringLiteral("at least "), amount_text(visible)));
+    append_fact(page, QString(),
+                QStringLiteral("not copied: %1 hidden, %2 loose in a Mail directory")
+                    .arg(amount_text(hidden), amount_text(loose)));
     if (!survey.users.empty()) {
         append_folders(page, survey);
         append_stores(page, survey);

@@ -32,8 +32,8 @@ bool shrink_to(qsizetype width, const QList<table_column>& columns, QList<qsizet
     for (; line_width > width; --line_width) {
         qsizetype widest = -1;
         for (qsizetype i = 0; i < columns.size(); ++i) {
-            const qsizetype narrowest = columns[i].narrowest;
-            if (narrowest > 0 && widths[i] > narrowest && (widest < 0 || widths[i] > widths[widest])) {
+            const qsizetype narrowest = std::max(columns[i].narrowest, text_width(columns[i].title));
+            if (columns[i].narrowest > 0 && widths[i] > narrowest && (widest < 0 || widths[i] > widths[widest])) {
                 widest = i;
             }
         }
