@@ -82,7 +82,7 @@ constexpr const char* endless = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELE
 
 } // namespace
 
-class tst_evidence_database : public QObject
+class tst_evidence_copies : public QObject
 {
     Q_OBJECT
 
@@ -99,7 +99,7 @@ private slots:
     void limits_hold();
 };
 
-void tst_evidence_database::reads_with_its_log_and_alone_data()
+void tst_evidence_copies::reads_with_its_log_and_alone_data()
 {
     QTest::addColumn<QByteArray>("statements");
     QTest::addColumn<QStringList>("with_log");
@@ -117,7 +117,7 @@ void tst_evidence_database::reads_with_its_log_and_alone_data()
                              << QStringList{u"o'neill"_s} << QStringList{u"o'neill"_s};
 }
 
-void tst_evidence_database::reads_with_its_log_and_alone()
+void tst_evidence_copies::reads_with_its_log_and_alone()
 {
     QFETCH(QByteArray, statements);
     const fixture made;
@@ -135,7 +135,7 @@ void tst_evidence_database::reads_with_its_log_and_alone()
     QCOMPARE(QDir(made.scratch).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList());
 }
 
-void tst_evidence_database::refuses_what_is_no_file_of_the_source_data()
+void tst_evidence_copies::refuses_what_is_no_file_of_the_source_data()
 {
     QTest::addColumn<QString>("reason");
     QTest::newRow("nothing") << u"No such file"_s;
@@ -147,7 +147,7 @@ void tst_evidence_database::refuses_what_is_no_file_of_the_source_data()
     QTest::newRow("cancelled") << u"cancelled"_s;
 }
 
-void tst_evidence_database::refuses_what_is_no_file_of_the_source()
+void tst_evidence_copies::refuses_what_is_no_file_of_the_source()
 {
     fixture made;
     evidence_limits limits;
@@ -172,7 +172,7 @@ void tst_evidence_database::refuses_what_is_no_file_of_the_source()
     QVERIFY2(message.contains(reason) && message.startsWith(QFile::decodeName(made.path)), qUtf8Printable(message));
 }
 
-void tst_evidence_database::looks_at_a_table_before_it_is_read_data()
+void tst_evidence_copies::looks_at_a_table_before_it_is_read_data()
 {
     QTest::addColumn<QByteArray>("statements");
     QTest::addColumn<bool>("exists");
@@ -190,7 +190,7 @@ void tst_evidence_database::looks_at_a_table_before_it_is_read_data()
                              << true << QString();
 }
 
-void tst_evidence_database::looks_at_a_table_before_it_is_read()
+void tst_evidence_copies::looks_at_a_table_before_it_is_read()
 {
     QFETCH(QByteArray, statements);
     const fixture made;
@@ -208,7 +208,7 @@ void tst_evidence_database::looks_at_a_table_before_it_is_read()
 }
 
 /// SQLite alone deletes the file that such a journal names.
-void tst_evidence_database::a_forged_journal_deletes_nothing()
+void tst_evidence_copies::a_forged_journal_deletes_nothing()
 {
     const fixture made;
     build(made, "CREATE TABLE t(a); INSERT INTO t VALUES('old'); PRAGMA cache_size=1; BEGIN; UPDATE t SET a='new'; "
@@ -230,7 +230,7 @@ void tst_evidence_database::a_forged_journal_deletes_nothing()
     QVERIFY(QFile::exists(victim));
 }
 
-void tst_evidence_database::a_tree_of_any_depth_is_checked()
+void tst_evidence_copies::a_tree_of_any_depth_is_checked()
 {
     const fixture made;
     build(made, "PRAGMA page_size=512; CREATE TABLE ZACCOUNT(a); INSERT INTO ZACCOUNT VALUES(1)");
@@ -250,7 +250,7 @@ void tst_evidence_database::a_tree_of_any_depth_is_checked()
     QVERIFY(failure_of(database, "SELECT a FROM ZACCOUNT").contains(u"malformed"_s));
 }
 
-void tst_evidence_database::limits_hold_data()
+void tst_evidence_copies::limits_hold_data()
 {
     QTest::addColumn<QByteArray>("statement");
     QTest::addColumn<QString>("reason");
@@ -263,7 +263,7 @@ void tst_evidence_database::limits_hold_data()
     QTest::newRow("attaching") << QByteArray("ATTACH '/tmp/x.db' AS x") << u"not authorized"_s;
 }
 
-void tst_evidence_database::limits_hold()
+void tst_evidence_copies::limits_hold()
 {
     const fixture made;
     build(made, "CREATE TABLE t(a); INSERT INTO t VALUES(zeroblob(30000000))");
@@ -279,5 +279,5 @@ void tst_evidence_database::limits_hold()
     QVERIFY2(message.contains(reason), qUtf8Printable(message));
 }
 
-QTEST_GUILESS_MAIN(tst_evidence_database)
-#include "tst_evidence_database.moc"
+QTEST_GUILESS_MAIN(tst_evidence_copies)
+#include "tst_evidence_copies.moc"
