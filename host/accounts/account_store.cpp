@@ -53,6 +53,9 @@ private:
 
 void store_reader::add_problem(const QString& problem)
 {
+    if (content.problems.contains(problem)) {
+        return;
+    }
     if (content.problems.size() < most_problems) {
         content.problems.append(problem);
     } else {

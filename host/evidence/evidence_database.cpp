@@ -107,8 +107,7 @@ void evidence_database::forbid_what_is_not_reading()
     sqlite3_progress_handler(
         connection.get(), steps_between_looks_at_the_clock,
         [](void* self) {
-            const auto* database = static_cast<const evidence_database*>(self);
-            return int{database->deadline.hasExpired() || !database->limits.go_on()};
+            return int{static_cast<const evidence_database*>(self)->has_to_end()};
         },
         this);
     sqlite3_set_authorizer(
@@ -126,6 +125,11 @@ void evidence_database::forbid_what_is_not_reading()
             }
         },
         nullptr);
+}
+
+bool evidence_database::has_to_end() const
+{
+    return deadline.hasExpired() || !limits.go_on();
 }
 
 void evidence_database::fail(int code) const

@@ -45,6 +45,8 @@ public:
     /// Runs one SELECT over tables that table() admitted. Throws an evidence_failure when it cannot be prepared.
     evidence_rows select(const QByteArray& statement) const;
 
+    /// True when its time is over or the work is cancelled.
+    bool has_to_end() const;
     /// Throws an evidence_failure with the database's path and what an SQLite result code means here.
     [[noreturn]] void fail(int code) const;
 

@@ -11,7 +11,8 @@ void evidence_rows::finalizer::operator()(sqlite3_stmt* prepared) const
 
 bool evidence_rows::next()
 {
-    const int code = sqlite3_step(statement.get());
+    // What the caller makes of each row takes time as well, of which SQLite's own looks at the clock see little.
+    const int code = database->has_to_end() ? SQLITE_INTERRUPT : sqlite3_step(statement.get());
     if (code != SQLITE_ROW && code != SQLITE_DONE) {
         database->fail(code);
     }

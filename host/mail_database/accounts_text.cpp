@@ -11,24 +11,6 @@ namespace {
 
 const QString separator = QStringLiteral("; ");
 
-/// By what a person knows the account best.
-QString name_of(const account_record& record)
-{
-    for (const QString* name : {&record.address, &record.user_name, &record.description, &record.identifier}) {
-        if (!name->isEmpty()) {
-            return *name;
-        }
-    }
-    return record.folders.isEmpty() ? QStringLiteral("-") : record.folders.first().path.section(u'/', -1);
-}
-
-QString type_of(const account_record& record)
-{
-    const bool is_told = record.provider.isEmpty() || record.provider == record.type;
-    const QString type = record.type.isEmpty() ? QStringLiteral("-") : record.type;
-    return is_told ? type : QStringLiteral("%1 of %2").arg(type, record.provider);
-}
-
 QString server_of(const account_server& server)
 {
     return server.port && !server.host.isEmpty() ? QStringLiteral("%1:%2").arg(server.host).arg(*server.port)
@@ -110,6 +92,23 @@ QStringList all_texts(const account_record* record)
 
 } // namespace
 
+QString account_title(const account_record& record)
+{
+    for (const QString* name : {&record.address, &record.user_name, &record.description, &record.identifier}) {
+        if (!name->isEmpty()) {
+            return *name;
+        }
+    }
+    return record.folders.isEmpty() ? QStringLiteral("-") : record.folders.first().path.section(u'/', -1);
+}
+
+QString account_type_title(const account_record& record)
+{
+    const bool is_told = record.provider.isEmpty() || record.provider == record.type;
+    const QString type = record.type.isEmpty() ? QStringLiteral("-") : record.type;
+    return is_told ? type : QStringLiteral("%1 of %2").arg(type, record.provider);
+}
+
 QStringList accounts_table(const QList<account_record>& accounts, qsizetype width)
 {
     const QList<table_column> columns{{QStringLiteral("user"), false, narrow_column},
@@ -124,11 +123,11 @@ QStringList accounts_table(const QList<account_record>& accounts, qsizetype widt
     QStringList marks;
     for (const account_record& record : accounts) {
         const account_server& server = record.incoming.host.isEmpty() ? record.outgoing : record.incoming;
-        rows.append({record.user, name_of(record) + (record.marks.isEmpty() ? QString() : QStringLiteral(" (!)")),
-                     type_of(record), text_for_person(server_of(server)), yes_or_no(record.mail_enabled),
+        rows.append({record.user, account_title(record) + (record.marks.isEmpty() ? QString() : QStringLiteral(" (!)")),
+                     account_type_title(record), text_for_person(server_of(server)), yes_or_no(record.mail_enabled),
                      text_for_person(versions_of(record)), QString::number(amount_of(record).files), found_in(record)});
         for (const QString& mark : record.marks) {
-            marks.append(display_text(QStringLiteral("(!) %1, %2: %3").arg(record.user, name_of(record), mark)));
+            marks.append(display_text(QStringLiteral("(!) %1, %2: %3").arg(record.user, account_title(record), mark)));
         }
     }
     return table_lines(columns, rows, width) + marks;

@@ -6,6 +6,12 @@
 #include <QString>
 #include <QStringList>
 
+/// Returns by what a person knows an account best: its address, else its user name, description, identifier or folder.
+QString account_title(const account_record& record);
+
+/// Returns an account's type with its provider, "IMAP of Google"; "-" when it is not known.
+QString account_type_title(const account_record& record);
+
 /// Returns the accounts as a table of at most `width` columns; marks and problems follow as lines of their own.
 QStringList accounts_table(const QList<account_record>& accounts, qsizetype width);
 

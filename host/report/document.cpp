@@ -5,6 +5,7 @@
 #include "host/report/certificate_section.h"
 #include "host/report/chart.h"
 #include "host/report/data.h"
+#include "host/report/dossier_section.h"
 #include "host/report/html_writer.h"
 #include "host/report/style.h"
 #include "host/report/summary.h"
@@ -41,10 +42,17 @@ void write_head(report_html& html, const QString& title)
     html.verbatim("style", report_style_sheet);
 }
 
-void write_accounts_section(report_html& html, const report_data& data, const QString& directory)
+void write_accounts_section(report_html& html, const report_data& data)
 {
     const auto section = html.open("section", {{"id", QStringLiteral("accounts")}});
     html.element("h2", QStringLiteral("Accounts"));
+    write_dossier(html, load_dossier(data.result));
+}
+
+void write_copies_section(report_html& html, const report_data& data, const QString& directory)
+{
+    const auto section = html.open("section", {{"id", QStringLiteral("copies")}});
+    html.element("h2", QStringLiteral("Copied account folders"));
     if (data.users.isEmpty()) {
         html.element("p", QStringLiteral("None was found."));
         return;
@@ -74,7 +82,8 @@ void write_document(report_html& html, const report_data& data, const QString& d
         const auto main = html.open("main");
         write_report_notices(html, data);
         write_report_tiles(html, data);
-        write_accounts_section(html, data, directory);
+        write_accounts_section(html, data);
+        write_copies_section(html, data, directory);
         write_picture_section(html, data);
         write_certificate(html, data, load_certificate(data.result), directory);
         write_verification(html, data, directory);

@@ -59,6 +59,9 @@ tr.group th, tr.group td { background: var(--soft); font-weight: 600; }
 .accounts td { font-size: 0.92rem; }
 .accounts td:first-child { min-width: 13rem; }
 .accounts td:last-child { min-width: 22.5rem; }
+details.account { margin: 0.4rem 0; padding: 0.4rem 0.75rem; border: 1px solid var(--line); border-radius: 8px; }
+details.account summary { cursor: pointer; font-weight: 600; overflow-wrap: anywhere; }
+details.account .facts { margin: 0.6rem 0; }
 .status { white-space: nowrap; font-weight: 600; }
 .status.missing, .status.different, .status.unreadable { color: var(--bad); }
 .status.loose, .status.link, .status.special { color: var(--warn); }
@@ -106,13 +109,16 @@ th[aria-sort="descending"]::after { content: " \2193"; }
   .picture { min-width: 0; }
   .picture rect, tr.group th, tr.group td { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
   thead { display: table-header-group; }
-  tr, .tiles li, .notice, .log li { break-inside: avoid; }
+  tr, .tiles li, .notice, .log li, details.account { break-inside: avoid; }
   h2, h3, tr.group { break-after: avoid; }
 }
 )css";
 
 const char* const report_script = R"js(
 "use strict";
+addEventListener("beforeprint", function () {
+  document.querySelectorAll("details").forEach(function (card) { card.open = true; });
+});
 function data_rows(body) {
   return Array.from(body.rows).filter(function (row) { return !row.classList.contains("group"); });
 }

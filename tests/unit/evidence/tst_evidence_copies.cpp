@@ -97,6 +97,7 @@ private slots:
     void a_tree_of_any_depth_is_checked();
     void limits_hold_data();
     void limits_hold();
+    void ends_between_two_rows_too();
 };
 
 void tst_evidence_copies::reads_with_its_log_and_alone_data()
@@ -277,6 +278,21 @@ void tst_evidence_copies::limits_hold()
     QFETCH(QString, reason);
     const QString message = failure_of(database, statement);
     QVERIFY2(message.contains(reason), qUtf8Printable(message));
+}
+
+void tst_evidence_copies::ends_between_two_rows_too()
+{
+    const fixture made;
+    build(made, "CREATE TABLE t(a); INSERT INTO t VALUES(1), (2)");
+    bool is_over = false;
+    evidence_limits limits;
+    limits.go_on = [&is_over] { return !is_over; };
+    const evidence_copies copies = made.copies();
+    const evidence_database database(copies, log_use::with_log, limits);
+    evidence_rows rows = database.select("SELECT a FROM t");
+    QVERIFY(rows.next());
+    is_over = true;
+    QVERIFY_EXCEPTION_THROWN(rows.next(), evidence_failure);
 }
 
 QTEST_GUILESS_MAIN(tst_evidence_copies)
