@@ -1,6 +1,7 @@
 #include "host/completeness/store_check.h"
 
 #include "host/completeness/mailbox_names.h"
+#include "host/completeness/store_sums.h"
 #include "host/evidence/evidence_failure.h"
 #include "host/files/file_tree.h"
 #include "host/source/folder_names.h"
@@ -344,34 +345,7 @@ private:
                       return std::tie(left.account, left.mailbox, left.is_label) <
                              std::tie(right.account, right.mailbox, right.is_label);
                   });
-        check_sums();
-    }
-
-    /// The classes are counted one way, what they must add up to another.
-    void check_sums()
-    {
-        const auto require = [this](bool holds, const QString& what) {
-            if (!holds) {
-                result.not_closing.append(what);
-            }
-        };
-        for (const mailbox_line& line : result.mailboxes) {
-            require(line.figures.closes(), QStringLiteral("the classes of %1, %2 do not add up")
-                                               .arg(display_text(line.account), display_text(line.mailbox)));
-        }
-        const auto require_same = [&require](const char* what, qint64 sum, qint64 counted) {
-            require(
-                sum == counted,
-                QStringLiteral("%1: %2 in the mailboxes, %3 counted").arg(QLatin1String(what)).arg(sum).arg(counted));
-        };
-        require_same("messages on disk", result.totals.on_disk + result.pairs, files.seen);
-        require_same("messages in the index", result.totals.indexed, result.index.rows);
-        require_same("messages in the index alone", result.totals.index_only, told_index_only);
-        require(!index || result.index.rows_stated == result.index.rows,
-                QStringLiteral("the index counts %1 messages, %2 could be read")
-                    .arg(result.index.rows_stated ? QString::number(*result.index.rows_stated)
-                                                  : QStringLiteral("no known number of"))
-                    .arg(result.index.rows));
+        result.not_closing = sums_that_do_not_close(result, {files.seen, told_index_only, index != nullptr});
     }
 
     const mail_store& store;

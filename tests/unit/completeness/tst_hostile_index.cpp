@@ -1,0 +1,85 @@
+#include "tests/unit/completeness/checked_source.h"
+
+/// Damaged and forged indexes: no file is lost, nothing is counted twice, and what was not read is said.
+class tst_hostile_index : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void damaged_and_hostile_indexes_lose_no_file_data()
+    {
+        QTest::addColumn<QStringList>("statements");
+        QTest::addColumn<QString>("totals"); // with one file, 1.emlx in INBOX
+        QTest::addColumn<int>("state");
+        const int read = int(index_state::read);
+        const int refused = int(index_state::refused);
+        const QString not_compared = "1 0 0 1 0 0 0 0 0";
+        QTest::newRow("no tables") << QStringList("CREATE TABLE x (y)") << not_compared << refused;
+        QTest::newRow("a view") << QStringList{"CREATE TABLE t (a)",
+                                               "CREATE VIEW messages AS SELECT a AS mailbox FROM t"}
+                                << not_compared << refused;
+        QTest::newRow("a view of the mailboxes")
+            << QStringList{newer_tables[0], "CREATE VIEW mailboxes AS SELECT 1 AS url", message_row(1, 1)}
+            << "1 1 0 1 1 0 0 0 0" << int(index_state::incomplete);
+        QTest::newRow("text for numbers")
+            << newer_tables + QStringList{mailbox_row(1, "INBOX"), message_row(1, 1),
+                                          "INSERT INTO messages (ROWID, mailbox, flags, deleted, date_sent, subject) "
+                                          "VALUES (2, 'one', 'two', 'three', x'00ff', 'four')"}
+            << "1 2 1 0 1 0 0 0 0" << read;
+        QTest::newRow("numbers at their ends")
+            << newer_tables + QStringList{mailbox_row(1, "INBOX"), message_row(1, 1), message_row(-5, 1),
+                                          message_row(9223372036854775807, 1),
+                                          "INSERT INTO messages (ROWID, mailbox, date_sent, date_received) VALUES "
+                                          "(0, 9223372036854775807, -9223372036854775808, 9e300)"}
+            << "1 4 1 0 3 0 0 0 0" << read;
+        QTest::newRow("the same mailbox twice")
+            << newer_tables + QStringList{mailbox_row(1, "INBOX"), mailbox_row(2, "INBOX"), message_row(1, 2)}
+            << "1 1 1 0 0 0 0 0 0" << read;
+        QTest::newRow("no numbers")
+            << QStringList{"CREATE TABLE messages (ROWID TEXT PRIMARY KEY, mailbox) WITHOUT ROWID",
+                           "INSERT INTO messages VALUES ('1', 1), ('x', 1)", newer_tables[1], mailbox_row(1, "INBOX")}
+            << "1 2 0 1 2 0 0 0 0" << read;
+    }
+
+    void damaged_and_hostile_indexes_lose_no_file()
+    {
+        QFETCH(QStringList, statements);
+        QFETCH(QString, totals);
+        QFETCH(int, state);
+        checked_source source;
+        source.add_message("INBOX.mbox", "1.emlx");
+        source.add_index(statements);
+        const store_completeness store = source.check_one();
+        QCOMPARE(text_of(store.totals), totals);
+        QCOMPARE(int(store.index.state), state);
+        QCOMPARE(source.sink.index_only.size(), store.totals.index_only);
+        QCOMPARE(store.not_closing, QStringList());
+    }
+
+    void a_cut_index_is_said_to_be_incomplete()
+    {
+        checked_source source;
+        source.add_message("INBOX.mbox", "1.emlx");
+        QStringList rows = newer_tables + QStringList{mailbox_row(1, "INBOX")};
+        rows.append("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
+                    "INSERT INTO messages (ROWID, mailbox) SELECT i, 1 FROM n");
+        source.add_index(rows);
+        QFile index(source.path("V10/MailData/Envelope Index"));
+        QVERIFY(index.resize(index.size() / 2));
+        const store_completeness store = source.check_one();
+        QVERIFY(store.index.state == index_state::incomplete || store.index.state == index_state::refused);
+        QCOMPARE(store.totals.on_disk, 1);
+        QVERIFY(store.totals.closes());
+        QCOMPARE(source.sink.index_only.size(), store.totals.index_only);
+
+        write_file(index.fileName(), "this is no database");
+        QVERIFY(source.check_one().index.state == index_state::refused);
+        completeness_request request{QFile::encodeName(source.folder.filePath("src")), "u", "Users/u/Library/Mail",
+                                     source.folder.path()};
+        request.limits.largest_file = 10;
+        QVERIFY2(check_completeness(request, source.sink).front().index.problem.contains("larger than 10 bytes"), "");
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_hostile_index)
+#include "tst_hostile_index.moc"
