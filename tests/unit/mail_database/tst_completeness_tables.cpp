@@ -86,7 +86,7 @@ private slots:
         for (const auto& [query, answer] :
              {std::pair("SELECT subject FROM index_only", "=cmd|' /C calc'!A0\r\nsecond"),
               {"SELECT date_sent IS NULL AND date_sent_stored = '2147483647' FROM index_only", "1"},
-              {"SELECT path || indexed || problem FROM unreadable_messages", "Users/u/\\xFF.emlx1is empty"},
+              {"SELECT path || indexed || problem FROM unreadable_messages", "Users/u/\\xff.emlx1is empty"},
               {"SELECT part FROM absent_attachments WHERE announced_bytes IS NULL", "2.1"}}) {
             QSqlQuery rows = database.query(query);
             QVERIFY(rows.next());
