@@ -8,12 +8,10 @@
 #include <QFileInfo>
 #include <QSqlQuery>
 
-#include <algorithm>
-
 namespace {
 
-// Longer than any name or identifier, and short enough to keep one for every folder.
-constexpr qsizetype longest_text = 4096;
+// Nothing reads them, and one is kept for every folder.
+constexpr qsizetype longest_properties = 4096;
 
 } // namespace
 
@@ -66,21 +64,18 @@ apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList identifie
         store, QStringLiteral("Z_PK,ZIDENTIFIER,ZPARENTACCOUNT,ZUSERNAME,ZOWNINGBUNDLEID,ZDATACLASSPROPERTIES"),
         {QStringLiteral("ZIDENTIFIER"), QStringLiteral("ZUSERNAME")});
     lookup.expect(identifiers);
-    const auto log_failure = [&, signature = Q_FUNC_INFO](const QString& identifier, const QString& reason) {
-        plugin_static_function::app_debug(
-            QStringLiteral("[sub_compare_identifier_with_db]source_url query execution --------FAILED------->> ") +
-                database,
-            signature);
-        plugin_static_function::app_debug(reason, signature);
-        plugin_static_function::app_debug(lookup.statement(identifier), signature);
-    };
     for (const QString& identifier : identifiers) {
         if (cancel_requested) {
             return details;
         }
         QSqlQuery query(store.database());
         if (!lookup.execute(query, identifier)) {
-            log_failure(identifier, store.error_of(query));
+            plugin_static_function::app_debug(
+                QStringLiteral("[sub_compare_identifier_with_db]source_url query execution --------FAILED------->> ") +
+                    database,
+                Q_FUNC_INFO);
+            plugin_static_function::app_debug(lookup.error(), Q_FUNC_INFO);
+            plugin_static_function::app_debug(lookup.statement(identifier), Q_FUNC_INFO);
             if (store.is_time_over()) {
                 return details;
             }
@@ -97,11 +92,7 @@ apple_mail_extractor_macos::sub_compare_identifier_with_db(QStringList identifie
         if (text(2).isEmpty() && text(3).isEmpty()) {
             continue;
         }
-        if (std::max({text(1).size(), text(2).size(), text(3).size()}) > longest_text) {
-            log_failure(identifier, QStringLiteral("the row holds no account: its texts are too long"));
-            continue;
-        }
-        details.append({text(0), text(1), text(2), text(3), text(4), text(5).left(longest_text)});
+        details.append({text(0), text(1), text(2), text(3), text(4), text(5).left(longest_properties)});
     }
     return details;
 }

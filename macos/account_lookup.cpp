@@ -3,6 +3,7 @@
 #include "support/limited_database.h"
 
 #include <QSqlError>
+#include <QSqlRecord>
 #include <QVariant>
 
 #include <algorithm>
@@ -12,6 +13,8 @@ namespace {
 
 // So few look-ups are quicker one by one: most of them end at an early row.
 constexpr qsizetype few_values = 32;
+constexpr qsizetype longest_text = 4096;
+constexpr int username_column = 3;
 constexpr qint64 no_row = std::numeric_limits<qint64>::max();
 
 /// True when a value stays a value in a statement that it is pasted into.
@@ -108,13 +111,37 @@ bool account_lookup::find_expected(const QString& column)
 
 bool account_lookup::execute(QSqlQuery& query, const QString& value)
 {
-    const auto expected = are_expected ? first_rows.constFind(value) : first_rows.constEnd();
-    if (!are_expected || expected == first_rows.constEnd()) {
-        return store.execute(query, statement(value));
+    QString command = statement(value);
+    if (const auto expected = first_rows.constFind(value); are_expected && expected != first_rows.constEnd()) {
+        if (*expected == no_row) {
+            query.clear();
+            return true;
+        }
+        command = select + QStringLiteral("rowid = %1").arg(*expected);
     }
-    if (*expected == no_row) {
-        query.clear();
+    if (!store.execute(query, command)) {
+        failure = store.error_of(query);
+        return false;
+    }
+    if (!is_row_of_account(query)) {
+        failure = QStringLiteral("the row holds no account: its texts are too long");
+        return false;
+    }
+    return true;
+}
+
+/// False when the first row has a text that no account has, and that would be kept for each of many folders.
+bool account_lookup::is_row_of_account(QSqlQuery& query) const
+{
+    if (!query.next()) {
         return true;
     }
-    return store.execute(query, select + QStringLiteral("rowid = %1").arg(*expected));
+    const int last_column = std::min(username_column, query.record().count() - 1);
+    for (int column = 0; column <= last_column; ++column) {
+        if (query.value(column).toString().size() > longest_text) {
+            return false;
+        }
+    }
+    query.previous();
+    return true;
 }

@@ -16,7 +16,8 @@ inline constexpr QLatin1String account_table("ZACCOUNT");
 class account_lookup
 {
 public:
-    /// `selected` names the columns to read, `compared` those that are compared with the value.
+    /// `selected` names the columns to read, the account's key, identifier, parent and name first; `compared` those
+    /// that are compared with the value.
     account_lookup(limited_database& store, const QString& selected, const QStringList& compared);
 
     /// Makes the look-ups of these values quick: without an index on the columns, each would read the whole table. What
@@ -25,6 +26,8 @@ public:
     /// Executes the look-up; false when it failed. On true, the query stands before the first row, if there is one; a
     /// further row means nothing.
     bool execute(QSqlQuery& query, const QString& value);
+    /// Why the last look-up failed.
+    QString error() const { return failure; }
     /// The statement that looks a value up.
     QString statement(const QString& value) const;
 
@@ -32,10 +35,12 @@ private:
     bool needs_whole_table();
     bool keep_expected(const QStringList& values);
     bool find_expected(const QString& column);
+    bool is_row_of_account(QSqlQuery& query) const;
 
     limited_database& store;
     QString select;
     QStringList columns;
+    QString failure;
     QHash<QString, qint64>
         first_rows; ///< the first row's number by expected value; the largest number when there is none
     bool are_expected = false;

@@ -137,7 +137,7 @@ bool apple_mail_extractor_macos::extract_account_record(account_store_step& step
             plugin_static_function::app_debug(QStringLiteral("source_url query execution --------FAILED-------") +
                                                   step.store.database().databaseName(),
                                               step.signature);
-            plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + step.store.error_of(query), step.signature);
+            plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + lookup.error(), step.signature);
             plugin_static_function::app_debug(QStringLiteral("Query :- ") + lookup.statement(value), step.signature);
             return true;
         }
