@@ -30,29 +30,33 @@ add_library(extractor_objects OBJECT
     plugin/apple_mail_extractor_ios_uid.h
     plugin/apple_mail_extractor_winos.cpp
     plugin/apple_mail_extractor_winos.h
+    plugin/copied_file.h
     plugin/host_records.h
     plugin/result_database.cpp
     support/bulk/bulk_copying.cpp
     support/bulk/bulk_copying.h
-    plugin/copied_file.h
     support/bulk/copy_crew.cpp
     support/bulk/copy_crew.h
+    support/bulk/file_copying.cpp
+    support/bulk/file_copying.h
+    support/bulk/platform_copying.cpp
+    support/bulk/platform_copying.h
+    support/bulk/stream_hash.cpp
+    support/bulk/stream_hash.h
+    support/bulk/tree_walk.cpp
+    support/bulk/tree_walk.h
     support/database_commands.cpp
     support/debug_log.cpp
     support/directory_operations.cpp
     support/engine_types.h
-    support/limited_database.cpp
-    support/limited_database.h
-    support/bulk/file_copying.cpp
-    support/bulk/file_copying.h
     support/file_extension_lists.cpp
     support/file_extension_lists.h
     support/file_type_classification.cpp
     support/host_record_reset.cpp
+    support/limited_database.cpp
+    support/limited_database.h
     support/named_connection.cpp
     support/named_connection.h
-    support/bulk/platform_copying.cpp
-    support/bulk/platform_copying.h
     support/plugin_helper_functions.cpp
     support/plugin_helper_functions.h
     support/plugin_static_function.cpp
@@ -63,16 +67,12 @@ add_library(extractor_objects OBJECT
     support/source_paths.cpp
     support/sqlite_limits.cpp
     support/sqlite_limits.h
-    support/bulk/stream_hash.cpp
-    support/bulk/stream_hash.h
     support/text_conversions.cpp
     support/time_conversions.cpp
-    support/bulk/tree_walk.cpp
-    support/bulk/tree_walk.h
     support/working_copies.cpp)
 target_include_directories(extractor_objects PUBLIC "${CMAKE_SOURCE_DIR}")
-target_link_libraries(extractor_objects PUBLIC log_cipher Qt6::Core Qt6::Widgets Qt6::Sql OpenSSL::Crypto
-    Threads::Threads)
+target_link_libraries(extractor_objects PUBLIC log_cipher Qt6::Core Qt6::Widgets Qt6::Sql SQLite::SQLite3
+    OpenSSL::Crypto Threads::Threads)
 target_compile_definitions(extractor_objects PRIVATE APPLE_MAIL_EXTRACTOR_VERSION="${PROJECT_VERSION}")
 enable_warnings(extractor_objects)
 use_precompiled_headers(extractor_objects)

@@ -1,9 +1,12 @@
 #include "support/sqlite_limits.h"
 
-#include <QLibrary>
+#include "support/named_connection.h"
+
 #include <QSqlDriver>
 #include <QSqlQuery>
 #include <QVariant>
+
+#include <sqlite3.h>
 
 namespace {
 
@@ -14,61 +17,13 @@ constexpr int longest_pattern = 1000;
 // What SQLite counts are steps of its virtual machine; so many take well below a millisecond.
 constexpr int steps_between_looks = 4000;
 
-// As SQLite's interface, which never changes, declares them.
-constexpr int limit_of_length = 0;
-constexpr int limit_of_like_pattern_length = 8;
-
-struct sqlite_library
-{
-    int (*initialize)() = nullptr;
-    const char* (*sourceid)() = nullptr;
-    const char* (*compileoption_get)(int) = nullptr;
-    int (*limit)(sqlite3*, int, int) = nullptr;
-    void (*progress_handler)(sqlite3*, int, int (*)(void*), void*) = nullptr;
-    qint64 (*memory_used)() = nullptr;
-    qint64 (*hard_heap_limit64)(qint64) = nullptr;
-
-    bool is_whole() const
-    {
-        return initialize != nullptr && sourceid != nullptr && compileoption_get != nullptr && limit != nullptr &&
-               progress_handler != nullptr && memory_used != nullptr && hard_heap_limit64 != nullptr;
-    }
-};
-
-sqlite_library load_sqlite()
-{
-    // The name that the driver's own dependency has: the dynamic loader then gives the very same library.
-    QLibrary file(QStringLiteral("sqlite3"), 0);
-    sqlite_library library;
-    const auto resolve = [&file](auto& function, const char* name) {
-        function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(file.resolve(name));
-    };
-    resolve(library.initialize, "sqlite3_initialize");
-    resolve(library.sourceid, "sqlite3_sourceid");
-    resolve(library.compileoption_get, "sqlite3_compileoption_get");
-    resolve(library.limit, "sqlite3_limit");
-    resolve(library.progress_handler, "sqlite3_progress_handler");
-    resolve(library.memory_used, "sqlite3_memory_used");
-    resolve(library.hard_heap_limit64, "sqlite3_hard_heap_limit64");
-    return library;
-}
-
-const sqlite_library& sqlite()
-{
-    static const sqlite_library library = load_sqlite();
-    return library;
-}
-
-/// True when the library found is, or is built exactly like, the one behind the connection: then a handle of the one
+/// True when the SQLite linked here is, or is built exactly like, the one behind a connection: then a handle of the one
 /// may be handed to the other.
-bool is_library_of(const QSqlDatabase& connection)
+bool is_same_sqlite(const QSqlDatabase& connection)
 {
-    if (!sqlite().is_whole() || sqlite().initialize() != 0) {
-        return false;
-    }
     QSqlQuery query(connection);
     if (!query.exec(QStringLiteral("select sqlite_source_id()")) || !query.next() ||
-        query.value(0).toString() != QLatin1String(sqlite().sourceid())) {
+        query.value(0).toString() != QLatin1String(sqlite3_sourceid())) {
         return false;
     }
     if (!query.exec(QStringLiteral("pragma compile_options"))) {
@@ -76,19 +31,36 @@ bool is_library_of(const QSqlDatabase& connection)
     }
     int option = 0;
     while (query.next()) {
-        const char* const expected = sqlite().compileoption_get(option++);
+        const char* const expected = sqlite3_compileoption_get(option++);
         if (expected == nullptr || query.value(0).toString() != QLatin1String(expected)) {
             return false;
         }
     }
-    return sqlite().compileoption_get(option) == nullptr;
+    return sqlite3_compileoption_get(option) == nullptr;
+}
+
+/// True when the SQLite of Qt's driver is the one linked here.
+bool is_sqlite_of_driver()
+{
+    if (sqlite3_initialize() != SQLITE_OK) {
+        return false;
+    }
+    const QString name = QStringLiteral("which SQLite");
+    bool is_same = false;
+    {
+        named_connection empty(name, QStringLiteral(":memory:"));
+        is_same = empty.is_open() && is_same_sqlite(empty.database());
+    }
+    QSqlDatabase::removeDatabase(name);
+    return is_same;
 }
 
 sqlite3* handle_of(const QSqlDatabase& connection)
 {
+    static const bool may_be_limited = is_sqlite_of_driver();
     const QVariant handle = connection.driver()->handle();
-    const bool is_sqlite = handle.isValid() && qstrcmp(handle.typeName(), "sqlite3*") == 0;
-    return is_sqlite && is_library_of(connection) ? *static_cast<sqlite3* const*>(handle.constData()) : nullptr;
+    const bool is_handle = handle.isValid() && qstrcmp(handle.typeName(), "sqlite3*") == 0;
+    return is_handle && may_be_limited ? *static_cast<sqlite3* const*>(handle.constData()) : nullptr;
 }
 
 int is_to_stop(void* limits)
@@ -106,21 +78,21 @@ sqlite_limits::sqlite_limits(const QSqlDatabase& connection, qint64& nanoseconds
         QSqlQuery(connection).exec(QStringLiteral("pragma hard_heap_limit = %1").arg(2 * heap_bytes));
         return;
     }
-    sqlite().limit(handle, limit_of_length, longest_value);
-    sqlite().limit(handle, limit_of_like_pattern_length, longest_pattern);
-    sqlite().progress_handler(handle, steps_between_looks, is_to_stop, this);
-    const qint64 wanted = sqlite().memory_used() + heap_bytes;
-    previous_heap_limit = sqlite().hard_heap_limit64(-1);
+    sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, longest_value);
+    sqlite3_limit(handle, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, longest_pattern);
+    sqlite3_progress_handler(handle, steps_between_looks, is_to_stop, this);
+    const qint64 wanted = sqlite3_memory_used() + heap_bytes;
+    previous_heap_limit = sqlite3_hard_heap_limit64(-1);
     if (previous_heap_limit == 0 || previous_heap_limit > wanted) {
-        sqlite().hard_heap_limit64(wanted);
+        sqlite3_hard_heap_limit64(wanted);
     }
 }
 
 sqlite_limits::~sqlite_limits()
 {
     if (handle != nullptr) {
-        sqlite().progress_handler(handle, 0, nullptr, nullptr);
-        sqlite().hard_heap_limit64(previous_heap_limit);
+        sqlite3_progress_handler(handle, 0, nullptr, nullptr);
+        sqlite3_hard_heap_limit64(previous_heap_limit);
     }
 }
 

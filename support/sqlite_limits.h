@@ -7,9 +7,9 @@ struct sqlite3;
 
 /// Bounds what the statements of one connection may take in time and memory, for as long as it lives.
 ///
-/// SQL alone cannot stop a statement, so this calls the SQLite library that Qt's driver uses. Where that is another one
-/// than can be found (a driver with an SQLite of its own), time is not bounded, and memory by a limit that only ever
-/// falls and holds for the whole process.
+/// SQL alone cannot stop a statement, so this hands the handle of Qt's driver to SQLite itself. Where the driver brings
+/// an SQLite of its own, time is not bounded, and memory by a limit that only ever falls and holds for the whole
+/// process.
 class sqlite_limits
 {
 public:

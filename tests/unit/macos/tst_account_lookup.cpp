@@ -1,5 +1,5 @@
 #include "macos/account_lookup.h"
-#include "support/evidence_database.h"
+#include "support/limited_database.h"
 
 #include <QRandomGenerator>
 #include <QSqlError>
@@ -56,7 +56,7 @@ private slots:
         script += has_numbers ? QStringList() : then.split(';', Qt::SkipEmptyParts);
         script += "COMMIT";
         qint64 time_left = 60'000'000'000;
-        evidence_database store("a store", path, "ZACCOUNT", time_left);
+        limited_database store("a store", path, "ZACCOUNT", time_left);
         QVERIFY2(store.is_open(), qPrintable(store.opening_error()));
         for (const QString& statement : script) {
             QSqlQuery query(store.database());
