@@ -48,6 +48,7 @@ struct apple_mail_extractor_macos::account_store_step
     account_lookup by_name;
     account_lookup by_key;
     const char* signature;
+    bool has_run_out_of_time = false; ///< said in the log; no further look-up would succeed
 };
 
 void apple_mail_extractor_macos::extract_account(QString mail_version_directory, QString accounts_database,
@@ -119,6 +120,9 @@ bool apple_mail_extractor_macos::extract_account_records(
         if (cancel_requested || !extract_account_record(step, record)) {
             return false;
         }
+        if (step.has_run_out_of_time) {
+            break;
+        }
     }
     return true;
 }
@@ -139,6 +143,7 @@ bool apple_mail_extractor_macos::extract_account_record(account_store_step& step
                                               step.signature);
             plugin_static_function::app_debug(QStringLiteral("ERROR :- ") + lookup.error(), step.signature);
             plugin_static_function::app_debug(QStringLiteral("Query :- ") + lookup.statement(value), step.signature);
+            step.has_run_out_of_time = step.store.is_time_over();
             return true;
         }
         if (query.next()) {
