@@ -138,7 +138,7 @@ private slots:
         const QString journal = plugin.database_path + "-journal";
         plugin.on_event = [&](const QString& event) {
             if (event.startsWith("copied")) {
-                QTest::qSleep(200); // so that the next copy is told too
+                QTest::qSleep(250); // so that the next copy is told too
             }
             if (QFile::exists(journal) && QFile::remove(journal)) {
                 write_file(journal + "/that cannot be removed");
