@@ -151,6 +151,9 @@ void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
     command.add_flag("--as-suite", options.as_suite, "One run for all users, exactly as a suite drives the plug-in")
         ->group(for_integrators);
     command.add_flag("--no-verify", options.no_verify, "Leave out the verification at the end");
+    command.add_flag("--read-twice", options.read_twice,
+                     "Read the source a second time for the verification; without it the hash is taken while copying");
+    command.add_flag("--one-by-one", options.one_by_one, "Copy one file after the other, each put on the disk at once");
     command.add_flag("--follow-links-outside", options.follow_links_outside,
                      "Run in spite of links that leave the source or go in circles");
     add_path(command, "--log", options.log_file, default_place("Debug log", product::log), "FILE");

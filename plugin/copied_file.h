@@ -25,7 +25,8 @@ struct copied_file
     QByteArray destination_path;
     qint64 size = 0;         ///< bytes of the source when it was opened; 0 when not even that could be learnt
     qint64 bytes_copied = 0; ///< bytes read and, for `copied` and `changed`, held by the copy
-    qint64 modified_ns = 0;  ///< the source's modification time in nanoseconds since 1970, UTC; nearest if out of range
+    qint64 modified_s = 0;   ///< the source's modification time in seconds since 1970, UTC
+    qint32 modified_ns = 0;  ///< and nanoseconds of that second
     QByteArray sha256;       ///< 32 bytes, for `copied` and `changed`; else empty
     /// What failed, in a word or two, such as "read"; empty when nothing did. A copy whose time or mode could not be
     /// set is `copied` all the same.

@@ -100,6 +100,20 @@ void write_durably(const QString& path, const QByteArray& content)
     file.commit();
 }
 
+void flush_file_system(const QString& directory)
+{
+    const file_descriptor place(::open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+#ifdef Q_OS_MACOS
+    ::sync();
+    const int error = place.is_open() ? flush_to_disk(place.get()) : errno;
+#else
+    const int error = place.is_open() && ::syncfs(place.get()) == 0 ? 0 : errno;
+#endif
+    if (error != 0) {
+        refuse(QStringLiteral("cannot put %1 on the disk: %2").arg(directory, system_error_text(error)));
+    }
+}
+
 int flush_to_disk(int descriptor)
 {
 #ifdef Q_OS_MACOS

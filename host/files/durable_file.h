@@ -37,6 +37,9 @@ inline constexpr const char* unfinished_ending = ".unfinished-";
 /// Writes a whole file at once. Throws a failure.
 void write_durably(const QString& path, const QByteArray& content);
 
+/// Puts everything on the disk that was written to the file system of a directory. Throws a failure.
+void flush_file_system(const QString& directory);
+
 /// Returns the errno of flushing a file or directory to the disk, 0 for none. A file system that knows no flushing of
 /// directories has nothing to flush.
 int flush_to_disk(int descriptor);

@@ -35,6 +35,7 @@ int write_all(int descriptor, const unsigned char* data, std::size_t length)
 file_copy_outcome copy_bytes(const quiet_file& from, int to, const std::function<bool(qint64 bytes)>& cancelled)
 {
     file_copy_outcome outcome;
+    outcome.modified = from.facts.modified;
     int write_error = 0;
     file_hasher hasher;
     const file_hasher::outcome read = hasher.hash(from.descriptor.get(), [&](const unsigned char* piece, qint64 bytes) {
@@ -63,12 +64,12 @@ file_copy_outcome copy_file(const QByteArray& source, const QByteArray& target, 
 {
     const quiet_file from = quiet_open(source, links);
     if (!from.error.isEmpty()) {
-        return {0, {}, from.error};
+        return {0, {}, {}, from.error};
     }
     QDir().mkpath(QFile::decodeName(target.first(target.lastIndexOf('/'))));
     const file_descriptor to(::open(target.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
     if (!to.is_open()) {
-        return {0, {}, QStringLiteral("cannot create the copy: ") + system_error_text(errno)};
+        return {0, {}, {}, QStringLiteral("cannot create the copy: ") + system_error_text(errno)};
     }
     file_copy_outcome outcome = copy_bytes(from, to.get(), cancelled);
     if (outcome.digest) {

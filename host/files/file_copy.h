@@ -13,6 +13,7 @@
 struct file_copy_outcome
 {
     qint64 bytes = 0;
+    file_time modified;                  ///< of the source when it was opened
     std::optional<sha256_digest> digest; ///< of the bytes read; nothing unless the copy is whole
     QString problem;                     ///< why there is no copy, with the offset where it broke off
     bool was_cancelled = false;

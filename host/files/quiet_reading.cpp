@@ -333,6 +333,15 @@ entry_facts quiet_facts(const file_descriptor& descriptor)
     return facts;
 }
 
+void drop_cached_pages(const file_descriptor& descriptor)
+{
+#ifdef Q_OS_MACOS
+    ::fcntl(descriptor.get(), F_NOCACHE, 1);
+#else
+    static_cast<void>(::posix_fadvise(descriptor.get(), 0, 0, POSIX_FADV_DONTNEED));
+#endif
+}
+
 int set_modification_time(int descriptor, const file_time& modified)
 {
     std::array<timespec, 2> times{};

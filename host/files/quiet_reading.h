@@ -102,6 +102,10 @@ struct quiet_data
 /// Returns what is known now of an open file.
 entry_facts quiet_facts(const file_descriptor& descriptor);
 
+/// Has the system forget what it holds in memory of an open file, so that it is read from the disk; changed pages that
+/// are not on the disk yet stay. Best effort.
+void drop_cached_pages(const file_descriptor& descriptor);
+
 /// Gives an open file a modification time; returns the errno of a failure, 0 for none.
 int set_modification_time(int descriptor, const file_time& modified);
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/extraction/extraction.h"
 #include "host/result/result_paths.h"
-#include "host/run/extraction.h"
 
 /// Returns the bytes of the copies that lie in the result and that a run does not need room for: with `clear` all of
 /// them, since it removes them, else those of its users and of today, since the plug-in never copies over a file.

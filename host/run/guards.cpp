@@ -31,15 +31,20 @@ void guard_run(run_plan& plan, bool follow_links_outside)
         names.push_back(QFile::encodeName(user.name));
     }
     const QByteArray source = QFile::encodeName(settings.source_root);
-    const copy_forecast forecast = forecast_copies(source, mail_directories_of(source, names));
+    copy_forecast forecast = forecast_copies(source, mail_directories_of(source, names));
     if (forecast.link_problems.empty()) {
         for (std::size_t i = 0; i < names.size(); ++i) {
-            settings.users[static_cast<qsizetype>(i)].expected_copies = forecast.copies[i];
+            settings.users[static_cast<qsizetype>(i)].expected_copies =
+                settings.in_bulk ? forecast.trees[i] : forecast.copies[i];
         }
     } else if (!follow_links_outside) {
         refuse_links(forecast, settings.source_root);
     }
 
+    if (settings.in_bulk) {
+        // Account folders are counted then, not copied.
+        forecast.room_of_accounts = 0;
+    }
     const qint64 earlier = bytes_of_earlier_copies(plan.result, settings);
     const room_estimate room = estimate_room(forecast, plan.result.root(),
                                              settings.clear ? earlier : std::min(earlier, forecast.room_of_trees));

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "host/extraction/extraction.h"
 #include "host/files/exclusive_lock.h"
 #include "host/result/result_paths.h"
 #include "host/run/earlier_run.h"
-#include "host/run/extraction.h"
 #include "host/run/run_options.h"
 
 /// What a run works with once everything that can be checked beforehand is checked.

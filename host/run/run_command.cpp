@@ -1,12 +1,14 @@
 #include "host/run/run_command.h"
 
+#include "host/extraction/plugin_library.h"
+#include "host/files/durable_file.h"
 #include "host/files/hashing.h"
 #include "host/files/quiet_reading.h"
 #include "host/report/document.h"
 #include "host/result/seal.h"
+#include "host/run/copies_of_run.h"
 #include "host/run/guards.h"
 #include "host/run/mail_database_step.h"
-#include "host/run/plugin_library.h"
 #include "host/run/preparation.h"
 #include "host/run/run_journal.h"
 #include "host/run/stock_taking.h"
@@ -38,6 +40,8 @@ QJsonObject options_to_json(const run_options& options)
             {"append", options.append},
             {"as_suite", options.as_suite},
             {"no_verify", options.no_verify},
+            {"read_twice", options.read_twice},
+            {"one_by_one", options.one_by_one},
             {"follow_links_outside", options.follow_links_outside}};
 }
 
@@ -80,13 +84,17 @@ void add_what_is_missing(const verification_result& found, run_record& record)
     }
 }
 
-void verify_run(run_record& record, const run_options& options, const result_paths& result)
+void verify_run(run_record& record, const run_options& options, const result_paths& result, known_sources& known)
 try {
     verification_request request{record.source, result, {}, options.users.isEmpty()};
     for (const user_record& user : record.users) {
         request.users.append(user.name);
     }
     request.without_reading = options.no_verify;
+    if (!options.read_twice) {
+        known.complete();
+        request.known = &known;
+    }
     const verification_result found = verify_with_progress(request, options.quiet);
     if (options.no_verify) {
         add_what_is_missing(found, record);
@@ -130,6 +138,8 @@ QString seal_and_report(run_journal& journal, const result_paths& result)
 {
     QString root_hash;
     if (journal.record().status == run_status::finished) {
+        // What the seal speaks for is on the disk before the seal is.
+        journal.publish([&] { flush_file_system(result.root()); });
         journal.publish([&] { root_hash = QString::fromLatin1(digest_to_hex(seal_result(result).root)); });
     }
     journal.publish([&] { write_report(result, result.path(product::report)); });
@@ -165,14 +175,17 @@ int run_command(const run_options& options)
     run_journal journal(plan.result, begin_record(options, plan, library));
     journal.begin([&] { remove_earlier_results(options, plan); });
     const QDate begun = QDate::currentDate();
-    const qint64 signalled_rows = extract(library, plan.settings, progress_style_for(options.quiet));
+    copies_of_run copies(plan.result);
+    const qint64 signalled_rows = extract(library, plan.settings, progress_style_for(options.quiet),
+                                          [&copies](const copied_file& file) { copies.take(file); });
+    copies.tell(journal.record());
     take_stock(plan, begun, signalled_rows, journal.record());
     if (holds_mail && !interruption::requested()) {
-        keep_witnesses(plan, journal.record());
+        keep_witnesses(plan, copies.known(), journal.record());
         note_accounts(journal.record(), plan);
     }
     if (holds_mail && !interruption::requested()) {
-        verify_run(journal.record(), options, plan.result);
+        verify_run(journal.record(), options, plan.result, copies.known());
     }
     finish(journal, plan.settings.scheme);
     const QString root_hash = seal_and_report(journal, plan.result);

@@ -19,6 +19,8 @@ struct run_options
     bool append = false;
     bool as_suite = false;
     bool no_verify = false;
+    bool read_twice = false; ///< read the source once more for the verification
+    bool one_by_one = false; ///< copy as the plug-in does unless it is told otherwise
     bool follow_links_outside = false;
     QString log_file; ///< empty for the result's own log
     bool log_encrypted = false;

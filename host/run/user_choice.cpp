@@ -1,6 +1,6 @@
 #include "host/run/user_choice.h"
 
-#include "host/run/extraction.h"
+#include "host/extraction/extraction.h"
 #include "host/source/access_advice.h"
 #include "host/source/source_hint.h"
 #include "host/terminal/command_failure.h"

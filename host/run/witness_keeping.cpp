@@ -16,8 +16,9 @@ constexpr qint64 most_named_problems = 20;
 class witness_keeper
 {
 public:
-    explicit witness_keeper(const run_plan& plan)
-        : source(QFile::encodeName(plan.settings.source_root))
+    witness_keeper(const run_plan& plan, known_sources& sources)
+        : known(sources)
+        , source(QFile::encodeName(plan.settings.source_root))
         , result(plan.result.native_root())
     {
     }
@@ -64,6 +65,9 @@ private:
         if (!outcome.problem.isEmpty()) {
             note(path, outcome.problem);
         }
+        if (outcome.digest) {
+            known.add(relative_evidence(path), {outcome.bytes, outcome.modified, outcome.digest, false, {}});
+        }
     }
 
     void note(const QByteArray& path, const QString& reason)
@@ -73,6 +77,7 @@ private:
         }
     }
 
+    known_sources& known;
     const QByteArray source;
     const QByteArray result;
     QStringList problems;
@@ -81,9 +86,9 @@ private:
 
 } // namespace
 
-void keep_witnesses(const run_plan& plan, run_record& record)
+void keep_witnesses(const run_plan& plan, known_sources& known, run_record& record)
 {
-    witness_keeper keeper(plan);
+    witness_keeper keeper(plan, known);
     const QByteArray source = QFile::encodeName(plan.settings.source_root);
     for (const witness& one : system_witnesses(source)) {
         keeper.keep(one);

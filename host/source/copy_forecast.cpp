@@ -22,6 +22,7 @@ copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<Q
         const copy_walk::extent extent = walk.walk_mail_directory(mail_directory);
         trees += extent.tree;
         accounts += extent.accounts;
+        forecast.trees.push_back(extent.tree);
         copy_walk::amount both = extent.tree;
         both += extent.accounts;
         forecast.copies.push_back({both.files, both.bytes});

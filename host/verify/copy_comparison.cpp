@@ -73,14 +73,10 @@ void give_modification_time(copy_pair& pair, const quiet_file& copy)
     }
 }
 
-bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy, file_hasher& hasher,
+bool read_copy(copy_pair& pair, const quiet_file& copy, file_hasher& hasher,
                const std::function<bool(qint64)>& cancelled)
 {
     manifest_entry& entry = pair.entry;
-    if (copy.facts.device == source.facts.device && copy.facts.inode == source.facts.inode) {
-        judge(entry, entry_status::different, "what stands for the copy is the source file itself");
-        return true;
-    }
     const file_hasher::outcome read = hasher.hash(copy.descriptor.get(), cancelled);
     if (read.stopped) {
         return false;
@@ -99,6 +95,27 @@ bool read_copy(copy_pair& pair, const quiet_file& source, const quiet_file& copy
               "the copy has " + QByteArray::number(read.bytes) + " of " + QByteArray::number(entry.size) + " bytes");
     }
     return true;
+}
+
+/// Opens a pair's copy; says in the entry why that cannot be done.
+quiet_file open_copy(copy_pair& pair, const QByteArray& result)
+{
+    manifest_entry& entry = pair.entry;
+    if (entry.copy.isEmpty()) {
+        judge(entry, entry_status::missing, why_missing(entry));
+        return {};
+    }
+    const QByteArray path = child_path(result, entry.copy);
+    quiet_file copy = quiet_open(path, link_handling::keep);
+    if (copy.descriptor.is_open()) {
+        return copy;
+    }
+    if (quiet_stat(path).kind == entry_kind::absent) {
+        judge(entry, entry_status::missing, why_missing(entry));
+    } else {
+        judge(entry, entry_status::unreadable, "copy: " + copy.error.toUtf8());
+    }
+    return copy;
 }
 
 } // namespace
@@ -139,15 +156,34 @@ bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& 
         return true;
     }
 
-    const QByteArray copy_path = child_path(result, entry.copy);
-    const quiet_file copy = entry.copy.isEmpty() ? quiet_file() : quiet_open(copy_path, link_handling::keep);
-    if (copy.descriptor.is_open()) {
-        return read_copy(pair, original, copy, hasher, cancelled);
+    const quiet_file copy = open_copy(pair, result);
+    if (!copy.descriptor.is_open()) {
+        return true;
     }
-    if (entry.copy.isEmpty() || quiet_stat(copy_path).kind == entry_kind::absent) {
-        judge(entry, entry_status::missing, why_missing(entry));
-    } else {
-        judge(entry, entry_status::unreadable, "copy: " + copy.error.toUtf8());
+    if (copy.facts.device == original.facts.device && copy.facts.inode == original.facts.inode) {
+        judge(entry, entry_status::different, "what stands for the copy is the source file itself");
+        return true;
     }
-    return true;
+    return read_copy(pair, copy, hasher, cancelled);
+}
+
+bool complete_known_pair(copy_pair& pair, const known_source& known, const QByteArray& result, file_hasher& hasher,
+                         const std::function<bool(qint64 bytes)>& cancelled)
+{
+    manifest_entry& entry = pair.entry;
+    if (!known.problem.isEmpty()) {
+        judge(entry, entry_status::missing, "not copied: " + known.problem);
+        return true;
+    }
+    if (known.has_changed || !is_as_copied(known, entry.size, entry.metadata.modified)) {
+        judge(entry, entry_status::changed,
+              known.has_changed ? "source: it changed while it was copied" : "source: it changed after it was copied");
+    }
+    entry.source_sha256 = known.digest;
+    const quiet_file copy = open_copy(pair, result);
+    if (!copy.descriptor.is_open()) {
+        return true;
+    }
+    drop_cached_pages(copy.descriptor);
+    return read_copy(pair, copy, hasher, cancelled);
 }

@@ -2,6 +2,7 @@
 
 #include "host/files/hashing.h"
 #include "host/verify/copy_pairs.h"
+#include "host/verify/known_sources.h"
 
 #include <functional>
 
@@ -13,3 +14,8 @@ void look_at_copy(copy_pair& pair, const QByteArray& result);
 /// False when `cancelled` stopped it, which leaves the entry unfinished.
 bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& result, file_hasher& hasher,
                    const std::function<bool(qint64 bytes)>& cancelled);
+
+/// The same for a pair whose source is known from its copying: reads the copy alone, from the disk rather than from
+/// memory, and gives the source's hash from then. A source that is no longer as it was then has changed.
+bool complete_known_pair(copy_pair& pair, const known_source& known, const QByteArray& result, file_hasher& hasher,
+                         const std::function<bool(qint64 bytes)>& cancelled);

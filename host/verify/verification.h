@@ -4,6 +4,7 @@
 #include "host/result/manifest.h"
 #include "host/result/result_paths.h"
 #include "host/result/run_record.h"
+#include "host/verify/known_sources.h"
 
 #include <QByteArray>
 #include <QString>
@@ -17,8 +18,9 @@ struct verification_request
     QString source;
     result_paths result;
     QStringList users; ///< those of the run; others that have a copy in the result and are in the source take part too
-    bool without_reading = false; ///< look for what is missing alone: read no file, write no manifest
-    bool unnamed_users = true;    ///< also users whose names are not UTF-8, whose mail no run can copy
+    bool without_reading = false;         ///< look for what is missing alone: read no file, write no manifest
+    const known_sources* known = nullptr; ///< of files that were copied; the others are read. May be absent
+    bool unnamed_users = true;            ///< also users whose names are not UTF-8, whose mail no run can copy
 };
 
 /// What a verification found. Manifest and sums are in place unless it was cancelled.

@@ -202,7 +202,8 @@ void bulk_copier::report_file(const copy_job& job, std::size_t file)
     told.destination_path = job.destination_path + '/' + job.files[file].name;
     told.size = outcome.source.size;
     told.bytes_copied = outcome.bytes;
-    told.modified_ns = outcome.source.modified_ns();
+    told.modified_s = outcome.source.modified.tv_sec;
+    told.modified_ns = static_cast<qint32>(outcome.source.modified.tv_nsec);
     if (outcome.result == copied_file::outcome::copied || outcome.result == copied_file::outcome::changed) {
         told.sha256 = outcome.sha256;
     }

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <limits>
 
 #include <climits>
 #include <fcntl.h>
@@ -86,16 +85,6 @@ bool owned_descriptor::close()
 {
     // Not made again when interrupted: the number may already be another thread's.
     return !is_open() || ::close(release()) == 0 || errno == EINTR;
-}
-
-qint64 content_status::modified_ns() const
-{
-    constexpr qint64 second = 1'000'000'000;
-    constexpr qint64 last_second = std::numeric_limits<qint64>::max() / second - 1;
-    if (modified.tv_sec > last_second || modified.tv_sec < -last_second) {
-        return modified.tv_sec > 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
-    }
-    return qint64(modified.tv_sec) * second + modified.tv_nsec;
 }
 
 bool content_status::differs_from(const content_status& earlier) const

@@ -61,8 +61,6 @@ struct content_status
     unsigned permissions = 0; ///< the nine bits of owner, group and others
     quint64 device = 0;
 
-    /// The modification time in nanoseconds since 1970, UTC; the nearest that the number can tell.
-    qint64 modified_ns() const;
     /// True when size or times are not what they were.
     bool differs_from(const content_status& earlier) const;
 };

@@ -1,13 +1,14 @@
-#include "host/run/extraction.h"
+#include "host/extraction/extraction.h"
 
-#include "host/run/plugin_library.h"
-#include "host/run/signal_receiver.h"
+#include "host/extraction/plugin_library.h"
+#include "host/extraction/signal_receiver.h"
 #include "host/terminal/interruption.h"
 #include "plugin/apple_mail_extractor.h"
 
 namespace {
 
 constexpr const char* versions_property = "additional_mail_versions";
+constexpr const char* bulk_property = "bulk_copying";
 
 /// One plug-in object's share of an extraction.
 struct plugin_task
@@ -63,6 +64,7 @@ void configure(apple_mail_extractor& plugin, const extraction_settings& settings
         plugin.pub_set_essentials();
         plugin.pub_set_engine_type(settings.engine_type);
         plugin.setProperty(versions_property, task.users.value(0).newer_mail_versions);
+        plugin.setProperty(bulk_property, settings.in_bulk);
     }
     plugin.pub_set_source_count(settings.source_number);
     plugin.pub_set_desktop_info({});
@@ -90,7 +92,8 @@ file_amount expected_copies(const QList<source_user>& users)
 
 } // namespace
 
-qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style)
+qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style,
+               const std::function<void(const copied_file& file)>& copied)
 {
     const QList<plugin_task> tasks = tasks_of(settings);
     progress shown(QStringLiteral("copying"), expected_copies(settings.users), style);
@@ -105,10 +108,11 @@ qint64 extract(const plugin_library& library, const extraction_settings& setting
         }
         const auto plugin = library.create();
         configure(*plugin, settings, task);
-        const signal_receiver receiver(*plugin, [&](file_amount copied) {
-            copied += done_before;
-            shown.update(copied);
-        });
+        const auto show = [&](file_amount done) {
+            done += done_before;
+            shown.update(done);
+        };
+        const signal_receiver receiver(*plugin, show, copied);
         plugin->pub_find_source_file();
         plugin->pub_extract_artifacts();
         plugin->pub_remove_temporary_asthetics();

@@ -3,10 +3,13 @@
 #include "host/source/source_users.h"
 #include "host/terminal/progress.h"
 
+#include <functional>
+
 #include <QList>
 #include <QString>
 
 class plugin_library;
+struct copied_file;
 
 /// The one scheme whose sources the plug-in looks into for mail.
 inline constexpr QLatin1String macos_scheme("macOS");
@@ -22,6 +25,7 @@ struct extraction_settings
     int source_number = 1;
     int engine_type = 0;
     bool clear = false;    ///< empty the result table first
+    bool in_bulk = false;  ///< copy by several threads; each copy is told
     bool as_suite = false; ///< one run for all users, with nothing but what a host suite sets
     QString log_path;
     bool log_enciphered = false;
@@ -30,4 +34,6 @@ struct extraction_settings
 
 /// Runs the plug-in over all users of the settings and shows how far it is. Returns early when interrupted; what is
 /// done by then stays. The plug-in tells its failures in its log only. Returns how many rows it says it has written.
-qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style);
+/// `copied` is told what became of each file of a copy in bulk, on the calling thread.
+qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style,
+               const std::function<void(const copied_file& file)>& copied);

@@ -1,4 +1,4 @@
-#include "host/run/plugin_library.h"
+#include "host/extraction/plugin_library.h"
 
 #include "host/text/failure.h"
 #include "plugin/apple_mail_extractor.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/files/file_amount.h"
+#include "plugin/copied_file.h"
 
 #include <QObject>
 
@@ -16,7 +17,9 @@ class signal_receiver : public QObject
 
 public:
     /// `on_copied` is called with the copies attempted by this object so far.
-    signal_receiver(apple_mail_extractor& plugin, std::function<void(file_amount)> on_copied);
+    /// `on_file` with what became of each file of a copy in bulk.
+    signal_receiver(apple_mail_extractor& plugin, std::function<void(file_amount)> on_copied,
+                    std::function<void(const copied_file& file)> on_file);
 
     /// Returns how many rows the plug-in object says it has written so far.
     qint64 rows() const { return row_count; }
@@ -25,11 +28,13 @@ private slots:
     void slot_records(qint64 records);
     void slot_tabs(int tab_count);
     void slot_copied(qint64 files, qint64 bytes);
+    void slot_file(const copied_file& file);
 
 private:
     void cancel_when_interrupted();
 
     apple_mail_extractor& plugin;
     std::function<void(file_amount)> on_copied;
+    std::function<void(const copied_file& file)> on_file;
     qint64 row_count = 0;
 };
