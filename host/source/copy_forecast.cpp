@@ -30,5 +30,6 @@ copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<Q
     forecast.room_of_trees = trees.room;
     forecast.room_of_accounts = accounts.room;
     forecast.link_problems = walk.problems();
+    forecast.unread = walk.unread();
     return forecast;
 }

@@ -2,6 +2,7 @@
 
 #include "host/files/file_amount.h"
 #include "host/source/link_problems.h"
+#include "host/source/source_look.h"
 
 #include <QByteArray>
 
@@ -13,6 +14,7 @@ struct copy_forecast
 {
     std::vector<link_problem> link_problems; ///< each link once, in the order met
     std::vector<file_amount> trees;          ///< by Mail directory
+    std::vector<blocked_look> unread;        ///< what could not be looked at, and is not counted therefore
     std::vector<file_amount> copies;         ///< by Mail directory: the tree once, its account folders once more
     qint64 room_of_trees = 0;                ///< bytes that the trees take, each file in whole units of 4096
     qint64 room_of_accounts = 0;             ///< the same for the account folders, which go to scratch

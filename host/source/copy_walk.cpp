@@ -55,6 +55,9 @@ bool copy_walk::follow_way(const QByteArray& path)
 copy_walk::extent copy_walk::walk_mail_directory(const QByteArray& mail_directory)
 {
     const entry_facts facts = quiet_stat(mail_directory, link_handling::follow);
+    if (facts.kind == entry_kind::unknown) {
+        blocked.push_back({mail_directory, facts.error, facts.error_number});
+    }
     if (facts.kind != entry_kind::directory || !follow_way(mail_directory)) {
         return {};
     }
@@ -89,6 +92,8 @@ void copy_walk::take(const QByteArray& directory, depth where, const named_entry
         enter({.path = path, .name = entry.name, .id = {facts.device, facts.inode}});
     } else if (facts.kind == entry_kind::link) {
         take_link(path, where, entry.name);
+    } else if (!facts.error.isEmpty()) {
+        blocked.push_back({path, facts.error, facts.error_number});
     }
 }
 
@@ -128,7 +133,11 @@ bool copy_walk::enter(open_directory inner)
         }
         return false;
     }
-    inner.entries = quiet_list(inner.path).entries;
+    directory_listing listing = quiet_list(inner.path);
+    if (!listing.error.isEmpty()) {
+        blocked.push_back({inner.path, listing.error, listing.error_number});
+    }
+    inner.entries = std::move(listing.entries);
     open.push_back(std::move(inner));
     return true;
 }

@@ -3,6 +3,7 @@
 #include "host/files/file_amount.h"
 #include "host/files/quiet_reading.h"
 #include "host/source/link_problems.h"
+#include "host/source/source_look.h"
 
 #include <map>
 #include <set>
@@ -39,6 +40,8 @@ public:
     extent walk_mail_directory(const QByteArray& mail_directory);
     /// Returns the problems met so far, each link once.
     const std::vector<link_problem>& problems() const { return found; }
+    /// Returns what could not be looked at, each place once, as whole paths; a walk goes on beside it.
+    const std::vector<blocked_look>& unread() const { return blocked; }
 
 private:
     using identity = std::pair<quint64, quint64>;
@@ -74,6 +77,7 @@ private:
     QByteArray root; ///< as given
     QByteArray resolved_root;
     std::vector<link_problem> found;
+    std::vector<blocked_look> blocked;
     std::set<QByteArray> reported;
     std::set<identity> being_walked;
     std::map<identity, extent> walked;

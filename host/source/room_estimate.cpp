@@ -28,6 +28,7 @@ room_estimate estimate_room(const copy_forecast& forecast, const QString& result
     estimate.mail_trees = forecast.room_of_trees;
     estimate.account_folders = forecast.room_of_accounts;
     estimate.earlier = earlier;
+    estimate.is_least = !forecast.unread.empty();
     estimate.measured_at = nearest_existing(result);
     std::error_code error;
     const auto space = std::filesystem::space(QFile::encodeName(estimate.measured_at).toStdString(), error);
@@ -46,7 +47,8 @@ QString room_amounts(const room_estimate& estimate)
                                 : QStringLiteral(", earlier copies %1 less").arg(display_bytes(estimate.earlier));
     const QString free =
         estimate.error.isEmpty() ? display_bytes(estimate.free) : QStringLiteral("unknown (%1)").arg(estimate.error);
-    return QStringLiteral("needed %1 (Mail trees %2, account folders once more %3%4), free %5")
+    return QStringLiteral("needed %6%1 (Mail trees %2, account folders once more %3%4), free %5")
         .arg(display_bytes(estimate.needed()), display_bytes(estimate.mail_trees),
-             display_bytes(estimate.account_folders), earlier, free);
+             display_bytes(estimate.account_folders), earlier, free,
+             estimate.is_least ? QStringLiteral("at least ") : QString());
 }

@@ -9,6 +9,7 @@ struct room_estimate
     qint64 account_folders = 0; ///< copied once more into scratch
     qint64 earlier = 0;         ///< of earlier copies, which the run removes or does not make again
     qint64 free = 0;            ///< what this user may still write on the result's file system
+    bool is_least = false;      ///< there is more to copy: what could not be looked at is not counted
     QString measured_at;        ///< the result, or its nearest parent that exists
     QString error;              ///< why `free` is unknown; empty when it holds
 

@@ -138,6 +138,7 @@ source_survey survey_source(const QByteArray& source, const QString& result)
     }
     if (!result.isEmpty()) {
         survey.room = estimate_room(forecast, result);
+        survey.room->is_least = survey.room->is_least || found.blocked.has_value();
     }
     return survey;
 }

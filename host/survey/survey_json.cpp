@@ -112,6 +112,7 @@ QJsonValue room_value(const std::optional<room_estimate>& room)
         return {};
     }
     return QJsonObject{{"needed", room->needed()},
+                       {"is_least", room->is_least},
                        {"mail_trees", room->mail_trees},
                        {"account_folders", room->account_folders},
                        {"free", room->error.isEmpty() ? QJsonValue(room->free) : QJsonValue()},

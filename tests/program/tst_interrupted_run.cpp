@@ -23,14 +23,19 @@ void add_files(const evidence_source& source, int count)
     }
 }
 
-/// Starts a run and ends it in the middle of its copies.
-program_result ended_in_copy(const evidence_source& source, int signal_number)
+/// Starts a run and sends it signals in the middle of its copies, all before it can answer the first.
+program_result ended_in_copy(const evidence_source& source, const QList<int>& signal_numbers)
 {
     QProcess program;
     program.start(MAIL_EXTRACT_PROGRAM, arguments_for(source, {}));
     const auto has_begun = [&source] { return files_below(copies(source)) > 10; };
     const bool in_copy = QTest::qWaitFor(has_begun, 20'000);
-    ::kill(static_cast<pid_t>(program.processId()), in_copy ? signal_number : SIGKILL);
+    const auto process = static_cast<pid_t>(program.processId());
+    ::kill(process, in_copy ? SIGSTOP : SIGKILL);
+    for (const int number : signal_numbers) {
+        ::kill(process, number);
+    }
+    ::kill(process, SIGCONT);
     return ending_of(program);
 }
 
@@ -41,19 +46,43 @@ class tst_interrupted_run : public QObject
     Q_OBJECT
 
 private slots:
+    void cancelled_copy_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::newRow("Ctrl-C") << SIGINT;
+        QTest::newRow("the terminal is gone") << SIGHUP;
+    }
+
     void cancelled_copy()
     {
+        QFETCH(int, number);
         const evidence_source source;
         // The plug-in looks for a cancellation every 200 ms only, and memory takes thousands of copies in that time.
         constexpr int files = 20'000;
         add_files(source, files);
-        const program_result cancelled = ended_in_copy(source, SIGINT);
+        const program_result cancelled = ended_in_copy(source, {number});
         QCOMPARE(cancelled.exit_code, 130);
         QVERIFY2(cancelled.errors.contains("cancelled"), cancelled.errors);
         const qsizetype copied = files_below(copies_of_today(source, "anna"));
         QVERIFY2(copied > 0 && copied < files, qPrintable(QString::number(copied)));
         QVERIFY(!QFile::exists(product(source, "manifest.csv")));
         QVERIFY(content_of(product(source, "run.json")).contains("\"status\": \"cancelled\""));
+    }
+
+    void second_signal_ends_at_once_data()
+    {
+        QTest::addColumn<QList<int>>("numbers");
+        QTest::newRow("hang-up") << QList<int>{SIGINT, SIGHUP};
+        QTest::newRow("termination") << QList<int>{SIGTERM, SIGINT};
+    }
+
+    void second_signal_ends_at_once()
+    {
+        QFETCH(QList<int>, numbers);
+        const evidence_source source;
+        add_files(source, 5'000);
+        QCOMPARE(ended_in_copy(source, numbers).exit_code, -1);
+        QVERIFY(content_of(product(source, "run.json")).contains("\"status\": \"running\""));
     }
 
     void killed_copy()
@@ -67,7 +96,7 @@ private slots:
         for (const QString& name : stale + QStringList{"manifest.csv.backup"}) {
             QVERIFY(QFile(product(source, qPrintable(name))).open(QIODevice::WriteOnly));
         }
-        QCOMPARE(ended_in_copy(source, SIGKILL).exit_code, -1);
+        QCOMPARE(ended_in_copy(source, {SIGKILL}).exit_code, -1);
         QVERIFY(content_of(product(source, "run.json")).contains("\"status\": \"running\""));
         QStringList left = QDir(product(source, "")).entryList(QDir::Files);
         left.removeIf([](const QString& name) { return name.startsWith("run.json"); });

@@ -80,7 +80,7 @@ private slots:
         QDir().mkpath(source.result());
         permit(source.result(), 7);
         const program_result text = command(source, "survey", {});
-        const program_result found = command(source, "survey", {"--json"});
+        const program_result found = command(source, "survey", {"--json", "--result", source.result()});
         const program_result run = command(source, "run", {"--result", source.result(), "--quiet"});
         permit(source.root() + closed, 7);
 
@@ -94,6 +94,7 @@ private slots:
             paths += finding["path"].toString();
         }
         QCOMPARE(paths, QStringList(named));
+        QCOMPARE(found.json()["room"]["is_least"].toBool(), named != accounts);
         const QJsonValue null = at(found.json(), unknown);
         QVERIFY2(null.isNull() || (unknown.endsWith("none") && null.isUndefined()), found.output);
         QVERIFY2(text.output.contains("  " + named.toUtf8() + ": "), text.output);
