@@ -29,7 +29,7 @@ void execute(const QSqlDatabase& database, const QString& statement, const QStri
 void insert_accounts(const QSqlDatabase& database, const QString& accounts)
 {
     for (const QString& account : accounts.split('|', Qt::SkipEmptyParts)) {
-        execute(database, "INSERT INTO ZACCOUNT VALUES (?, ?, ?, ?, 'bundle', 'description', 'blob')",
+        execute(database, "INSERT INTO ZACCOUNT VALUES (?, ?, ?, ?, 'bundle', 'description', NULL)",
                 account.split(':'));
     }
 }
