@@ -1,0 +1,288 @@
+// Preloaded into the program (LD_PRELOAD), this library fails one chosen system call, or only writes down which are
+// made. It says so in words a trial can read back; everything is told to it by the environment:
+//   FAULTS_ROOT   only calls on paths below this directory count; the paths below are relative to it
+//   FAULTS_TRACE  file that gets a line "kind<TAB>path" for each call; a failed one has "FAILED<TAB>" before it. Paths
+//                 stand there as patterns that FAULTS_PATH takes
+//   FAULTS_KIND   kinds of the call to fail, as in the trace, separated by blanks; without it nothing fails
+//   FAULTS_PATH   pattern (fnmatch) of its path
+//   FAULTS_NUMBER which of the calls of that kind on such paths fails, from 1; with "+" behind it all from there on
+//   FAULTS_FORM   an error number; or "short" (half of what was asked for), "end" (nothing more) for calls that move
+//                 data; or "signal:N", which raises signal N and lets the call go on
+// A Mac would insert it (DYLD_INSERT_LIBRARIES) with path_of() by F_GETPATH and the calls in an interpose section; it
+// is built on Linux only.
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <sys/mman.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+enum class verdict
+{
+    pass,
+    fail,
+    shorten,
+    end
+};
+
+std::string variable(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+struct settings
+{
+    std::string root = variable("FAULTS_ROOT") + '/';
+    std::string kinds = ' ' + variable("FAULTS_KIND") + ' ';
+    std::string pattern = variable("FAULTS_PATH");
+    std::string form = variable("FAULTS_FORM");
+    std::string number = variable("FAULTS_NUMBER");
+    long first = std::atol(number.c_str());
+    bool stays = !number.empty() && number.back() == '+';
+    // By the bare call, so that the library does not meet itself.
+    int trace = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, variable("FAULTS_TRACE").c_str(),
+                                           O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
+    std::atomic<long> met = 0;
+};
+
+settings& chosen()
+{
+    // Never destroyed: calls are made until the process is gone.
+    static auto* const instance = new settings;
+    return *instance;
+}
+
+std::string link_of(const char* path)
+{
+    char text[4096];
+    const long length = ::syscall(SYS_readlinkat, AT_FDCWD, path, text, sizeof text);
+    return length < 0 ? std::string() : std::string(text, static_cast<std::size_t>(length));
+}
+
+std::string path_of(int descriptor)
+{
+    return descriptor < 0 ? std::string() : link_of(("/proc/self/fd/" + std::to_string(descriptor)).c_str());
+}
+
+std::string path_of(DIR* stream)
+{
+    return stream == nullptr ? std::string() : path_of(::dirfd(stream));
+}
+
+std::string path_at(int directory, const char* path)
+{
+    if (path == nullptr || *path == '\0') {
+        return path_of(directory);
+    }
+    if (*path == '/') {
+        return path;
+    }
+    return (directory == AT_FDCWD ? link_of("/proc/self/cwd") : path_of(directory)) + '/' + path;
+}
+
+std::string path_at(const char* path)
+{
+    return path_at(AT_FDCWD, path);
+}
+
+std::string as_pattern(std::string_view path)
+{
+    std::string pattern;
+    for (const char c : path) {
+        if (std::strchr("*?[\\", c) != nullptr) {
+            pattern += '\\';
+        }
+        pattern += c == '\n' || c == '\t' ? '?' : c;
+    }
+    return pattern;
+}
+
+/// Notes a call and decides what becomes of it; errno is set when it is to fail.
+verdict meet(const char* kind, const std::string& path)
+{
+    settings& set = chosen();
+    if (path.compare(0, set.root.size(), set.root) != 0) {
+        return verdict::pass;
+    }
+    const int entry_errno = errno;
+    const std::string below = path.substr(set.root.size());
+    bool chosen_call = set.kinds.find(' ' + std::string(kind) + ' ') != std::string::npos &&
+                       ::fnmatch(set.pattern.c_str(), below.c_str(), 0) == 0;
+    if (chosen_call) {
+        const long number = ++set.met;
+        chosen_call = number == set.first || (set.stays && number > set.first);
+    }
+    if (set.trace >= 0) {
+        const std::string line = (chosen_call ? "FAILED\t" : "") + std::string(kind) + '\t' + as_pattern(below) + '\n';
+        ::syscall(SYS_write, set.trace, line.data(), line.size());
+    }
+    errno = entry_errno;
+    if (!chosen_call) {
+        return verdict::pass;
+    }
+    if (set.form.compare(0, 7, "signal:") == 0) {
+        ::kill(::getpid(), std::atoi(set.form.c_str() + 7));
+        return verdict::pass;
+    }
+    if (set.form == "short" || set.form == "end") {
+        return set.form == "end" ? verdict::end : verdict::shorten;
+    }
+    errno = std::atoi(set.form.c_str());
+    return verdict::fail;
+}
+
+template <class function>
+function* next_function(const char* name)
+{
+    return reinterpret_cast<function*>(::dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+#define EXPORTED extern "C" __attribute__((visibility("default")))
+
+/// A call that fails or not; `failed` is what it then returns.
+#define CALL(kind, failed, path, result, name, parameters, arguments)                                                  \
+    EXPORTED result name parameters                                                                                    \
+    {                                                                                                                  \
+        static auto* const next = next_function<result parameters>(#name);                                             \
+        return meet(kind, path) == verdict::pass ? next arguments : failed;                                            \
+    }
+
+/// A call that moves `count` bytes, and may move fewer.
+#define MOVING_CALL(kind, path, result, name, parameters, arguments)                                                   \
+    EXPORTED result name parameters                                                                                    \
+    {                                                                                                                  \
+        static auto* const next = next_function<result parameters>(#name);                                             \
+        const verdict found = meet(kind, path);                                                                        \
+        if (found == verdict::shorten && count > 1) {                                                                  \
+            count /= 2;                                                                                                \
+        }                                                                                                              \
+        return found == verdict::fail ? -1 : found == verdict::end ? 0 : next arguments;                               \
+    }
+
+#define OPENING(name, path, parameters, arguments)                                                                     \
+    EXPORTED int name parameters                                                                                       \
+    {                                                                                                                  \
+        static auto* const next = next_function<int parameters>(#name);                                                \
+        va_list further;                                                                                               \
+        va_start(further, flags);                                                                                      \
+        const unsigned mode = (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(further, unsigned) : 0;                  \
+        va_end(further);                                                                                               \
+        return meet("open", path) == verdict::pass ? next arguments : -1;                                              \
+    }
+
+OPENING(open, path_at(name), (const char* name, int flags, ...), (name, flags, mode))
+OPENING(open64, path_at(name), (const char* name, int flags, ...), (name, flags, mode))
+OPENING(openat, path_at(at, name), (int at, const char* name, int flags, ...), (at, name, flags, mode))
+OPENING(openat64, path_at(at, name), (int at, const char* name, int flags, ...), (at, name, flags, mode))
+CALL("open", -1, path_at(name), int, __open_2, (const char* name, int flags), (name, flags))
+CALL("open", -1, path_at(name), int, __open64_2, (const char* name, int flags), (name, flags))
+CALL("open", -1, path_at(at, name), int, __openat_2, (int at, const char* name, int flags), (at, name, flags))
+CALL("open", -1, path_at(at, name), int, __openat64_2, (int at, const char* name, int flags), (at, name, flags))
+CALL("opendir", nullptr, path_at(name), DIR*, opendir, (const char* name), (name))
+CALL("opendir", nullptr, path_of(fd), DIR*, fdopendir, (int fd), (fd))
+CALL("readdir", nullptr, path_of(stream), struct dirent*, readdir, (DIR * stream), (stream))
+CALL("readdir", nullptr, path_of(stream), struct dirent64*, readdir64, (DIR * stream), (stream))
+
+CALL("stat", -1, path_at(name), int, stat, (const char* name, struct stat* buffer), (name, buffer))
+CALL("stat", -1, path_at(name), int, lstat, (const char* name, struct stat* buffer), (name, buffer))
+CALL("stat", -1, path_of(fd), int, fstat, (int fd, struct stat* buffer), (fd, buffer))
+CALL("stat", -1, path_at(at, name), int, fstatat, (int at, const char* name, struct stat* buffer, int flags),
+     (at, name, buffer, flags))
+CALL("stat", -1, path_at(name), int, stat64, (const char* name, struct stat64* buffer), (name, buffer))
+CALL("stat", -1, path_at(name), int, lstat64, (const char* name, struct stat64* buffer), (name, buffer))
+CALL("stat", -1, path_of(fd), int, fstat64, (int fd, struct stat64* buffer), (fd, buffer))
+CALL("stat", -1, path_at(at, name), int, fstatat64, (int at, const char* name, struct stat64* buffer, int flags),
+     (at, name, buffer, flags))
+CALL("stat", -1, path_at(at, name), int, statx,
+     (int at, const char* name, int flags, unsigned mask, struct statx* buffer), (at, name, flags, mask, buffer))
+CALL("stat", -1, path_at(name), int, access, (const char* name, int mode), (name, mode))
+CALL("stat", -1, path_at(at, name), int, faccessat, (int at, const char* name, int mode, int flags),
+     (at, name, mode, flags))
+CALL("statvfs", -1, path_at(name), int, statvfs, (const char* name, struct statvfs* buffer), (name, buffer))
+CALL("statvfs", -1, path_at(name), int, statvfs64, (const char* name, struct statvfs64* buffer), (name, buffer))
+CALL("realpath", nullptr, path_at(name), char*, realpath, (const char* name, char* buffer), (name, buffer))
+CALL("readlink", -1, path_at(name), ssize_t, readlink, (const char* name, char* buffer, size_t size),
+     (name, buffer, size))
+CALL("readlink", -1, path_at(at, name), ssize_t, readlinkat, (int at, const char* name, char* buffer, size_t size),
+     (at, name, buffer, size))
+
+MOVING_CALL("read", path_of(fd), ssize_t, read, (int fd, void* data, size_t count), (fd, data, count))
+MOVING_CALL("read", path_of(fd), ssize_t, __read_chk, (int fd, void* data, size_t count, size_t room),
+            (fd, data, count, room))
+MOVING_CALL("read", path_of(fd), ssize_t, pread, (int fd, void* data, size_t count, off_t at), (fd, data, count, at))
+MOVING_CALL("read", path_of(fd), ssize_t, pread64, (int fd, void* data, size_t count, off64_t at),
+            (fd, data, count, at))
+MOVING_CALL("read", path_of(fd), ssize_t, __pread64_chk, (int fd, void* data, size_t count, off64_t at, size_t room),
+            (fd, data, count, at, room))
+MOVING_CALL("write", path_of(fd), ssize_t, write, (int fd, const void* data, size_t count), (fd, data, count))
+MOVING_CALL("write", path_of(fd), ssize_t, pwrite, (int fd, const void* data, size_t count, off_t at),
+            (fd, data, count, at))
+MOVING_CALL("write", path_of(fd), ssize_t, pwrite64, (int fd, const void* data, size_t count, off64_t at),
+            (fd, data, count, at))
+MOVING_CALL("copy", path_of(from), ssize_t, copy_file_range,
+            (int from, off64_t* from_at, int to, off64_t* to_at, size_t count, unsigned flags),
+            (from, from_at, to, to_at, count, flags))
+MOVING_CALL("copy", path_of(from), ssize_t, sendfile, (int to, int from, off_t* at, size_t count),
+            (to, from, at, count))
+MOVING_CALL("copy", path_of(from), ssize_t, sendfile64, (int to, int from, off64_t* at, size_t count),
+            (to, from, at, count))
+CALL("mmap", MAP_FAILED, path_of(fd), void*, mmap,
+     (void* address, size_t size, int access, int flags, int fd, off_t at), (address, size, access, flags, fd, at))
+CALL("mmap", MAP_FAILED, path_of(fd), void*, mmap64,
+     (void* address, size_t size, int access, int flags, int fd, off64_t at), (address, size, access, flags, fd, at))
+
+CALL("sync", -1, path_of(fd), int, fsync, (int fd), (fd))
+CALL("sync", -1, path_of(fd), int, fdatasync, (int fd), (fd))
+CALL("sync", -1, path_of(fd), int, syncfs, (int fd), (fd))
+CALL("truncate", -1, path_of(fd), int, ftruncate, (int fd, off_t size), (fd, size))
+CALL("truncate", -1, path_of(fd), int, ftruncate64, (int fd, off64_t size), (fd, size))
+CALL("rename", -1, path_at(to), int, rename, (const char* from, const char* to), (from, to))
+CALL("rename", -1, path_at(at, to), int, renameat, (int from_at, const char* from, int at, const char* to),
+     (from_at, from, at, to))
+CALL("rename", -1, path_at(at, to), int, renameat2,
+     (int from_at, const char* from, int at, const char* to, unsigned flags), (from_at, from, at, to, flags))
+CALL("link", -1, path_at(to), int, link, (const char* from, const char* to), (from, to))
+CALL("link", -1, path_at(at, to), int, linkat, (int from_at, const char* from, int at, const char* to, int flags),
+     (from_at, from, at, to, flags))
+CALL("unlink", -1, path_at(name), int, unlink, (const char* name), (name))
+CALL("unlink", -1, path_at(at, name), int, unlinkat, (int at, const char* name, int flags), (at, name, flags))
+CALL("unlink", -1, path_at(name), int, rmdir, (const char* name), (name))
+CALL("unlink", -1, path_at(name), int, remove, (const char* name), (name))
+CALL("mkdir", -1, path_at(name), int, mkdir, (const char* name, mode_t mode), (name, mode))
+CALL("mkdir", -1, path_at(at, name), int, mkdirat, (int at, const char* name, mode_t mode), (at, name, mode))
+CALL("times", -1, path_of(fd), int, futimens, (int fd, const struct timespec* times), (fd, times))
+CALL("times", -1, path_at(at, name), int, utimensat,
+     (int at, const char* name, const struct timespec* times, int flags), (at, name, times, flags))
+
+// What was to be closed is closed all the same: that is how a failing close behaves.
+EXPORTED int close(int fd)
+{
+    static auto* const next = next_function<int(int)>("close");
+    const verdict found = fd < 0 ? verdict::pass : meet("close", path_of(fd));
+    const int error = errno;
+    const int result = next(fd);
+    if (found == verdict::pass) {
+        return result;
+    }
+    errno = error;
+    return -1;
+}
