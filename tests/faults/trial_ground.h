@@ -23,7 +23,7 @@ struct chosen_fault
 
 struct trial_ending
 {
-    int exit_code = -1;  ///< -1 when it crashed or did not end within a minute
+    int exit_code = -1;  ///< -1 when it crashed or did not end within half a minute
     bool met = false;    ///< the chosen call was made
     QByteArray met_path; ///< the first that failed, below the ground
     QByteArray said;     ///< standard error, run.json and manifest.csv, one after the other
@@ -62,12 +62,16 @@ public:
     void keep_result() const;
     void restore_result() const;
 
-    /// Returns what is wrong with how a trial ended; nothing when it is in order. Whole means: as `undisturbed`.
-    QStringList complaints(const trial_ending& ending, const result_content& undisturbed) const;
+    /// Returns what is wrong with how a trial ended, each behind `trial`; nothing when it is in order. What ends with 0
+    /// must have left what an `undisturbed` run leaves.
+    QStringList complaints(const QString& trial, const trial_ending& ending, const result_content& undisturbed) const;
 
     evidence_source source;
     const QMap<QString, QByteArray> source_before;
 };
+
+/// Fails the test with all of the complaints, of which the test's own message would show only the first.
+void expect_none(const QStringList& complaints);
 
 /// Seed and extent of an attack: FAULTS_SEED, and FAULTS_TRIALS trials of each kind instead of the few of the short
 /// form.
