@@ -1,0 +1,38 @@
+#include "host/log/enciphered_log.h"
+#include "tests/fuzz/fuzz_target.h"
+
+#include <QBuffer>
+
+namespace {
+
+void discard_message(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& /*text*/) {}
+
+/// Reads a log to its end and returns how many of its records hold.
+qint64 sound_records(QByteArray log)
+{
+    QBuffer device(&log);
+    device.open(QIODevice::ReadOnly);
+    enciphered_log reader(device);
+    enciphered_log::record found;
+    qint64 sound = 0;
+    for (qint64 number = 1; reader.next(found); ++number) {
+        require(found.number == number && number <= log.size());
+        require(found.problem.isEmpty() || found.text.isEmpty());
+        sound += found.problem.isEmpty() ? 1 : 0;
+    }
+    return sound;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    [[maybe_unused]] static const QtMessageHandler previous = qInstallMessageHandler(discard_message);
+    const QByteArray input = bytes_of(data, size);
+    const qint64 sound = sound_records(input);
+    // A whole record before it does not suffer from what follows.
+    encryptor_string cipher;
+    const QByteArray line = cipher.encryptToByteArray(QByteArray("a line")).toBase64() + "<[{()}]>";
+    require(sound_records(line + input) == sound + 1);
+    return 0;
+}
