@@ -33,6 +33,9 @@
 
 namespace {
 
+// A program that does not end shall not fill the disk.
+constexpr long longest_trace = 1'000'000;
+
 enum class verdict
 {
     pass,
@@ -60,6 +63,7 @@ struct settings
     int trace = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, variable("FAULTS_TRACE").c_str(),
                                            O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
     std::atomic<long> met = 0;
+    std::atomic<long> written = 0;
 };
 
 settings& chosen()
@@ -129,7 +133,7 @@ verdict meet(const char* kind, const std::string& path)
         const long number = ++set.met;
         chosen_call = number == set.first || (set.stays && number > set.first);
     }
-    if (set.trace >= 0) {
+    if (set.trace >= 0 && ++set.written < longest_trace) {
         const std::string line = (chosen_call ? "FAILED\t" : "") + std::string(kind) + '\t' + as_pattern(below) + '\n';
         ::syscall(SYS_write, set.trace, line.data(), line.size());
     }

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
@@ -133,6 +134,8 @@ trial_ending trial_ground::run(const QStringList& arguments, const chosen_fault&
     environment.insert("FAULTS_FORM", QString::fromUtf8(fault.form));
     QProcess program;
     program.setProcessEnvironment(environment);
+    // Also where the test itself is ended.
+    program.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     program.start(MAIL_EXTRACT_PROGRAM, arguments);
     if (during) {
         const QString state = QString("/proc/%1/stat").arg(program.processId());
@@ -259,12 +262,13 @@ QStringList trial_ground::complaints(const QString& trial, const trial_ending& e
     return found;
 }
 
-void expect_none(const QStringList& complaints)
+complaint_list& complaint_list::operator+=(const QStringList& further)
 {
-    for (const QString& complaint : complaints) {
+    for (const QString& complaint : further) {
         qWarning("%s", qUtf8Printable(complaint));
     }
-    QCOMPARE(complaints.size(), 0);
+    count += further.size();
+    return *this;
 }
 
 quint32 attack_seed()

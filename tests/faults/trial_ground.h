@@ -70,8 +70,14 @@ public:
     const QMap<QString, QByteArray> source_before;
 };
 
-/// Fails the test with all of the complaints, of which the test's own message would show only the first.
-void expect_none(const QStringList& complaints);
+/// Complaints of trials, each printed at once: there may be many, and hours of trials to come.
+class complaint_list
+{
+public:
+    complaint_list& operator+=(const QStringList& further);
+    complaint_list& operator+=(const QString& further) { return *this += QStringList(further); }
+    qsizetype count = 0;
+};
 
 /// Seed and extent of an attack: FAULTS_SEED, and FAULTS_TRIALS trials of each kind instead of the few of the short
 /// form.

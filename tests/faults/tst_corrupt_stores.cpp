@@ -69,7 +69,7 @@ private slots:
 
     void lost_rows_of_a_damaged_store_are_said()
     {
-        QStringList complaints;
+        complaint_list complaints;
         for (int trial = 0; trial < attack_trials(40); ++trial) {
             init();
             const int damaged = int(random() % 2);
@@ -77,10 +77,10 @@ private slots:
             const QString text = QString("%1 %2: ").arg(store_files[damaged], what);
             write_file(accounts + store_files[damaged], altered);
             for (const QString& complaint : complaints_of_run(damaged == 1)) {
-                complaints.append(text + complaint);
+                complaints += text + complaint;
             }
         }
-        expect_none(complaints);
+        QCOMPARE(complaints.count, 0);
     }
 
     void what_is_no_file_is_said_data()
@@ -89,7 +89,10 @@ private slots:
         QTest::addColumn<QString>("kind");
         for (const QString& name : store_files) {
             for (const char* kind : {"pipe", "directory", "link", "dangling link"}) {
-                QTest::addRow("%s as %s", qPrintable(name), kind) << name << kind;
+                // The index is made anew from the log, so that only waiting for it would do harm.
+                if (!name.endsWith("-shm") || kind == QByteArray("pipe")) {
+                    QTest::addRow("%s as %s", qPrintable(name), kind) << name << kind;
+                }
             }
         }
     }
@@ -112,8 +115,10 @@ private slots:
         const auto before = ground.source_state();
         const trial_ending ending = ground.run(ground.run_arguments(), {});
         QVERIFY2(ending.said.contains(name.toUtf8()), ending.said.left(400).constData());
-        QCOMPARE(ending.exit_code, 3);
-        QCOMPARE(ground.source_state(), before);
+        // A link that leaves the source is refused before anything starts.
+        QVERIFY2(ending.exit_code == 3 || (kind == "link" && ending.exit_code == 1),
+                 qPrintable(QString::number(ending.exit_code)));
+        QVERIFY(ground.source_state() == before);
     }
 
 private:
