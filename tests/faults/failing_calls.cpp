@@ -7,7 +7,8 @@
 //   FAULTS_PATH   pattern (fnmatch) of its path
 //   FAULTS_NUMBER which of the calls of that kind on such paths fails, from 1; with "+" behind it all from there on
 //   FAULTS_FORM   an error number; or "short" (half of what was asked for), "end" (nothing more) for calls that move
-//                 data; or "signal:N", which raises signal N and lets the call go on
+//                 data; or, the call then going on, "signal:N", which raises signal N, and "clock:N",
+//                 which puts the clock forward by N seconds
 // A Mac would insert it (DYLD_INSERT_LIBRARIES) with path_of() by F_GETPATH and the calls in an interpose section; it
 // is built on Linux only.
 #include <atomic>
@@ -29,6 +30,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
@@ -64,6 +66,7 @@ struct settings
                                            O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
     std::atomic<long> met = 0;
     std::atomic<long> written = 0;
+    std::atomic<long> clock_ahead = 0; // seconds
 };
 
 settings& chosen()
@@ -143,6 +146,10 @@ verdict meet(const char* kind, const std::string& path)
     }
     if (set.form.compare(0, 7, "signal:") == 0) {
         ::kill(::getpid(), std::atoi(set.form.c_str() + 7));
+        return verdict::pass;
+    }
+    if (set.form.compare(0, 6, "clock:") == 0) {
+        set.clock_ahead = std::atol(set.form.c_str() + 6);
         return verdict::pass;
     }
     if (set.form == "short" || set.form == "end") {
@@ -289,4 +296,20 @@ EXPORTED int close(int fd)
     }
     errno = error;
     return -1;
+}
+
+EXPORTED int clock_gettime(clockid_t clock, struct timespec* found)
+{
+    static auto* const next = next_function<int(clockid_t, struct timespec*)>("clock_gettime");
+    const int result = next(clock, found);
+    found->tv_sec += clock == CLOCK_REALTIME ? chosen().clock_ahead.load() : 0;
+    return result;
+}
+
+EXPORTED int gettimeofday(struct timeval* found, void* zone)
+{
+    static auto* const next = next_function<int(struct timeval*, void*)>("gettimeofday");
+    const int result = next(found, zone);
+    found->tv_sec += chosen().clock_ahead;
+    return result;
 }

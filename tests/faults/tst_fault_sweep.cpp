@@ -7,7 +7,8 @@
 
 namespace {
 
-/// The forms in which a call of a kind fails; a listing that ends early looks like any other and is not among them.
+/// The forms in which a call of a kind fails. A listing that ends early looks like any other and is not among them, nor
+/// is a copy's time that cannot be set, of which the manifest tells.
 QByteArrayList forms_of(const QByteArray& kind)
 {
     static const QMap<QByteArray, QByteArrayList> forms{
@@ -18,6 +19,7 @@ QByteArrayList forms_of(const QByteArray& kind)
         {"mkdir", {"28"}},
         {"mmap", {"12"}},
         {"link", {"28", "5"}},
+        {"times", {}},
     };
     return forms.value(kind, {"5"});
 }
