@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 export FAULTS_TRIALS=${1:-1000} FAULTS_SEED=${2:-1}
 export QT_QPA_PLATFORM=offscreen QTEST_FUNCTION_TIMEOUT=86400000
-subjects=(fault_sweep interrupted_runs meanwhile corrupt_stores planted_links)
+subjects=(fault_sweep interrupted_runs meanwhile corrupt_stores hostile_evidence planted_links)
 
 . scripts/homebrew-paths.sh
 cmake --preset dev >/dev/null && cmake --build --preset dev >build/dev/attack-build.log ||
