@@ -14,7 +14,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -167,61 +166,40 @@ function* next_function(const char* name)
 
 } // namespace
 
-#define EXPORTED extern "C" __attribute__((visibility("default")))
-
-/// A call that fails or not; `failed` is what it then returns.
+/// Defines the call `name`, under another name of its own so that no header is contradicted. `failed` is what it
+/// returns when it is to fail. The spellings for large files are set to the same functions when the library is linked.
 #define CALL(kind, failed, path, result, name, parameters, arguments)                                                  \
-    EXPORTED result name parameters                                                                                    \
+    extern "C" __attribute__((visibility("default"))) result failing_##name parameters __asm__(#name);                 \
+    result failing_##name parameters                                                                                   \
     {                                                                                                                  \
         static auto* const next = next_function<result parameters>(#name);                                             \
-        return meet(kind, path) == verdict::pass ? next arguments : failed;                                            \
+        return meet(kind, path) == verdict::pass ? next arguments : (failed);                                          \
     }
 
-/// A call that moves `count` bytes, and may move fewer.
-#define MOVING_CALL(kind, path, result, name, parameters, arguments)                                                   \
-    EXPORTED result name parameters                                                                                    \
+/// The same for a call that moves `count` bytes, and may move fewer.
+#define MOVING_CALL(kind, path, name, parameters, arguments)                                                           \
+    extern "C" __attribute__((visibility("default"))) ssize_t failing_##name parameters __asm__(#name);                \
+    ssize_t failing_##name parameters                                                                                  \
     {                                                                                                                  \
-        static auto* const next = next_function<result parameters>(#name);                                             \
+        static auto* const next = next_function<ssize_t parameters>(#name);                                            \
         const verdict found = meet(kind, path);                                                                        \
-        if (found == verdict::shorten && count > 1) {                                                                  \
-            count /= 2;                                                                                                \
-        }                                                                                                              \
+        count = found == verdict::shorten && count > 1 ? count / 2 : count;                                            \
         return found == verdict::fail ? -1 : found == verdict::end ? 0 : next arguments;                               \
     }
 
-#define OPENING(name, path, parameters, arguments)                                                                     \
-    EXPORTED int name parameters                                                                                       \
-    {                                                                                                                  \
-        static auto* const next = next_function<int parameters>(#name);                                                \
-        va_list further;                                                                                               \
-        va_start(further, flags);                                                                                      \
-        const unsigned mode = (flags & (O_CREAT | __O_TMPFILE)) != 0 ? va_arg(further, unsigned) : 0;                  \
-        va_end(further);                                                                                               \
-        return meet("open", path) == verdict::pass ? next arguments : -1;                                              \
-    }
-
-OPENING(open, path_at(name), (const char* name, int flags, ...), (name, flags, mode))
-OPENING(open64, path_at(name), (const char* name, int flags, ...), (name, flags, mode))
-OPENING(openat, path_at(at, name), (int at, const char* name, int flags, ...), (at, name, flags, mode))
-OPENING(openat64, path_at(at, name), (int at, const char* name, int flags, ...), (at, name, flags, mode))
+CALL("open", -1, path_at(name), int, open, (const char* name, int flags, unsigned mode), (name, flags, mode))
+CALL("open", -1, path_at(at, name), int, openat, (int at, const char* name, int flags, unsigned mode),
+     (at, name, flags, mode))
 CALL("open", -1, path_at(name), int, __open_2, (const char* name, int flags), (name, flags))
-CALL("open", -1, path_at(name), int, __open64_2, (const char* name, int flags), (name, flags))
 CALL("open", -1, path_at(at, name), int, __openat_2, (int at, const char* name, int flags), (at, name, flags))
-CALL("open", -1, path_at(at, name), int, __openat64_2, (int at, const char* name, int flags), (at, name, flags))
 CALL("opendir", nullptr, path_at(name), DIR*, opendir, (const char* name), (name))
 CALL("opendir", nullptr, path_of(fd), DIR*, fdopendir, (int fd), (fd))
 CALL("readdir", nullptr, path_of(stream), struct dirent*, readdir, (DIR * stream), (stream))
-CALL("readdir", nullptr, path_of(stream), struct dirent64*, readdir64, (DIR * stream), (stream))
 
 CALL("stat", -1, path_at(name), int, stat, (const char* name, struct stat* buffer), (name, buffer))
 CALL("stat", -1, path_at(name), int, lstat, (const char* name, struct stat* buffer), (name, buffer))
 CALL("stat", -1, path_of(fd), int, fstat, (int fd, struct stat* buffer), (fd, buffer))
 CALL("stat", -1, path_at(at, name), int, fstatat, (int at, const char* name, struct stat* buffer, int flags),
-     (at, name, buffer, flags))
-CALL("stat", -1, path_at(name), int, stat64, (const char* name, struct stat64* buffer), (name, buffer))
-CALL("stat", -1, path_at(name), int, lstat64, (const char* name, struct stat64* buffer), (name, buffer))
-CALL("stat", -1, path_of(fd), int, fstat64, (int fd, struct stat64* buffer), (fd, buffer))
-CALL("stat", -1, path_at(at, name), int, fstatat64, (int at, const char* name, struct stat64* buffer, int flags),
      (at, name, buffer, flags))
 CALL("stat", -1, path_at(at, name), int, statx,
      (int at, const char* name, int flags, unsigned mask, struct statx* buffer), (at, name, flags, mask, buffer))
@@ -229,43 +207,30 @@ CALL("stat", -1, path_at(name), int, access, (const char* name, int mode), (name
 CALL("stat", -1, path_at(at, name), int, faccessat, (int at, const char* name, int mode, int flags),
      (at, name, mode, flags))
 CALL("statvfs", -1, path_at(name), int, statvfs, (const char* name, struct statvfs* buffer), (name, buffer))
-CALL("statvfs", -1, path_at(name), int, statvfs64, (const char* name, struct statvfs64* buffer), (name, buffer))
 CALL("realpath", nullptr, path_at(name), char*, realpath, (const char* name, char* buffer), (name, buffer))
 CALL("readlink", -1, path_at(name), ssize_t, readlink, (const char* name, char* buffer, size_t size),
      (name, buffer, size))
 CALL("readlink", -1, path_at(at, name), ssize_t, readlinkat, (int at, const char* name, char* buffer, size_t size),
      (at, name, buffer, size))
 
-MOVING_CALL("read", path_of(fd), ssize_t, read, (int fd, void* data, size_t count), (fd, data, count))
-MOVING_CALL("read", path_of(fd), ssize_t, __read_chk, (int fd, void* data, size_t count, size_t room),
-            (fd, data, count, room))
-MOVING_CALL("read", path_of(fd), ssize_t, pread, (int fd, void* data, size_t count, off_t at), (fd, data, count, at))
-MOVING_CALL("read", path_of(fd), ssize_t, pread64, (int fd, void* data, size_t count, off64_t at),
-            (fd, data, count, at))
-MOVING_CALL("read", path_of(fd), ssize_t, __pread64_chk, (int fd, void* data, size_t count, off64_t at, size_t room),
+MOVING_CALL("read", path_of(fd), read, (int fd, void* data, size_t count), (fd, data, count))
+MOVING_CALL("read", path_of(fd), __read_chk, (int fd, void* data, size_t count, size_t room), (fd, data, count, room))
+MOVING_CALL("read", path_of(fd), pread, (int fd, void* data, size_t count, off_t at), (fd, data, count, at))
+MOVING_CALL("read", path_of(fd), __pread64_chk, (int fd, void* data, size_t count, off_t at, size_t room),
             (fd, data, count, at, room))
-MOVING_CALL("write", path_of(fd), ssize_t, write, (int fd, const void* data, size_t count), (fd, data, count))
-MOVING_CALL("write", path_of(fd), ssize_t, pwrite, (int fd, const void* data, size_t count, off_t at),
-            (fd, data, count, at))
-MOVING_CALL("write", path_of(fd), ssize_t, pwrite64, (int fd, const void* data, size_t count, off64_t at),
-            (fd, data, count, at))
-MOVING_CALL("copy", path_of(from), ssize_t, copy_file_range,
-            (int from, off64_t* from_at, int to, off64_t* to_at, size_t count, unsigned flags),
+MOVING_CALL("write", path_of(fd), write, (int fd, const void* data, size_t count), (fd, data, count))
+MOVING_CALL("write", path_of(fd), pwrite, (int fd, const void* data, size_t count, off_t at), (fd, data, count, at))
+MOVING_CALL("copy", path_of(from), copy_file_range,
+            (int from, off_t* from_at, int to, off_t* to_at, size_t count, unsigned flags),
             (from, from_at, to, to_at, count, flags))
-MOVING_CALL("copy", path_of(from), ssize_t, sendfile, (int to, int from, off_t* at, size_t count),
-            (to, from, at, count))
-MOVING_CALL("copy", path_of(from), ssize_t, sendfile64, (int to, int from, off64_t* at, size_t count),
-            (to, from, at, count))
+MOVING_CALL("copy", path_of(from), sendfile, (int to, int from, off_t* at, size_t count), (to, from, at, count))
 CALL("mmap", MAP_FAILED, path_of(fd), void*, mmap,
      (void* address, size_t size, int access, int flags, int fd, off_t at), (address, size, access, flags, fd, at))
-CALL("mmap", MAP_FAILED, path_of(fd), void*, mmap64,
-     (void* address, size_t size, int access, int flags, int fd, off64_t at), (address, size, access, flags, fd, at))
 
 CALL("sync", -1, path_of(fd), int, fsync, (int fd), (fd))
 CALL("sync", -1, path_of(fd), int, fdatasync, (int fd), (fd))
 CALL("sync", -1, path_of(fd), int, syncfs, (int fd), (fd))
 CALL("truncate", -1, path_of(fd), int, ftruncate, (int fd, off_t size), (fd, size))
-CALL("truncate", -1, path_of(fd), int, ftruncate64, (int fd, off64_t size), (fd, size))
 CALL("rename", -1, path_at(to), int, rename, (const char* from, const char* to), (from, to))
 CALL("rename", -1, path_at(at, to), int, renameat, (int from_at, const char* from, int at, const char* to),
      (from_at, from, at, to))
@@ -285,31 +250,26 @@ CALL("times", -1, path_at(at, name), int, utimensat,
      (int at, const char* name, const struct timespec* times, int flags), (at, name, times, flags))
 
 // What was to be closed is closed all the same: that is how a failing close behaves.
-EXPORTED int close(int fd)
-{
-    static auto* const next = next_function<int(int)>("close");
-    const verdict found = fd < 0 ? verdict::pass : meet("close", path_of(fd));
-    const int error = errno;
-    const int result = next(fd);
-    if (found == verdict::pass) {
-        return result;
-    }
-    errno = error;
-    return -1;
-}
+CALL("close", (next(fd), -1), fd < 0 ? std::string() : path_of(fd), int, close, (int fd), (fd))
 
-EXPORTED int clock_gettime(clockid_t clock, struct timespec* found)
-{
-    static auto* const next = next_function<int(clockid_t, struct timespec*)>("clock_gettime");
-    const int result = next(clock, found);
-    found->tv_sec += clock == CLOCK_REALTIME ? chosen().clock_ahead.load() : 0;
-    return result;
-}
+namespace {
 
-EXPORTED int gettimeofday(struct timeval* found, void* zone)
+template <class time>
+int put_forward(int result, time* found)
 {
-    static auto* const next = next_function<int(struct timeval*, void*)>("gettimeofday");
-    const int result = next(found, zone);
     found->tv_sec += chosen().clock_ahead;
     return result;
 }
+
+} // namespace
+
+#define CLOCK(name, parameters, arguments, is_shown)                                                                   \
+    extern "C" __attribute__((visibility("default"))) int failing_##name parameters __asm__(#name);                    \
+    int failing_##name parameters                                                                                      \
+    {                                                                                                                  \
+        static auto* const next = next_function<int parameters>(#name);                                                \
+        return (is_shown) ? put_forward(next arguments, found) : next arguments;                                       \
+    }
+
+CLOCK(clock_gettime, (clockid_t clock, struct timespec* found), (clock, found), clock == CLOCK_REALTIME)
+CLOCK(gettimeofday, (struct timeval * found, void* zone), (found, zone), true)
