@@ -72,8 +72,9 @@ void keep_out_of_source(const QString& source, const result_paths& result, const
     }
     for (const QString& path : written) {
         if (lies_inside(path, source)) {
-            refuse(QStringLiteral("cannot write to %1: it lies inside the source %2, which is only read")
-                       .arg(path, source));
+            const QString place = QFile::decodeName(resolved(native_path(path)).c_str());
+            refuse(QStringLiteral("cannot write to %1: it lies inside the source %2, which is only read%3")
+                       .arg(path, source, place == path ? QString() : QStringLiteral("; it leads to ") + place));
         }
     }
 }
