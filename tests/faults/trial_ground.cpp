@@ -4,6 +4,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -187,10 +188,10 @@ QList<chosen_fault> trial_ground::calls_of(const QStringList& arguments) const
     const QByteArrayList lines = content_of(QDir::cleanPath(source.root() + "/../trace")).split('\n');
     for (QByteArray line : lines) {
         const qsizetype tab = line.indexOf('\t');
-        // Temporary files get other letters at each run.
-        if (line.size() > 7 && line[line.size() - 7] == '.' && !line.endsWith(".sqlite")) {
-            line.replace(line.size() - 6, 6, "??????");
-        }
+        // Such files are named otherwise at each run.
+        static const QRegularExpression drawn(
+            "(\\.|unfinished-|[-\\d]{10}T[-\\d.]+Z|#)([A-Za-z]{6}|\\d+( \\(deleted\\))?)$");
+        line = QString::fromUtf8(line).replace(drawn, "*").toUtf8();
         if (tab > 0) {
             calls.append({line.left(tab), line.mid(tab + 1), QByteArray::number(++numbers[line]), {}});
         }
@@ -208,7 +209,9 @@ result_content trial_ground::content() const
         }
         const QByteArray bytes = content_of(result() + '/' + path);
         if (path.startsWith("mail-extract/")) {
-            content.products[path] = lasting_content(QFileInfo(path).fileName(), bytes);
+            // Records of verifications are named by their time.
+            static const QRegularExpression numbers("\\d+");
+            content.products[QString(path).replace(numbers, "0")] = lasting_content(QFileInfo(path).fileName(), bytes);
         } else {
             const QDateTime time = QFileInfo(result() + '/' + path).lastModified();
             content.copies[path] = QByteArray::number(time.toMSecsSinceEpoch()) + ' ' + bytes;
@@ -272,6 +275,12 @@ QStringList trial_ground::complaints(const QString& trial, const trial_ending& e
         }
     }
     return found;
+}
+
+bool says_that_disk_is_full(const trial_ending& ending)
+{
+    return ending.said.contains("No space left") || ending.said.contains("disk is full") ||
+           ending.said.contains("not enough room");
 }
 
 complaint_list& complaint_list::operator+=(const QStringList& further)

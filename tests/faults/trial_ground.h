@@ -70,6 +70,9 @@ public:
     const QMap<QString, QByteArray> source_before;
 };
 
+/// In the system's words, in SQLite's, or in those of the check before a run.
+bool says_that_disk_is_full(const trial_ending& ending);
+
 /// Complaints of trials, each printed at once: there may be many, and hours of trials to come.
 class complaint_list
 {
