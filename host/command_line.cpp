@@ -1,5 +1,6 @@
 #include "host/command_line.h"
 
+#include "host/case_command.h"
 #include "host/help_page.h"
 #include "host/log/decipher_command.h"
 #include "host/mail_database/accounts_command.h"
@@ -300,7 +301,7 @@ int run_command_line(int argc, char** argv)
     program.require_subcommand(1);
     program.footer(
         "Exit codes: 0 whole, 1 could not run, 2 usage, 3 with failures or with things that could not be looked at, "
-        "4 no Mail directory, 130 cancelled.");
+        "4 no Mail directory, 6 case not finished, 75 another task has this source, 130 cancelled.");
 
     const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     const bool as_json = asks_for_json(arguments);
@@ -324,6 +325,7 @@ int run_command_line(int argc, char** argv)
     add_verify(program, chosen, verify);
     add_report(program, chosen, report);
     add_decipher(program, chosen, decipher);
+    add_case_commands(program, [&chosen](std::function<int()> action) { chosen = {std::move(action), false}; });
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -6,6 +6,7 @@
 #include "host/report/chart.h"
 #include "host/report/data.h"
 #include "host/report/dossier_section.h"
+#include "host/report/document_head.h"
 #include "host/report/html_writer.h"
 #include "host/report/style.h"
 #include "host/report/summary.h"
@@ -14,7 +15,6 @@
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
 
@@ -43,6 +43,7 @@ void write_head(report_html& html, const QString& title)
 }
 
 void write_accounts_section(report_html& html, const report_data& data)
+void write_accounts_section(report_html& html, const report_data& data, const QString& directory)
 {
     const auto section = html.open("section", {{"id", QStringLiteral("accounts")}});
     html.element("h2", QStringLiteral("Accounts"));
@@ -74,8 +75,8 @@ void write_document(report_html& html, const report_data& data, const QString& d
 {
     html.doctype();
     const auto document = html.open("html", {{"lang", QStringLiteral("en")}});
-    write_head(html, QStringLiteral("Apple Mail extraction: ") +
-                         display_text(data.run ? data.run->source : data.result.root()));
+    write_document_head(html, QStringLiteral("Apple Mail extraction: ") +
+                                  display_text(data.run ? data.run->source : data.result.root()));
     const auto body = html.open("body");
     write_report_header(html, data);
     {

@@ -1,0 +1,171 @@
+#include "host/case_collection/collect_command.h"
+
+#include "host/case_collection/collected_csv.h"
+#include "host/case_collection/collected_report.h"
+#include "host/case_collection/result_check.h"
+#include "host/terminal/command_failure.h"
+#include "host/terminal/console.h"
+#include "host/terminal/interruption.h"
+#include "host/terminal/progress.h"
+
+#include <QDir>
+#include <QFile>
+#include <QHash>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+
+#include <map>
+
+namespace {
+
+void stop_if_interrupted()
+{
+    if (interruption::requested()) {
+        throw command_failure(exit_code::cancelled, QStringLiteral("cancelled; nothing was collected"));
+    }
+}
+
+/// Says when the results are not all from the same program and library.
+QStringList version_warnings(const case_overview& overview)
+{
+    std::map<QString, QStringList> sources;
+    for (const auto& [source, status] : overview.entries) {
+        if (has_result(status.state)) {
+            const attempt_record& record = status.attempt;
+            sources[QStringLiteral("program %1 with library %2 (SHA-256 %3)")
+                        .arg(record.program_version, record.plugin_version, record.plugin_sha256)]
+                .append(source.number());
+        }
+    }
+    QStringList warnings;
+    if (sources.size() > 1) {
+        warnings.append(QStringLiteral("the results were made by %1 different builds").arg(sources.size()));
+        for (const auto& [build, numbers] : sources) {
+            warnings.append(QStringLiteral("%1: %2 sources, %3 the first of them")
+                                .arg(build)
+                                .arg(numbers.size())
+                                .arg(numbers.first()));
+        }
+    }
+    return warnings;
+}
+
+/// Where SQLite may work: the scheduler's scratch of this node, else the usual place for temporary files.
+QString scratch_pattern()
+{
+    const QString of_job = qEnvironmentVariable("SLURM_TMPDIR");
+    return (of_job.isEmpty() ? QDir::tempPath() : of_job) + QStringLiteral("/mail-extract-collect-XXXXXX");
+}
+
+/// Copies what was made to the case and puts it into the place of an earlier collection.
+void move_into_case(const QString& made, const case_paths& paths)
+{
+    const QString fresh = paths.in_case("collected.new");
+    const QString earlier = paths.in_case("collected.old");
+    for (const QString& leftover : {fresh, earlier}) {
+        if (QFile::exists(leftover) && !QDir(leftover).removeRecursively()) {
+            refuse(QStringLiteral("cannot remove %1").arg(leftover));
+        }
+    }
+    if (!QDir().mkdir(fresh)) {
+        refuse(QStringLiteral("cannot create %1").arg(fresh));
+    }
+    for (const QString& name : QDir(made).entryList(QDir::Files)) {
+        QFile file(made + QLatin1Char('/') + name);
+        if (!file.copy(fresh + QLatin1Char('/') + name)) {
+            refuse(QStringLiteral("cannot write %1/%2: %3").arg(fresh, name, file.errorString()));
+        }
+    }
+    const bool had_one = QFile::exists(paths.collected());
+    if ((had_one && !QDir().rename(paths.collected(), earlier)) || !QDir().rename(fresh, paths.collected())) {
+        refuse(QStringLiteral("cannot put %1 into the place of %2").arg(fresh, paths.collected()));
+    }
+    QDir(earlier).removeRecursively();
+}
+
+/// Takes the rows of every result that fits what was written down of it; returns what kept others out.
+QHash<int, QString> add_results(collected_database& database, const case_overview& overview, lease& held, bool quiet)
+{
+    QHash<int, QString> problems;
+    progress shown(QStringLiteral("collecting"), {overview.entries.size(), overview.bytes}, progress_style_for(quiet));
+    file_amount done;
+    for (const overview_entry& entry : overview.entries) {
+        stop_if_interrupted();
+        held.beat();
+        if (has_result(entry.status.state)) {
+            QString problem = reason_against_result(entry.status);
+            problem = problem.isEmpty() ? database.add_result(entry) : problem;
+            if (!problem.isEmpty()) {
+                problems.insert(entry.source.index, problem);
+            }
+            done.bytes += entry.status.attempt.bytes;
+        }
+        ++done.files;
+        shown.update(done);
+    }
+    return problems;
+}
+
+/// Names on standard error what is not in the collection, or is there with failures.
+void complain_about(const case_overview& overview, const QHash<int, QString>& problems)
+{
+    for (const auto& [source, status] : overview.entries) {
+        if (problems.contains(source.index)) {
+            complain(QStringLiteral("%1: not collected: %2").arg(label_of(source), problems.value(source.index)));
+        } else if (facts_of(status.state).kind != state_kind::done) {
+            complain(QStringLiteral("%1: %2%3")
+                         .arg(label_of(source), name_of(status.state),
+                              status.reason.isEmpty() ? QString() : QStringLiteral(": ") + status.reason));
+        }
+    }
+}
+
+} // namespace
+
+int collect_command(const collect_options& options)
+{
+    interruption::watch();
+    const case_paths paths(options.directory);
+    const case_settings data = read_case(paths);
+    const case_overview overview = look_at_case(paths);
+    const int standing = exit_code_of(overview);
+    if (standing == exit_code::not_finished && !options.partial) {
+        complain_about_not_added(paths, overview.not_added);
+        complain_about(overview, {});
+        throw command_failure(standing, QStringLiteral("%1 is not finished (%2); --partial collects what there is")
+                                            .arg(paths.root(), counts_text(overview)));
+    }
+    lease_view holder;
+    auto held = lease::take(paths.root(), data.lease, 1, holder);
+    if (!held) {
+        throw command_failure(exit_code::held_elsewhere, QStringLiteral("%1: process %2 on %3 is changing this case")
+                                                             .arg(paths.root())
+                                                             .arg(holder.holder.process)
+                                                             .arg(holder.holder.node));
+    }
+    QTemporaryDir scratch(scratch_pattern());
+    if (!scratch.isValid()) {
+        refuse(QStringLiteral("cannot create a folder like %1: %2").arg(scratch_pattern(), scratch.errorString()));
+    }
+    const QString made = scratch.filePath(QStringLiteral("collected"));
+    if (!QDir().mkdir(made)) {
+        refuse(QStringLiteral("cannot create %1").arg(made));
+    }
+    QHash<int, QString> problems;
+    const QStringList warnings = version_warnings(overview);
+    {
+        collected_database database(made);
+        problems = add_results(database, overview, *held, options.quiet);
+        database.finish(overview, problems);
+        write_collected_csv(database, made);
+        write_collected_report({paths, data, overview, problems, warnings}, database, made);
+    }
+    stop_if_interrupted();
+    move_into_case(made, paths);
+    for (const QString& warning : warnings) {
+        complain(warning);
+    }
+    complain_about(overview, problems);
+    print_line(paths.collected() + QStringLiteral("/report.html"));
+    return standing == exit_code::whole && !problems.isEmpty() ? exit_code::with_failures : standing;
+}

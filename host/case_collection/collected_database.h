@@ -1,0 +1,42 @@
+#pragma once
+
+#include "host/cases/case_overview.h"
+
+#include <QSqlDatabase>
+#include <QString>
+#include <QStringList>
+
+/// The database of a whole case: the tables of all results under their names, each row with the index of its source.
+/// Written at a place of its own on a local disk, since SQLite does not keep its word on every network file system.
+class collected_database
+{
+public:
+    /// Makes it in a directory; throws a failure.
+    explicit collected_database(const QString& directory);
+    ~collected_database();
+    Q_DISABLE_COPY_MOVE(collected_database)
+
+    QString path() const;
+
+    /// Adds the rows of a source's result; all of them or none. Returns what kept them out, one line; empty when
+    /// nothing did.
+    QString add_result(const overview_entry& entry);
+    /// Writes the table of sources, what is found on several of them, and the indexes. Throws a failure.
+    void finish(const case_overview& overview, const QHash<int, QString>& problems);
+
+    /// Returns the names of all tables, sorted.
+    QStringList tables() const;
+    /// Runs a statement; throws a failure.
+    QSqlQuery query(const QString& statement) const;
+
+private:
+    QString add_part(int source_index, const QString& copy, const QString& prefix_when_taken);
+    void require_accounts() const;
+    void add_rows(const QString& table, const QString& target, int source_index);
+    void fit_columns(const QString& table, const QString& target);
+    void write_sources(const case_overview& overview, const QHash<int, QString>& problems);
+
+    QString directory;
+    QSqlDatabase database;
+    QStringList result_tables; ///< of the plug-in's databases
+};

@@ -1,0 +1,78 @@
+#include "host/case_collection/result_check.h"
+
+#include "host/files/hashing.h"
+#include "host/result/result_paths.h"
+#include "host/result/seal.h"
+#include "host/text/failure.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
+
+namespace {
+
+/// Returns what is wrong with a file; empty when it has this SHA-256.
+QString reason_against_file(const QString& path, const QString& sha256, const char* stated_by)
+{
+    QString error;
+    const auto digest = sha256_of_file(QFile::encodeName(path), error);
+    if (!digest) {
+        return QStringLiteral("%1: %2").arg(path, error);
+    }
+    return QString::fromLatin1(digest_to_hex(*digest)) == sha256
+               ? QString()
+               : QStringLiteral("%1: its SHA-256 is not the one that %2").arg(path, QLatin1String(stated_by));
+}
+
+} // namespace
+
+QString sha256_in_seal(const result_paths& result, const QString& path)
+{
+    const auto seal = read_seal(result);
+    if (!seal) {
+        refuse(QStringLiteral("%1: no such file").arg(result.path(product::seal)));
+    }
+    const QByteArray relative = QFile::encodeName(QDir(result.root()).relativeFilePath(path));
+    const auto found = std::find_if(seal->files.begin(), seal->files.end(),
+                                    [&relative](const sum& listed) { return listed.path == relative; });
+    if (found == seal->files.end()) {
+        refuse(QStringLiteral("%1: its seal does not list it").arg(path));
+    }
+    return QString::fromLatin1(digest_to_hex(found->digest));
+}
+
+QString reason_against_result(const source_status& status)
+{
+    const result_paths result(status.result);
+    const std::pair<product, QString> recorded[] = {{product::seal, status.attempt.seal_sha256},
+                                                    {product::manifest, status.attempt.manifest_sha256}};
+    for (const auto& [which, sha256] : recorded) {
+        const QString reason = reason_against_file(result.path(which), sha256, "was written down when it became whole");
+        if (!reason.isEmpty()) {
+            return reason;
+        }
+    }
+    try {
+        const QString manifest = result.path(product::manifest);
+        return reason_against_file(manifest, sha256_in_seal(result, manifest), "its seal lists");
+    } catch (const failure& problem) {
+        return problem.message();
+    }
+}
+
+QString copy_sealed(const result_paths& result, const QString& path, const QString& target)
+{
+    QFile::remove(target);
+    QFile file(path);
+    if (!file.copy(target)) {
+        return QStringLiteral("%1: cannot be copied to %2: %3").arg(path, target, file.errorString());
+    }
+    try {
+        const QString reason = reason_against_file(target, sha256_in_seal(result, path), "its seal lists");
+        // What is wrong is wrong with the file that was copied.
+        return reason.isEmpty() ? QString() : path + reason.mid(target.size());
+    } catch (const failure& problem) {
+        return problem.message();
+    }
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "host/cases/source_state.h"
+#include "host/result/result_paths.h"
+
+#include <QString>
+
+/// Says what keeps a source's result from being the one that its attempt left: a seal or manifest with another SHA-256
+/// than was written down when it became whole, or a manifest other than the seal lists. Empty when it fits.
+QString reason_against_result(const source_status& status);
+
+/// Copies a file of a result whole to `target` and holds the copy against the seal. Returns what was wrong, with the
+/// path; empty when nothing was.
+QString copy_sealed(const result_paths& result, const QString& path, const QString& target);
+
+/// Returns the SHA-256 that a result's seal lists for a file; throws a failure when it lists none.
+QString sha256_in_seal(const result_paths& result, const QString& path);

@@ -1,0 +1,71 @@
+#include "host/case_tasks/child_process.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
+#if defined(__linux__)
+#include <sys/prctl.h>
+#endif
+
+namespace {
+
+constexpr qint64 most_bytes_of_end = 8192;
+
+} // namespace
+
+void start_own_program(QProcess& process, const QStringList& arguments, const QString& log)
+{
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardOutputFile(log, QIODevice::Append);
+    process.setStandardErrorFile(log, QIODevice::Append);
+    process.setChildProcessModifier([] {
+        ::setpgid(0, 0);
+#if defined(__linux__)
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+#endif
+    });
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+}
+
+void ask_to_end(const QProcess& process)
+{
+    if (process.processId() > 0) {
+        ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    }
+}
+
+void end_at_once(QProcess& process)
+{
+    if (process.state() != QProcess::NotRunning) {
+        process.kill();
+        process.waitForFinished(-1);
+    }
+}
+
+QString last_complaint(const QString& log)
+{
+    QFile file(log);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    file.seek(std::max<qint64>(file.size() - most_bytes_of_end, 0));
+    const QString mark = QCoreApplication::applicationName() + QStringLiteral(": ");
+    QString complaint;
+    for (const QString& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'))) {
+        complaint = line.startsWith(mark) ? line.mid(mark.size()) : complaint;
+    }
+    return complaint;
+}
+
+void share_with_group_of(const QString& directory)
+{
+    struct stat facts
+    {
+    };
+    if (::stat(QFile::encodeName(directory).constData(), &facts) == 0 && (facts.st_mode & S_IWGRP) != 0) {
+        ::umask(::umask(0) & ~static_cast<mode_t>(S_IRWXG));
+    }
+}

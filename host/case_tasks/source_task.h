@@ -1,0 +1,76 @@
+#pragma once
+
+#include "host/cases/attempt.h"
+#include "host/cases/case_overview.h"
+#include "host/cases/case_settings.h"
+#include "host/cases/path_mapping.h"
+#include "host/cases/source_state.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+
+#include <memory>
+#include <optional>
+
+/// What all tasks of a run have in common.
+struct task_settings
+{
+    case_paths paths;
+    case_settings data;
+    QList<path_mapping> mappings;
+    retry_kind retry = retry_kind::none;
+    bool follow_links_outside = false;
+};
+
+/// How a task at a source ended.
+struct task_outcome
+{
+    attempt_record record;
+    int exit_code = 0;
+    bool was_done = false; ///< nothing had to be done
+};
+
+/// Extracts one source in a process of its own, under a lease, into an attempt of its own.
+class source_task
+{
+public:
+    source_task(const case_source& source, const task_settings& settings);
+    ~source_task();
+    Q_DISABLE_COPY_MOVE(source_task)
+
+    /// Takes the lease, checks the source and starts the extraction; an outcome when it is over already.
+    std::optional<task_outcome> begin();
+    /// Gives signs of life and looks after the extraction; to be called several times a second. An outcome at the end.
+    std::optional<task_outcome> go_on();
+    /// Asks the extraction to end, or sees to it that it is asked; what it wrote stays. To be called again until it
+    /// ended.
+    void cancel();
+
+    const case_source& source() const { return task_source; }
+
+private:
+    std::optional<task_outcome> done_already();
+    std::optional<task_outcome> take_lease();
+    std::optional<task_outcome> begin_attempt();
+    std::optional<task_outcome> check_source();
+    std::optional<task_outcome> start_process();
+    QStringList run_arguments() const;
+    void fail(const QString& reason);
+    void take_ending();
+    void take_result();
+    void write_state() const;
+    task_outcome conclude();
+    task_outcome taken_over();
+
+    case_source task_source;
+    const task_settings& settings;
+    std::optional<lease> held;
+    std::optional<attempt> current;
+    attempt_record record;
+    bool replaces_whole = false;
+    QProcess process;
+    QElapsedTimer since_start;
+    QElapsedTimer since_cancel;
+    bool is_cancelled = false;
+    bool is_asked = false; ///< to end
+};

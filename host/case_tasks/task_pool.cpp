@@ -1,0 +1,77 @@
+#include "host/case_tasks/task_pool.h"
+
+#include "host/cases/case_overview.h"
+#include "host/terminal/exit_codes.h"
+#include "host/terminal/interruption.h"
+#include "host/text/failure.h"
+
+#include <QThread>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr unsigned long ms_between_looks = 10;
+
+struct placed_task
+{
+    qsizetype place = 0; ///< in the list of sources
+    std::unique_ptr<source_task> task;
+};
+
+/// What cannot be done for one source ends that source, not the others.
+std::optional<task_outcome> outcome_of(const std::function<std::optional<task_outcome>()>& step)
+{
+    try {
+        return step();
+    } catch (const failure& problem) {
+        task_outcome outcome;
+        outcome.record.state = source_state::failed;
+        outcome.record.reason = problem.message();
+        outcome.exit_code = exit_code::could_not_run;
+        return outcome;
+    }
+}
+
+} // namespace
+
+QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_settings& settings, int jobs,
+                              case_progress& shown)
+{
+    QList<task_outcome> outcomes(sources.size());
+    std::vector<placed_task> running;
+    qsizetype next = 0;
+    const auto end = [&](qsizetype place, const task_outcome& outcome) {
+        outcomes[place] = outcome;
+        shown.ended(label_of(sources[place]), outcome_text(outcome));
+    };
+    while (!running.empty() || (next < sources.size() && !interruption::requested())) {
+        while (running.size() < static_cast<std::size_t>(jobs) && next < sources.size() && !interruption::requested()) {
+            placed_task started{next++, nullptr};
+            started.task = std::make_unique<source_task>(sources[started.place], settings);
+            shown.begun(label_of(sources[started.place]));
+            if (const auto outcome = outcome_of([&started] { return started.task->begin(); })) {
+                end(started.place, *outcome);
+            } else {
+                running.push_back(std::move(started));
+            }
+        }
+        std::erase_if(running, [&end](const placed_task& placed) {
+            if (interruption::requested()) {
+                placed.task->cancel();
+            }
+            const auto outcome = outcome_of([&placed] { return placed.task->go_on(); });
+            if (outcome) {
+                end(placed.place, *outcome);
+            }
+            return outcome.has_value();
+        });
+        shown.update();
+        if (!running.empty()) {
+            QThread::msleep(ms_between_looks);
+        }
+    }
+    return outcomes;
+}

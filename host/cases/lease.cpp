@@ -1,0 +1,235 @@
+#include "host/cases/lease.h"
+
+#include "host/text/failure.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSysInfo>
+#include <QThread>
+#include <QUuid>
+
+#include <algorithm>
+
+namespace {
+
+constexpr const char* lease_name = "/lease";
+constexpr qint64 ns_in_ms = 1'000'000;
+
+// A lease may be moved away for a moment by a task that then sees it is not the one it judged.
+constexpr int looks_before_lost = 5;
+constexpr unsigned long ms_between_looks = 40;
+
+// Bounds for what a lease says of itself: it may be damaged.
+constexpr int shortest_beat_ms = 20;
+constexpr int longest_beat_ms = 3'600'000;
+constexpr int most_missed_beats = 1000;
+
+QByteArray lease_text(qint64 generation, const lease_times& times)
+{
+    // The last key tells two leases of one process apart.
+    return QJsonDocument(QJsonObject{{"generation", generation},
+                                     {"node", node_of_this_process()},
+                                     {"process", QCoreApplication::applicationPid()},
+                                     {"boot", QString::fromLatin1(QSysInfo::bootUniqueId())},
+                                     {"job", job_of_this_process()},
+                                     {"beat_ms", times.beat_ms},
+                                     {"missed_beats", times.missed_beats},
+                                     {"taken_utc", QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
+                                     {"key", QUuid::createUuid().toString(QUuid::WithoutBraces)}})
+        .toJson();
+}
+
+/// Fills in what the text of a lease tells; returns its times, the usual ones where it cannot be understood.
+lease_times understand(lease_view& view, const QString& path)
+{
+    QJsonParseError problem;
+    const QJsonObject object = QJsonDocument::fromJson(view.content, &problem).object();
+    if (!object.contains(QLatin1String("generation"))) {
+        view.error = QStringLiteral("%1: damaged, it names no holder").arg(path);
+        return {};
+    }
+    view.holder = {std::max<qint64>(object["generation"].toInteger(), 0), object["node"].toString(),
+                   object["process"].toInteger(), object["boot"].toString(), object["job"].toString()};
+    const lease_times usual;
+    return {std::clamp(object["beat_ms"].toInt(usual.beat_ms), shortest_beat_ms, longest_beat_ms),
+            std::clamp(object["missed_beats"].toInt(usual.missed_beats), 1, most_missed_beats)};
+}
+
+QString private_name(const QString& directory)
+{
+    return directory + QStringLiteral("/.old-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
+}
+
+/// Removes the lease if it is still the one that was seen: it is moved to a name of our own first, because between a
+/// look and a removal it may become another's. False when it was not, or was gone.
+bool remove_seen_lease(const QString& directory, const QByteArray& content, std::optional<qint64> written_ns)
+{
+    const QString path = directory + QLatin1String(lease_name);
+    const QString moved = private_name(directory);
+    if (rename_replacing(path, moved).outcome != claim::made) {
+        return false;
+    }
+    const stamped_file file = read_stamped(moved);
+    const bool is_seen = file.content == content && (!written_ns || *written_ns == file.written_ns);
+    if (!is_seen) {
+        link_exclusively(moved, path);
+    }
+    QFile::remove(moved);
+    return is_seen;
+}
+
+} // namespace
+
+QString node_of_this_process()
+{
+    const QString node = qEnvironmentVariable("SLURMD_NODENAME");
+    return node.isEmpty() ? QSysInfo::machineHostName() : node;
+}
+
+QString job_of_this_process()
+{
+    for (const char* name : {"SLURM_JOB_ID", "JOB_ID", "PBS_JOBID", "LSB_JOBID", "KUBERNETES_POD_NAME"}) {
+        if (const QString job = qEnvironmentVariable(name); !job.isEmpty()) {
+            return job;
+        }
+    }
+    return {};
+}
+
+lease_view look_at_lease(const QString& directory)
+{
+    const QString path = directory + QLatin1String(lease_name);
+    const stamped_file file = read_stamped(path);
+    lease_view view;
+    view.exists = file.exists;
+    view.error = file.error;
+    if (!file.exists || !file.error.isEmpty()) {
+        return view;
+    }
+    view.is_readable = true;
+    view.content = file.content;
+    view.written_ns = file.written_ns;
+    const lease_times times = understand(view, path);
+    QString no_time;
+    const auto now = time_of_file_server(directory, no_time);
+    if (!now) {
+        view.is_fresh = true;
+        view.error = no_time;
+        return view;
+    }
+    view.age_ms = (*now - file.written_ns) / ns_in_ms;
+    // A time far ahead is no sign of life either: the server's clock was set back, or somebody set the time.
+    view.is_fresh = std::abs(view.age_ms) < times.patience_ms();
+    return view;
+}
+
+lease::lease(lease&& other) noexcept
+    : directory(std::exchange(other.directory, {}))
+    , content(std::move(other.content))
+    , times(other.times)
+    , number(other.number)
+    , since_beat(other.since_beat)
+{
+}
+
+lease& lease::operator=(lease&& other) noexcept
+{
+    if (this != &other) {
+        release();
+        directory = std::exchange(other.directory, {});
+        content = std::move(other.content);
+        times = other.times;
+        number = other.number;
+        since_beat = other.since_beat;
+    }
+    return *this;
+}
+
+std::optional<lease> lease::take(const QString& directory, const lease_times& times, qint64 lowest_generation,
+                                 lease_view& holder)
+{
+    const QString path = directory + QLatin1String(lease_name);
+    holder = look_at_lease(directory);
+    if (holder.exists && !holder.is_readable) {
+        refuse(QStringLiteral("cannot read the lease %1").arg(holder.error));
+    }
+    if (holder.is_fresh) {
+        return std::nullopt;
+    }
+    if (holder.exists && !remove_seen_lease(directory, holder.content, holder.written_ns)) {
+        holder = look_at_lease(directory);
+        return std::nullopt;
+    }
+    lease taken;
+    taken.number = std::max(lowest_generation, holder.holder.generation + 1);
+    taken.times = times;
+    taken.content = lease_text(taken.number, times);
+    QString error;
+    const QString file = write_private_file(directory, taken.content, error);
+    if (file.isEmpty()) {
+        refuse(error);
+    }
+    const claim_result made = link_exclusively(file, path);
+    QFile::remove(file);
+    if (made.outcome == claim::exists) {
+        holder = look_at_lease(directory);
+        return std::nullopt;
+    }
+    if (made.outcome != claim::made) {
+        refuse(QStringLiteral("cannot make the lease %1: %2").arg(path, made.error));
+    }
+    taken.directory = directory;
+    taken.since_beat.start();
+    return taken;
+}
+
+QString lease::path() const
+{
+    return directory + QLatin1String(lease_name);
+}
+
+bool lease::beat()
+{
+    if (directory.isEmpty()) {
+        return false;
+    }
+    if (since_beat.elapsed() < times.beat_ms) {
+        return true;
+    }
+    // A file server that does not answer for a while is no loss: whoever takes over says so in the lease.
+    QString unwritable;
+    if (!stamp_again(path(), content, unwritable) && !look_again().value_or(true)) {
+        return false;
+    }
+    since_beat.start();
+    return true;
+}
+
+std::optional<bool> lease::look_again() const
+{
+    if (directory.isEmpty()) {
+        return false;
+    }
+    for (int look = 0; look < looks_before_lost; ++look) {
+        const stamped_file file = read_stamped(path());
+        if (!file.error.isEmpty()) {
+            return std::nullopt;
+        }
+        if (file.exists) {
+            return file.content == content;
+        }
+        QThread::msleep(ms_between_looks);
+    }
+    return false;
+}
+
+void lease::release()
+{
+    if (!directory.isEmpty()) {
+        remove_seen_lease(directory, content, std::nullopt);
+        directory.clear();
+    }
+}

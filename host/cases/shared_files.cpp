@@ -1,0 +1,282 @@
+#include "host/cases/shared_files.h"
+
+#include "host/files/quiet_reading.h"
+#include "host/text/failure.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QUuid>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <limits>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 ns_in_second = 1'000'000'000;
+
+claim_result ending_of_call(int returned)
+{
+    if (returned == 0) {
+        return {claim::made, {}};
+    }
+    const int error = errno;
+    const claim outcome = error == EEXIST ? claim::exists : error == ENOENT ? claim::gone : claim::failed;
+    return {outcome, system_error_text(error)};
+}
+
+bool same_object(const struct stat& one, const struct stat& other)
+{
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// A call over a network may have succeeded although its answer was lost and it was sent again: what counts is what is
+/// there.
+bool is_same_link(const QByteArray& one, const QByteArray& other)
+{
+    struct stat first
+    {
+    };
+    struct stat second
+    {
+    };
+    return ::lstat(one.constData(), &first) == 0 && ::lstat(other.constData(), &second) == 0 &&
+           same_object(first, second);
+}
+
+claim_result link_and_look(const QByteArray& from, const QByteArray& to)
+{
+    claim_result result = ending_of_call(::linkat(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), 0));
+    if (result.outcome == claim::exists && is_same_link(from, to)) {
+        result.outcome = claim::made;
+    }
+    return result;
+}
+
+int rename_without_replacing(const char* from, const char* to)
+{
+#if defined(__APPLE__)
+    return ::renamex_np(from, to, RENAME_EXCL);
+#else
+    return ::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
+#endif
+}
+
+bool is_unknown_call(int error)
+{
+    return error == EINVAL || error == ENOSYS || error == ENOTSUP || error == EOPNOTSUPP;
+}
+
+qint64 written_ns_of(const struct stat& facts)
+{
+#if defined(__APPLE__)
+    const timespec& time = facts.st_mtimespec;
+#else
+    const timespec& time = facts.st_mtim;
+#endif
+    constexpr qint64 farthest = std::numeric_limits<qint64>::max() / ns_in_second - 1;
+    return std::clamp<qint64>(time.tv_sec, -farthest, farthest) * ns_in_second + time.tv_nsec;
+}
+
+/// Opening, unlike looking at the name, makes a network client ask the server anew.
+file_descriptor open_shared(const QString& path, int mode)
+{
+    return file_descriptor(::open(QFile::encodeName(path).constData(), mode | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+}
+
+QString line_for(const QString& path, const QString& reason)
+{
+    return path + QStringLiteral(": ") + reason;
+}
+
+/// Reads an open file to its end, but not beyond `most_bytes_of_record`.
+QByteArray content_of_descriptor(int descriptor, QString& reason)
+{
+    QByteArray content;
+    char piece[8192];
+    for (;;) {
+        const ssize_t count = ::pread(descriptor, piece, sizeof(piece), content.size());
+        if (count == 0) {
+            return content;
+        }
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        content.append(piece, count > 0 ? count : 0);
+        if (count < 0 || content.size() > most_bytes_of_record) {
+            reason = count < 0 ? system_error_text(errno) : QStringLiteral("too large for what it should be");
+            return {};
+        }
+    }
+}
+
+stamped_file read_open_file(const QString& path, int descriptor)
+{
+    stamped_file file;
+    file.exists = true;
+    struct stat facts
+    {
+    };
+    QString reason;
+    if (::fstat(descriptor, &facts) != 0) {
+        reason = system_error_text(errno);
+    } else if (!S_ISREG(facts.st_mode)) {
+        reason = QStringLiteral("not a regular file");
+    } else {
+        file.written_ns = written_ns_of(facts);
+        file.content = content_of_descriptor(descriptor, reason);
+    }
+    file.error = reason.isEmpty() ? QString() : line_for(path, reason);
+    return file;
+}
+
+bool write_whole(int descriptor, const QByteArray& content)
+{
+    qsizetype written = 0;
+    while (written < content.size()) {
+        const ssize_t count =
+            ::write(descriptor, content.constData() + written, static_cast<size_t>(content.size() - written));
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        written += count > 0 ? count : 0;
+    }
+    return ::fsync(descriptor) == 0;
+}
+
+} // namespace
+
+claim_result link_exclusively(const QString& existing, const QString& name)
+{
+    return link_and_look(QFile::encodeName(existing), QFile::encodeName(name));
+}
+
+std::optional<claim_result> rename_link_by(renaming way, const QString& from, const QString& to)
+{
+    const QByteArray old_name = QFile::encodeName(from);
+    const QByteArray new_name = QFile::encodeName(to);
+    if (way == renaming::by_link) {
+        const claim_result result = link_and_look(old_name, new_name);
+        if (result.outcome == claim::made) {
+            ::unlink(old_name.constData());
+        }
+        return result;
+    }
+    const int returned = rename_without_replacing(old_name.constData(), new_name.constData());
+    if (returned != 0 && is_unknown_call(errno)) {
+        return std::nullopt;
+    }
+    return ending_of_call(returned);
+}
+
+claim_result rename_link_exclusively(const QString& from, const QString& to)
+{
+    for (const renaming way : renamings) {
+        if (const auto result = rename_link_by(way, from, to)) {
+            return *result;
+        }
+    }
+    return {};
+}
+
+claim_result rename_replacing(const QString& from, const QString& to)
+{
+    return ending_of_call(::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()));
+}
+
+claim_result make_link(const QString& target, const QString& name)
+{
+    return ending_of_call(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(name).constData()));
+}
+
+stamped_file read_stamped(const QString& path)
+{
+    const file_descriptor descriptor = open_shared(path, O_RDONLY);
+    if (descriptor.is_open()) {
+        return read_open_file(path, descriptor.get());
+    }
+    stamped_file file;
+    const int error = errno;
+    file.exists = error != ENOENT;
+    if (file.exists) {
+        file.error = line_for(path, error == ELOOP ? QStringLiteral("a link, where a file should be")
+                                                   : system_error_text(error));
+    }
+    return file;
+}
+
+bool stamp_again(const QString& path, const QByteArray& content, QString& error)
+{
+    const file_descriptor descriptor = open_shared(path, O_RDWR);
+    if (!descriptor.is_open()) {
+        error = errno == ENOENT ? QString() : line_for(path, system_error_text(errno));
+        return false;
+    }
+    const stamped_file file = read_open_file(path, descriptor.get());
+    if (file.content != content || content.isEmpty()) {
+        error = file.error;
+        return false;
+    }
+    const qsizetype last = content.size() - 1;
+    if (::pwrite(descriptor.get(), content.constData() + last, 1, last) == 1) {
+        return true;
+    }
+    error = line_for(path, system_error_text(errno));
+    return false;
+}
+
+QString write_private_file(const QString& directory, const QByteArray& content, QString& error)
+{
+    const QString path = directory + QStringLiteral("/.new-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
+    const QByteArray name = QFile::encodeName(path);
+    const file_descriptor descriptor(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (descriptor.is_open() && write_whole(descriptor.get(), content)) {
+        return path;
+    }
+    error = line_for(directory, QStringLiteral("no file can be written here: ") + system_error_text(errno));
+    if (descriptor.is_open()) {
+        ::unlink(name.constData());
+    }
+    return {};
+}
+
+std::optional<qint64> time_of_file_server(const QString& directory, QString& error)
+{
+    const QString probe = write_private_file(directory, "?", error);
+    if (probe.isEmpty()) {
+        return std::nullopt;
+    }
+    const stamped_file written = read_stamped(probe);
+    QFile::remove(probe);
+    error = written.error;
+    return error.isEmpty() && written.exists ? std::optional(written.written_ns) : std::nullopt;
+}
+
+void write_record(const QString& path, const QJsonObject& object)
+{
+    QSaveFile file(path);
+    const QByteArray text = QJsonDocument(object).toJson();
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
+        refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+    }
+}
+
+read_record_result read_record(const QString& path)
+{
+    const stamped_file file = read_stamped(path);
+    if (!file.exists || !file.error.isEmpty()) {
+        return {std::nullopt, file.error};
+    }
+    QJsonParseError problem;
+    const QJsonDocument document = QJsonDocument::fromJson(file.content, &problem);
+    if (document.isObject()) {
+        return {document.object(), {}};
+    }
+    const QString reason = document.isNull() ? problem.errorString() : QStringLiteral("no object");
+    return {std::nullopt, line_for(path, QStringLiteral("damaged (") + reason + QLatin1Char(')'))};
+}

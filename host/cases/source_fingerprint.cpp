@@ -1,0 +1,188 @@
+#include "host/cases/source_fingerprint.h"
+
+#include "host/files/file_tree.h"
+#include "host/files/quiet_reading.h"
+#include "host/source/folder_names.h"
+#include "host/source/source_users.h"
+#include "host/source/system_version.h"
+#include "host/text/display_text.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+// The first pages of an account store hold its header and schema and, on most Macs, every account.
+constexpr qint64 most_bytes_of_store = 4 << 20;
+constexpr const char* store_names[] = {"Accounts4.sqlite", "Accounts3.sqlite"};
+
+class fingerprint_collector
+{
+public:
+    explicit fingerprint_collector(const QString& path) : root(QFile::encodeName(path)) {}
+
+    source_fingerprint collect()
+    {
+        const directory_listing listing = quiet_list(root);
+        if (!listing.error.isEmpty()) {
+            identity.error = QStringLiteral("%1: %2").arg(display_text(root), listing.error);
+            return identity;
+        }
+        add("system version", system_version(QFile::decodeName(root)), false);
+        const entry_facts setup = quiet_stat(child_path(root, "private/var/db/.AppleSetupDone"));
+        if (setup.kind == entry_kind::file) {
+            add("time of first set-up",
+                QStringLiteral("%1.%2")
+                    .arg(setup.modified.seconds)
+                    .arg(setup.modified.nanoseconds, 9, 10, QLatin1Char('0')),
+                true);
+        }
+        QStringList names;
+        const user_names users = find_users(root);
+        for (const QByteArray& user : users.names) {
+            names.append(display_text(user));
+            add_user(user);
+        }
+        add("users", users.blocked ? QString() : names.join(QLatin1Char('/')), false);
+        std::sort(identity.facts.begin(), identity.facts.end(),
+                  [](const fingerprint_fact& one, const fingerprint_fact& other) { return one.name < other.name; });
+        return identity;
+    }
+
+private:
+    void add(const QString& name, const QString& value, bool is_distinguishing)
+    {
+        identity.facts.append({name, value, is_distinguishing && !value.isEmpty()});
+    }
+
+    void add_user(const QByteArray& user)
+    {
+        const QByteArray accounts = "Users/" + user + "/Library/Accounts/";
+        for (const char* name : store_names) {
+            const QByteArray store = accounts + name;
+            if (quiet_stat(child_path(root, store)).kind == entry_kind::file) {
+                add(display_text(store), store_value(store), true);
+            }
+        }
+        add_mail_folders(user);
+    }
+
+    QString store_value(const QByteArray& store) const
+    {
+        const quiet_file file = quiet_open(child_path(root, store));
+        if (!file.error.isEmpty()) {
+            return {};
+        }
+        QFile content;
+        if (!content.open(file.descriptor.get(), QIODevice::ReadOnly)) {
+            return {};
+        }
+        const QByteArray head = content.read(most_bytes_of_store);
+        return QStringLiteral("%1 bytes, SHA-256 of the beginning %2")
+            .arg(file.facts.size)
+            .arg(QString::fromLatin1(QCryptographicHash::hash(head, QCryptographicHash::Sha256).toHex()));
+    }
+
+    void add_mail_folders(const QByteArray& user)
+    {
+        const QByteArray mail = mail_directory_of(user);
+        if (quiet_stat(child_path(root, mail)).kind == entry_kind::absent) {
+            return;
+        }
+        QByteArray names;
+        bool has_identifier = false;
+        bool is_whole = true;
+        for (const named_entry& version : list(mail, is_whole)) {
+            if (!is_version_name(version.name)) {
+                continue;
+            }
+            for (const named_entry& folder : list(child_path(mail, version.name), is_whole)) {
+                const folder_naming naming = naming_of(folder.name);
+                names += naming == folder_naming::other ? QByteArray() : version.name + '/' + folder.name + '\0';
+                has_identifier = has_identifier || naming == folder_naming::identifier;
+            }
+        }
+        const QByteArray hash = QCryptographicHash::hash(names, QCryptographicHash::Sha256).toHex();
+        add(display_text(mail) + QStringLiteral(", names of its account folders"),
+            is_whole ? QString::fromLatin1(hash) : QString(), has_identifier);
+    }
+
+    std::vector<named_entry> list(const QByteArray& path, bool& is_whole) const
+    {
+        directory_listing listing = quiet_list(child_path(root, path));
+        is_whole = is_whole && listing.error.isEmpty();
+        return std::move(listing.entries);
+    }
+
+    QByteArray root;
+    source_fingerprint identity;
+};
+
+std::map<QString, fingerprint_fact> by_name(const source_fingerprint& identity)
+{
+    std::map<QString, fingerprint_fact> facts;
+    for (const fingerprint_fact& fact : identity.facts) {
+        facts.emplace(fact.name, fact);
+    }
+    return facts;
+}
+
+} // namespace
+
+source_fingerprint take_fingerprint(const QString& source)
+{
+    return fingerprint_collector(source).collect();
+}
+
+QJsonObject fingerprint_to_json(const source_fingerprint& identity)
+{
+    QJsonArray facts;
+    for (const fingerprint_fact& fact : identity.facts) {
+        facts.append(
+            QJsonObject{{"name", fact.name}, {"value", fact.value}, {"distinguishing", fact.is_distinguishing}});
+    }
+    return {{"facts", facts}};
+}
+
+source_fingerprint fingerprint_from_json(const QJsonObject& object)
+{
+    source_fingerprint identity;
+    for (const QJsonValue value : object["facts"].toArray()) {
+        const QJsonObject fact = value.toObject();
+        if (const QString name = fact["name"].toString(); !name.isEmpty()) {
+            identity.facts.append({name, fact["value"].toString(), fact["distinguishing"].toBool()});
+        }
+    }
+    return identity;
+}
+
+QStringList fingerprint_differences(const source_fingerprint& recorded, const source_fingerprint& found)
+{
+    const std::map<QString, fingerprint_fact> then = by_name(recorded);
+    const std::map<QString, fingerprint_fact> now = by_name(found);
+    QStringList differences;
+    for (const auto& [name, fact] : then) {
+        const auto other = now.find(name);
+        if (other == now.end()) {
+            differences.append(name + QStringLiteral(" is not there"));
+        } else if (other->second.value != fact.value && !fact.value.isEmpty() && !other->second.value.isEmpty()) {
+            differences.append(name + QStringLiteral(" is another"));
+        }
+    }
+    for (const auto& [name, fact] : now) {
+        if (!then.contains(name)) {
+            differences.append(name + QStringLiteral(" was not there"));
+        }
+    }
+    return differences;
+}
+
+bool is_same_source(const source_fingerprint& one, const source_fingerprint& other)
+{
+    const auto distinguishes = [](const fingerprint_fact& fact) { return fact.is_distinguishing; };
+    return one.facts == other.facts && std::any_of(one.facts.begin(), one.facts.end(), distinguishes);
+}

@@ -1,0 +1,129 @@
+#include "tests/program/case_fixture.h"
+
+#include <csignal>
+
+namespace {
+
+constexpr int long_enough_ms = 30'000;
+
+void send(const QProcess& process, int signal_number)
+{
+    ::kill(static_cast<pid_t>(process.processId()), signal_number);
+}
+
+bool wait_for_copies(const case_fixture& fixture)
+{
+    return QTest::qWaitFor(
+        [&fixture] {
+            for (const QString& name : QDir(fixture.results(1)).entryList({"attempt-*"}, QDir::Dirs)) {
+                if (QDir(fixture.results(1, name + "/Artifacts_Result")).exists()) {
+                    return true;
+                }
+            }
+            return false;
+        },
+        long_enough_ms);
+}
+
+bool wait_for_stale_lease(const case_fixture& fixture)
+{
+    return QTest::qWaitFor([&fixture] { return fixture.states() == QStringList{"partial"}; }, long_enough_ms);
+}
+
+} // namespace
+
+class tst_case_takeover : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void a_stopped_task_comes_too_late_data()
+    {
+        QTest::addColumn<bool>("is_extraction_stopped");
+        QTest::addColumn<bool>("continues_before_the_end");
+        QTest::newRow("after the other has ended") << false << false;
+        QTest::newRow("while the other is at work") << false << true;
+        QTest::newRow("its extraction too") << true << true;
+    }
+    void a_stopped_task_comes_too_late()
+    {
+        QFETCH(bool, is_extraction_stopped);
+        QFETCH(bool, continues_before_the_end);
+        const case_fixture fixture(1);
+        fixture.make_large(1, 150);
+        QProcess stopped;
+        fixture.start(stopped, {"--index", "1"});
+        QVERIFY(wait_for_copies(fixture));
+        QCOMPARE(fixture.run({"run"}, {"--index", "1"}).exit_code, 75);
+        const QByteArray children = content_of(QStringLiteral("/proc/%1/task/%1/children").arg(stopped.processId()));
+        send(stopped, SIGSTOP);
+        if (is_extraction_stopped && children.toInt() > 0) {
+            ::kill(children.toInt(), SIGSTOP);
+        }
+        QVERIFY(wait_for_stale_lease(fixture));
+        QProcess next;
+        fixture.start(next, {"--index", "1"});
+        if (continues_before_the_end) {
+            QTRY_COMPARE_WITH_TIMEOUT(QDir(fixture.results(1)).entryList({"attempt-2-*"}, QDir::Dirs).size(), 1,
+                                      long_enough_ms);
+            send(stopped, SIGCONT);
+        }
+        QCOMPARE(ending_of(next).exit_code, 0);
+        send(stopped, SIGCONT);
+        QCOMPARE(ending_of(stopped).exit_code, 75);
+        QVERIFY(QFile::symLinkTarget(fixture.results(1, "whole")).contains("attempt-2-"));
+        QCOMPARE(fixture.states(), QStringList{"whole"});
+        QVERIFY(!QFile::exists(fixture.results(1, "lease")));
+    }
+
+    void a_killed_task_leaves_partial()
+    {
+        const case_fixture fixture(1);
+        fixture.make_large(1, 150);
+        QProcess killed;
+        fixture.start(killed, {"--index", "1"});
+        QVERIFY(wait_for_copies(fixture));
+        QCOMPARE(fixture.states(), QStringList{"running"});
+        send(killed, SIGKILL);
+        killed.waitForFinished();
+        QVERIFY(wait_for_stale_lease(fixture));
+        QCOMPARE(fixture.run({"run"}, {"--retry", "partial"}).exit_code, 0);
+        QCOMPARE(fixture.states(), QStringList{"whole"});
+    }
+
+    void a_terminated_task_says_cancelled()
+    {
+        const case_fixture fixture(2);
+        fixture.make_large(1, 600);
+        QProcess asked;
+        fixture.start(asked, {"--jobs", "1"});
+        QVERIFY(wait_for_copies(fixture));
+        send(asked, SIGTERM);
+        QCOMPARE(ending_of(asked).exit_code, 130);
+        QCOMPARE(fixture.states(), (QStringList{"cancelled", "waiting"}));
+        QVERIFY(!QFile::exists(fixture.results(1, "lease")));
+        QCOMPARE(fixture.run({"status"}).exit_code, 6);
+        QCOMPARE(fixture.run({"run"}).exit_code, 0);
+    }
+
+    void many_tasks_make_one_result()
+    {
+        const case_fixture fixture(1);
+        std::vector<std::unique_ptr<QProcess>> tasks;
+        for (int i = 0; i < 6; ++i) {
+            tasks.push_back(std::make_unique<QProcess>());
+            fixture.start(*tasks.back(), {"--index", "1"});
+        }
+        int extracted = 0;
+        for (const auto& task : tasks) {
+            const program_result ended = ending_of(*task);
+            QVERIFY2(ended.exit_code == 0 || ended.exit_code == 75, ended.errors.constData());
+            extracted += ended.exit_code == 0 && !ended.output.contains("already done") ? 1 : 0;
+        }
+        QCOMPARE(extracted, 1);
+        QCOMPARE(QDir(fixture.results(1)).entryList({"attempt-*"}, QDir::Dirs).size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_case_takeover)
+#include "tst_case_takeover.moc"
