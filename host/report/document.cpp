@@ -5,8 +5,8 @@
 #include "host/report/certificate_section.h"
 #include "host/report/chart.h"
 #include "host/report/data.h"
-#include "host/report/dossier_section.h"
 #include "host/report/document_head.h"
+#include "host/report/dossier_section.h"
 #include "host/report/html_writer.h"
 #include "host/report/style.h"
 #include "host/report/summary.h"
@@ -20,30 +20,7 @@
 
 namespace {
 
-QString sha256_source(const char* content)
-{
-    const QByteArray hash = QCryptographicHash::hash(QByteArrayView(content), QCryptographicHash::Sha256);
-    return QStringLiteral("'sha256-") + QString::fromLatin1(hash.toBase64()) + QLatin1Char('\'');
-}
-
-void write_head(report_html& html, const QString& title)
-{
-    const auto head = html.open("head");
-    html.empty("meta", {{"charset", QStringLiteral("utf-8")}});
-    // Only our own style and script may work, and nothing may be loaded, whatever a name in the evidence holds.
-    html.empty("meta",
-               {{"http-equiv", QStringLiteral("Content-Security-Policy")},
-                {"content", QStringLiteral("default-src 'none'; base-uri 'none'; form-action 'none'; style-src ") +
-                                sha256_source(report_style_sheet) + QStringLiteral("; script-src ") +
-                                sha256_source(report_script)}});
-    html.empty("meta", {{"name", QStringLiteral("viewport")},
-                        {"content", QStringLiteral("width=device-width, initial-scale=1")}});
-    html.element("title", title);
-    html.verbatim("style", report_style_sheet);
-}
-
 void write_accounts_section(report_html& html, const report_data& data)
-void write_accounts_section(report_html& html, const report_data& data, const QString& directory)
 {
     const auto section = html.open("section", {{"id", QStringLiteral("accounts")}});
     html.element("h2", QStringLiteral("Accounts"));
