@@ -16,24 +16,41 @@ namespace {
 
 const QString connection_name = QStringLiteral("collected_database");
 const QString index_column = QStringLiteral("source_index");
+const QString index_prefix = QStringLiteral("by_source_");
+
+// Both databases of a result have one.
+constexpr const char* accounts_table = "accounts";
 
 // Tables of our own; a result that has such ones is not from this program.
 const QStringList own_tables{QStringLiteral("sources"), QStringLiteral("accounts_across_sources")};
 
+/// Where something stands that several Macs may have in common; a table that no result has is passed over.
+struct shared_value
+{
+    const char* table;
+    const char* select;
+};
+constexpr shared_value shared_values[] = {
+    {"accounts", "SELECT source_index, 'address', account FROM accounts WHERE account LIKE '%_@_%'"},
+    // An account folder that is named by its identifier ends in a UUID.
+    {"accounts",
+     "SELECT source_index, 'identifier', upper(substr(dest_path, -36)) FROM accounts WHERE substr(dest_path, -37, 1) = "
+     "'/' "
+     "AND substr(dest_path, -28, 1) = '-' AND substr(dest_path, -13, 1) = '-' AND substr(dest_path, -36) NOT GLOB "
+     "'*[^0-9A-Fa-f-]*'"},
+    {"account_addresses", "SELECT source_index, 'address', address FROM account_addresses"},
+    {"mail_accounts",
+     "SELECT source_index, 'identifier', upper(identifier) FROM mail_accounts WHERE identifier <> ''"}};
+
 constexpr const char* across_statements[] = {
     "CREATE TABLE accounts_across_sources(source_index INTEGER NOT NULL, kind TEXT NOT NULL, value TEXT NOT NULL, "
     "rows INTEGER NOT NULL)",
-    // The same address on several Macs, whatever the case of its letters.
-    "INSERT INTO accounts_across_sources SELECT source_index, 'address', lower(account), count(*) FROM accounts "
-    "WHERE lower(account) IN (SELECT lower(account) FROM accounts WHERE account <> '' GROUP BY 1 "
-    "HAVING count(DISTINCT source_index) > 1) GROUP BY 3, 1",
-    // An account folder that is named by its identifier ends in a UUID.
-    "CREATE TEMP TABLE identifiers AS SELECT source_index, upper(substr(dest_path, -36)) AS value FROM accounts "
-    "WHERE substr(dest_path, -37, 1) = '/' AND substr(dest_path, -28, 1) = '-' AND substr(dest_path, -13, 1) = '-' AND "
-    "substr(dest_path, -36) NOT GLOB '*[^0-9A-Fa-f-]*'",
-    "INSERT INTO accounts_across_sources SELECT source_index, 'identifier', value, count(*) FROM identifiers "
-    "WHERE value IN (SELECT value FROM identifiers GROUP BY 1 HAVING count(DISTINCT source_index) > 1) GROUP BY 3, 1",
-    "DROP TABLE identifiers"};
+    // The same address whatever the case of its letters.
+    "INSERT INTO accounts_across_sources SELECT source_index, kind, value, count(*) FROM shared_values WHERE (kind, "
+    "value) "
+    "IN (SELECT kind, value FROM shared_values GROUP BY 1, 2 HAVING count(DISTINCT source_index) > 1) GROUP BY 2, 3, 1 "
+    "ORDER BY 2, 3, 1",
+    "DROP TABLE shared_values"};
 
 QString quoted(QString name)
 {
@@ -109,58 +126,68 @@ QStringList collected_database::tables() const
 QString collected_database::add_result(const overview_entry& entry)
 {
     const result_paths result(entry.status.result);
-    const QString copy = directory + QStringLiteral("/part.sqlite");
-    const auto take = [&](const QString& path, const QString& prefix_when_taken) {
-        for (const char* companion : {"-journal", "-wal"}) {
-            if (QFile::exists(path + QLatin1String(companion))) {
-                return QStringLiteral("%1: left unfinished, %2 is beside it").arg(path, QLatin1String(companion));
-            }
-        }
-        const QString problem = copy_sealed(result, path, copy);
-        return problem.isEmpty() ? add_part(entry.source.index, copy, prefix_when_taken) : problem;
-    };
-    QString problem = take(result.database(), {});
+    QList<database_part> parts{{QStringLiteral("part"), result.database(), {}}};
     // What the program itself found out; absent where that could not be written.
-    const QString mail = result.path(product::mail_database);
-    if (problem.isEmpty() && QFile::exists(mail)) {
-        problem = take(mail, QStringLiteral("mail_"));
+    if (const QString mail = result.path(product::mail_database); QFile::exists(mail)) {
+        parts.append({QStringLiteral("mail_part"), mail, QStringLiteral("mail_")});
     }
-    QFile::remove(copy);
-    return problem;
-}
-
-QString collected_database::add_part(int source_index, const QString& copy, const QString& prefix_when_taken)
-{
     QString problem;
     try {
-        query(QStringLiteral("ATTACH DATABASE '%1' AS part")
-                  .arg(QString(copy).replace(QLatin1Char('\''), QStringLiteral("''"))));
+        for (const database_part& part : parts) {
+            attach(result, part);
+        }
         query(QStringLiteral("BEGIN"));
-        if (prefix_when_taken.isEmpty()) {
-            require_accounts();
-        }
-        // A table of a module has no rows of its own.
-        QSqlQuery names = query(QStringLiteral("SELECT name FROM part.sqlite_master WHERE type = 'table' AND "
-                                               "sql LIKE 'CREATE TABLE%' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'"));
-        QStringList tables_of_part;
-        while (names.next()) {
-            tables_of_part.append(names.value(0).toString());
-        }
-        names.finish();
-        for (const QString& table : tables_of_part) {
-            const bool is_taken = !prefix_when_taken.isEmpty() && result_tables.contains(table);
-            if (prefix_when_taken.isEmpty() && !result_tables.contains(table)) {
-                result_tables.append(table);
-            }
-            add_rows(table, is_taken ? prefix_when_taken + table : table, source_index);
+        require_accounts();
+        for (const database_part& part : parts) {
+            add_part(entry.source.index, part);
         }
         query(QStringLiteral("COMMIT"));
     } catch (const failure& failed) {
         problem = failed.message();
         QSqlQuery(database).exec(QStringLiteral("ROLLBACK"));
     }
-    QSqlQuery(database).exec(QStringLiteral("DETACH DATABASE part"));
+    for (const database_part& part : parts) {
+        QSqlQuery(database).exec(QStringLiteral("DETACH DATABASE ") + part.schema);
+        QFile::remove(copy_of(part));
+    }
     return problem;
+}
+
+QString collected_database::copy_of(const database_part& part) const
+{
+    return directory + QLatin1Char('/') + part.schema + QStringLiteral(".sqlite");
+}
+
+void collected_database::attach(const result_paths& result, const database_part& part) const
+{
+    for (const char* companion : {"-journal", "-wal"}) {
+        if (QFile::exists(part.path + QLatin1String(companion))) {
+            refuse(QStringLiteral("%1: left unfinished, %2 is beside it").arg(part.path, QLatin1String(companion)));
+        }
+    }
+    if (const QString problem = copy_sealed(result, part.path, copy_of(part)); !problem.isEmpty()) {
+        refuse(problem);
+    }
+    query(QStringLiteral("ATTACH DATABASE '%1' AS %2")
+              .arg(copy_of(part).replace(QLatin1Char('\''), QStringLiteral("''")), part.schema));
+}
+
+void collected_database::add_part(int source_index, const database_part& part)
+{
+    // A table of a module has no rows of its own.
+    QSqlQuery names =
+        query(QStringLiteral("SELECT name FROM %1.sqlite_master WHERE type = 'table' AND sql LIKE 'CREATE TABLE%' AND "
+                             "name NOT LIKE 'sqlite\\_%' ESCAPE '\\'")
+                  .arg(part.schema));
+    QStringList tables_of_part;
+    while (names.next()) {
+        tables_of_part.append(names.value(0).toString());
+    }
+    names.finish();
+    for (const QString& table : tables_of_part) {
+        const bool is_taken = !part.prefix_when_taken.isEmpty() && table == QLatin1String(accounts_table);
+        add_rows(part.schema, table, is_taken ? part.prefix_when_taken + table : table, source_index);
+    }
 }
 
 void collected_database::require_accounts() const
@@ -172,24 +199,24 @@ void collected_database::require_accounts() const
     }
 }
 
-void collected_database::add_rows(const QString& table, const QString& target, int source_index)
+void collected_database::add_rows(const QString& schema, const QString& table, const QString& target, int source_index)
 {
-    if (own_tables.contains(target)) {
+    if (own_tables.contains(target, Qt::CaseInsensitive) || target.startsWith(index_prefix, Qt::CaseInsensitive)) {
         refuse(QStringLiteral("its database has a table \"%1\", which none of ours has").arg(target));
     }
-    fit_columns(table, target);
+    fit_columns(schema, table, target);
     QStringList columns;
-    QSqlQuery info = query(QStringLiteral("PRAGMA part.table_info(%1)").arg(quoted(table)));
+    QSqlQuery info = query(QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(table)));
     while (info.next()) {
         columns.append(quoted(info.value(1).toString()));
     }
     info.finish();
     const QString list = columns.join(QLatin1Char(','));
-    query(QStringLiteral("INSERT INTO main.%1(%2,%3) SELECT %4,%3 FROM part.%5")
-              .arg(quoted(target), index_column, list, QString::number(source_index), quoted(table)));
+    query(QStringLiteral("INSERT INTO main.%1(%2,%3) SELECT %4,%3 FROM %5.%6")
+              .arg(quoted(target), index_column, list, QString::number(source_index), schema, quoted(table)));
 }
 
-void collected_database::fit_columns(const QString& table, const QString& target)
+void collected_database::fit_columns(const QString& schema, const QString& table, const QString& target)
 {
     QSqlQuery known = query(QStringLiteral("PRAGMA main.table_info(%1)").arg(quoted(target)));
     QStringList columns;
@@ -197,7 +224,7 @@ void collected_database::fit_columns(const QString& table, const QString& target
         columns.append(known.value(1).toString().toLower());
     }
     known.finish();
-    QSqlQuery info = query(QStringLiteral("PRAGMA part.table_info(%1)").arg(quoted(table)));
+    QSqlQuery info = query(QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(table)));
     QStringList declarations;
     while (info.next()) {
         const QString name = info.value(1).toString();
@@ -267,13 +294,22 @@ void collected_database::finish(const case_overview& overview, const QHash<int, 
     write_sources(overview, problems);
     query(QStringLiteral("CREATE TABLE IF NOT EXISTS accounts(source_index INTEGER NOT NULL, account TEXT, dest_path "
                          "TEXT)"));
+    query(
+        QStringLiteral("CREATE TEMP TABLE shared_values(source_index INTEGER, kind TEXT, value TEXT COLLATE NOCASE)"));
+    const QStringList present = tables();
+    for (const auto& [table, select] : shared_values) {
+        if (present.contains(QLatin1String(table))) {
+            // Another version may lack the column: then it has nothing to share.
+            QSqlQuery(database).exec(QStringLiteral("INSERT INTO shared_values ") + QLatin1String(select));
+        }
+    }
     for (const char* statement : across_statements) {
         query(QLatin1String(statement));
     }
     for (const QString& table : tables()) {
         if (table != own_tables.first()) {
             query(QStringLiteral("CREATE INDEX %1 ON %2(%3)")
-                      .arg(quoted(table + QStringLiteral("_by_source")), quoted(table), index_column));
+                      .arg(quoted(index_prefix + table), quoted(table), index_column));
         }
     }
     query(QStringLiteral("COMMIT"));

@@ -2,9 +2,12 @@
 
 #include "host/cases/case_overview.h"
 
+#include <QHash>
 #include <QSqlDatabase>
 #include <QString>
 #include <QStringList>
+
+class result_paths;
 
 /// The database of a whole case: the tables of all results under their names, each row with the index of its source.
 /// Written at a place of its own on a local disk, since SQLite does not keep its word on every network file system.
@@ -30,13 +33,22 @@ public:
     QSqlQuery query(const QString& statement) const;
 
 private:
-    QString add_part(int source_index, const QString& copy, const QString& prefix_when_taken);
+    /// One of the databases of a result.
+    struct database_part
+    {
+        QString schema; ///< what its attached copy is called
+        QString path;
+        QString prefix_when_taken; ///< for a table whose name another part has
+    };
+
+    QString copy_of(const database_part& part) const;
+    void attach(const result_paths& result, const database_part& part) const;
+    void add_part(int source_index, const database_part& part);
     void require_accounts() const;
-    void add_rows(const QString& table, const QString& target, int source_index);
-    void fit_columns(const QString& table, const QString& target);
+    void add_rows(const QString& schema, const QString& table, const QString& target, int source_index);
+    void fit_columns(const QString& schema, const QString& table, const QString& target);
     void write_sources(const case_overview& overview, const QHash<int, QString>& problems);
 
     QString directory;
     QSqlDatabase database;
-    QStringList result_tables; ///< of the plug-in's databases
 };

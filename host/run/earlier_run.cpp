@@ -9,7 +9,8 @@
 
 namespace {
 
-constexpr const char* own_result = "take a result of its own for another run";
+constexpr const char* own_result =
+    "take a result of its own for another run (`mail-extract case` keeps one for each of many sources)";
 
 [[noreturn]] void refuse_result(const result_paths& result, const QString& reason)
 {

@@ -1,0 +1,209 @@
+// What a case of many sources costs: sources at a time against one after the other, the share of the case's own work,
+// the status of a large case, and collecting one. Prints a line a figure, with its limit; exit code 1 when one is not
+// kept.
+
+#include "host/cases/case_overview.h"
+#include "host/cases/case_settings.h"
+#include "host/cases/shared_files.h"
+#include "host/files/hashing.h"
+#include "host/result/result_paths.h"
+#include "host/result/seal.h"
+#include "sample/sample_source.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+namespace {
+
+constexpr int small_macs = 100;
+constexpr int many_results = 1000;
+constexpr int accounts_of_a_result = 100;
+
+bool is_kept = true;
+
+void require(bool condition, const QString& what)
+{
+    if (!condition) {
+        qFatal("%s", qUtf8Printable(what));
+    }
+}
+
+void print_figure(const char* what, double value, double limit, const char* unit)
+{
+    is_kept = is_kept && value <= limit;
+    std::printf("%-62s %8.3f %-2s (at most %g)%s\n", what, value, unit, limit, value <= limit ? "" : "  NOT KEPT");
+    std::fflush(stdout);
+}
+
+QString program()
+{
+    return QCoreApplication::applicationDirPath() + "/mail-extract";
+}
+
+double seconds_of(const QStringList& arguments, const QList<int>& expected_codes)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QProcess process;
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.start(program(), arguments);
+    require(process.waitForFinished(-1) && expected_codes.contains(process.exitCode()),
+            arguments.join(' ') + ": " + process.readAllStandardError());
+    return static_cast<double>(timer.nsecsElapsed()) / 1e9;
+}
+
+QStringList write_small_macs(const QString& directory)
+{
+    QStringList sources;
+    for (int i = 1; i <= small_macs; ++i) {
+        sample_options options;
+        options.root = QStringLiteral("%1/mac%2").arg(directory).arg(i);
+        options.seed = static_cast<quint32>(i);
+        options.users = 1;
+        options.messages_per_account = 4;
+        QString error;
+        require(write_sample_source(options, error).has_value(), error);
+        sources.append(options.root);
+    }
+    return sources;
+}
+
+/// Runs a case of small Macs in turns: one source at a time, two at a time, and each without a case.
+void measure_jobs(const QTemporaryDir& work)
+{
+    const QStringList sources = write_small_macs(work.filePath("sources"));
+    double seconds[2] = {};
+    double own = 0;
+    for (const int jobs : {1, 2}) {
+        const QString path = work.filePath(QStringLiteral("case%1").arg(jobs));
+        seconds_of({"case", "new", path}, {0});
+        own = seconds_of(QStringList{"case", "add", path} + sources, {0});
+        seconds[jobs - 1] = seconds_of({"case", "run", path, "--quiet", "--jobs", QString::number(jobs)}, {0});
+        own += seconds_of({"case", "status", path}, {0});
+        own += seconds_of({"case", "collect", path, "--quiet"}, {0});
+    }
+    double bare = 0;
+    for (int i = 0; i < sources.size(); ++i) {
+        bare += seconds_of(
+            {"run", "--source", sources[i], "--result", work.filePath(QStringLiteral("bare%1").arg(i)), "--quiet"},
+            {0});
+    }
+    print_figure("100 small Macs, two at a time / one after the other", seconds[1] / seconds[0], 0.6, "");
+    // What leases, states and starting cost beside the extractions themselves, and what the other commands cost.
+    print_figure("own work (add, leases, states, status, collect) / the whole",
+                 (std::max(seconds[0] - bare, 0.0) + own) / (seconds[0] + own), 0.05, "");
+}
+
+void execute(const QSqlDatabase& database, const QString& statement)
+{
+    QSqlQuery query(database);
+    require(query.exec(statement), query.lastError().text());
+}
+
+void write_database(const QString& path, int index)
+{
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase("QSQLITE", "bench");
+        database.setDatabaseName(path);
+        require(database.open(), path);
+        execute(database, "PRAGMA synchronous = OFF");
+        execute(database,
+                "CREATE TABLE accounts(INT INTEGER PRIMARY KEY, system_user TEXT, account TEXT, dest_path TEXT, "
+                "source_file TEXT)");
+        execute(database,
+                QStringLiteral(
+                    "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) INSERT INTO accounts "
+                    "SELECT i, 'user' || i % 4, 'account' || (i * %2 % 50000) || '@example.org', "
+                    "'/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_user_11-21-2026/V10/' || i, "
+                    "'/Users/user/Library/Mail/V10;++::++;/Users/user/Library/Accounts/Accounts4.sqlite' FROM n")
+                    .arg(accounts_of_a_result)
+                    .arg(index));
+    }
+    QSqlDatabase::removeDatabase("bench");
+}
+
+QString hash_of(const QString& path)
+{
+    QString error;
+    const auto digest = sha256_of_file(QFile::encodeName(path), error);
+    require(digest.has_value(), error);
+    return QString::fromLatin1(digest_to_hex(*digest));
+}
+
+/// Writes a case as if so many sources had been extracted.
+void write_large_case(const case_paths& paths)
+{
+    create_case(paths, {});
+    source_list sources = read_sources(paths.sources_file());
+    for (int i = 1; i <= many_results; ++i) {
+        const QString name = QStringLiteral("EV-%1").arg(i);
+        case_source source{i, name, "/evidence/" + name, paths.results() + '/' + source_directory_name(i, name), false};
+        const QString attempt = "attempt-1-node";
+        const result_paths result(source.file(attempt));
+        require(QDir().mkpath(result.copies()) && QDir().mkpath(result.products()), result.root());
+        write_database(result.database(), i);
+        QFile manifest(result.path(product::manifest));
+        require(manifest.open(QIODevice::WriteOnly) && manifest.write("path\n") > 0, manifest.fileName());
+        manifest.close();
+        seal_result(result);
+        attempt_record record;
+        record.state = source_state::whole;
+        record.attempt = attempt;
+        record.generation = 1;
+        record.accounts = accounts_of_a_result;
+        record.manifest_sha256 = hash_of(result.path(product::manifest));
+        record.database_sha256 = hash_of(result.database());
+        record.seal_sha256 = hash_of(result.path(product::seal));
+        write_record(source.file(attempt + ".json"), attempt_to_json(record));
+        write_record(source.file("state.json"), attempt_to_json(record));
+        write_registration(source.directory, {name, source.source, source.source, {}, source_fingerprint()});
+        require(make_link(attempt, source.file("whole")).outcome == claim::made, source.directory);
+        append_source(sources, {i, name, source.source, {}, 0});
+    }
+    write_sources(paths.sources_file(), sources);
+}
+
+double peak_memory_of_children_mb()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_CHILDREN, &usage);
+#if defined(__APPLE__)
+    return static_cast<double>(usage.ru_maxrss) / 1e6;
+#else
+    return static_cast<double>(usage.ru_maxrss) * 1024 / 1e6;
+#endif
+}
+
+void measure_large_case(const QTemporaryDir& work)
+{
+    const QString path = work.filePath("large");
+    write_large_case(case_paths(path));
+    print_figure("status of 1,000 sources", seconds_of({"case", "status", path}, {0}), 1, "s");
+    const double seconds = seconds_of({"case", "collect", path, "--quiet"}, {0});
+    print_figure("collect of 1,000 results with 100,000 accounts", seconds, 60, "s");
+    // The largest of all children so far, of which collect is one.
+    print_figure("memory of it, at most", peak_memory_of_children_mb(), 200, "MB");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QTemporaryDir work;
+    require(work.isValid(), "no temporary folder");
+    measure_large_case(work);
+    measure_jobs(work);
+    return is_kept ? 0 : 1;
+}
