@@ -106,10 +106,7 @@ void evidence_database::forbid_what_is_not_reading()
     }
     sqlite3_progress_handler(
         connection.get(), steps_between_looks_at_the_clock,
-        [](void* self) {
-            return int{static_cast<const evidence_database*>(self)->has_to_end()};
-        },
-        this);
+        [](void* self) { return int{static_cast<const evidence_database*>(self)->has_to_end()}; }, this);
     sqlite3_set_authorizer(
         connection.get(),
         [](void*, int action, const char*, const char*, const char*, const char*) {
