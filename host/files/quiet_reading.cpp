@@ -279,6 +279,28 @@ directory_listing quiet_list(const QByteArray& path)
     return listing;
 }
 
+std::vector<named_kind> quiet_kinds(const QByteArray& path)
+{
+    std::vector<named_kind> kinds;
+    file_descriptor descriptor(open_quietly(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr,
+                                                     ::closedir);
+    if (!stream) {
+        return kinds;
+    }
+    const int directory = descriptor.release();
+    while (const dirent* entry = ::readdir(stream.get())) {
+        QByteArray name(entry->d_name);
+        if (name != "." && name != "..") {
+            // Not every file system tells the kind with the name.
+            const entry_kind kind = entry->d_type == DT_UNKNOWN ? facts_at(directory, name, link_handling::keep).kind
+                                                                : kind_of(DTTOIF(entry->d_type));
+            kinds.push_back({std::move(name), kind});
+        }
+    }
+    return kinds;
+}
+
 quiet_file quiet_open(const QByteArray& path, link_handling links)
 {
     quiet_file file;

@@ -56,6 +56,12 @@ struct named_entry
     entry_facts facts;
 };
 
+struct named_kind
+{
+    QByteArray name;
+    entry_kind kind = entry_kind::unknown;
+};
+
 struct directory_listing
 {
     std::vector<named_entry> entries; ///< sorted bytewise by name, without "." and ".."
@@ -123,6 +129,10 @@ bool quiet_is_readable(const QByteArray& path);
 
 /// Lists a directory, following `path` itself when it is a link; the entries' facts are those of links themselves.
 directory_listing quiet_list(const QByteArray& path);
+
+/// Returns names and kinds of a directory's entries, in no order, without looking at each; empty also when it cannot be
+/// listed.
+std::vector<named_kind> quiet_kinds(const QByteArray& path);
 
 /// Opens a regular file for reading. Anything else is refused with a reason, a fifo without waiting for its writer.
 quiet_file quiet_open(const QByteArray& path, link_handling links = link_handling::keep);

@@ -1,6 +1,7 @@
 #include "host/result/source_guard.h"
 
 #include "host/files/file_tree.h"
+#include "host/files/mount_table.h"
 #include "host/text/failure.h"
 
 #include <QDir>
@@ -52,16 +53,22 @@ void refuse_unless_file(const QString& path)
 bool lies_inside(const QString& path, const QString& directory)
 {
     const fs::path outer = native_path(directory);
+    const fs::path inner = resolved(native_path(path));
     // Directories are compared as such, not by their names: letter case and mounts make names unreliable.
-    for (fs::path place = resolved(native_path(path));; place = place.parent_path()) {
+    for (fs::path place = inner;; place = place.parent_path()) {
         std::error_code absent;
         if (fs::equivalent(place, outer, absent)) {
             return true;
         }
         if (place == place.parent_path()) {
-            return false;
+            break;
         }
     }
+    // A part of the directory may be mounted elsewhere, and then none of the places on the way is the directory itself.
+    const auto inner_place = place_on_file_system(QByteArray::fromStdString(inner.string()));
+    const auto outer_place = place_on_file_system(QByteArray::fromStdString(resolved(outer).string()));
+    return inner_place && outer_place && inner_place->file_system == outer_place->file_system &&
+           is_at_or_below(inner_place->path, outer_place->path);
 }
 
 void keep_out_of_source(const QString& source, const result_paths& result, const QString& log_path)

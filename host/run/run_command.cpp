@@ -14,6 +14,7 @@
 #include "host/run/stock_taking.h"
 #include "host/run/summary.h"
 #include "host/run/witness_keeping.h"
+#include "host/source/source_snapshot.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
 #include "host/terminal/interruption.h"
@@ -115,6 +116,15 @@ void note_accounts(run_record& record, const run_plan& plan)
     }
 }
 
+source_snapshot snapshot_of(const run_plan& plan)
+{
+    std::vector<QByteArray> users;
+    for (const source_user& user : plan.settings.users) {
+        users.push_back(QFile::encodeName(user.name));
+    }
+    return {QFile::encodeName(plan.settings.source_root), users};
+}
+
 int exit_code_of(const run_record& record, const QString& scheme)
 {
     const bool verified_whole = !record.verification || record.verification->whole;
@@ -172,6 +182,8 @@ int run_command(const run_options& options)
     interruption::watch();
     const exclusive_lock lock = create_result(options, plan);
 
+    const source_snapshot at_first = snapshot_of(plan);
+
     run_journal journal(plan.result, begin_record(options, plan, library));
     journal.begin([&] { remove_earlier_results(options, plan); });
     const QDate begun = QDate::currentDate();
@@ -186,6 +198,9 @@ int run_command(const run_options& options)
     }
     if (holds_mail && !interruption::requested()) {
         verify_run(journal.record(), options, plan.result, copies.known());
+    }
+    for (const QString& difference : snapshot_of(plan).differences_from(at_first)) {
+        journal.record().add_error(difference);
     }
     finish(journal, plan.settings.scheme);
     const QString root_hash = seal_and_report(journal, plan.result);

@@ -42,6 +42,7 @@ class pair_walk
 public:
     pair_walk(const QByteArray& source_root, const QByteArray& result_root, const pair_visitor& pair_visitor)
         : source(source_root)
+        , resolved_source(resolved_path(source_root))
         , result(result_root)
         , visitor(pair_visitor)
     {
@@ -149,6 +150,12 @@ private:
                quiet_stat(in_result(child_path(directory.copy, named.name))).kind == entry_kind::directory;
     }
 
+    bool leaves_source(const QByteArray& path) const
+    {
+        const QByteArray target = resolved_path(in_source(path));
+        return !target.isEmpty() && !is_at_or_below(target, resolved_source);
+    }
+
     bool descend(const directory_pair& directory, const named_entry& named)
     {
         directory_pair inner{child_path(directory.source, named.name), {}, place::below};
@@ -234,9 +241,18 @@ private:
         case entry_kind::file: {
             copy_pair pair = pair_for(path, target, entry_status::link, "link to " + target_text);
             pair.links = link_handling::follow;
+            if (leaves_source(path)) {
+                pair.entry.status = entry_status::different;
+                pair.entry.reason += ", out of the source: what was copied is no evidence";
+            }
             return visit_file(directory, named.name, std::move(pair));
         }
         case entry_kind::directory:
+            if (link_is_followed(directory, named) && leaves_source(path)) {
+                return report(path, named.facts, entry_status::different,
+                              "link to the directory " + target_text +
+                                  ", out of the source: what was copied is no evidence");
+            }
             if (link_is_followed(directory, named)) {
                 return report(path, named.facts, entry_status::link, "link to the directory " + target_text);
             }
@@ -259,7 +275,7 @@ private:
         if (pair.entry.status == entry_status::hidden || pair.entry.status == entry_status::loose) {
             return visitor.pair(kept_pair(std::move(pair)));
         }
-        const bool due = pair.entry.status == entry_status::copied ||
+        const bool due = pair.entry.status == entry_status::copied || pair.entry.status == entry_status::different ||
                          (pair.entry.status == entry_status::link && directory.where == place::below);
         pair.task = due ? pair_task::compare : pair_task::hash_source;
         if (due && !directory.copy.isEmpty()) {
@@ -323,6 +339,7 @@ private:
     }
 
     const QByteArray& source;
+    const QByteArray resolved_source;
     const QByteArray& result;
     const pair_visitor& visitor;
     QByteArray user;

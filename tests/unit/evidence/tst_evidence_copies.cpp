@@ -292,7 +292,7 @@ void tst_evidence_copies::ends_between_two_rows_too()
     evidence_rows rows = database.select("SELECT a FROM t");
     QVERIFY(rows.next());
     is_over = true;
-    QVERIFY_EXCEPTION_THROWN(rows.next(), evidence_failure);
+    QVERIFY_THROWS_EXCEPTION(evidence_failure, rows.next());
 }
 
 QTEST_GUILESS_MAIN(tst_evidence_copies)
