@@ -294,7 +294,7 @@ std::vector<named_kind> quiet_kinds(const QByteArray& path)
         if (name != "." && name != "..") {
             // Not every file system tells the kind with the name.
             const entry_kind kind = entry->d_type == DT_UNKNOWN ? facts_at(directory, name, link_handling::keep).kind
-                                                                : kind_of(DTTOIF(entry->d_type));
+                                                                : kind_of(static_cast<quint32>(DTTOIF(entry->d_type)));
             kinds.push_back({std::move(name), kind});
         }
     }

@@ -31,8 +31,8 @@ QByteArray spoken_name(const QByteArray& path)
     for (const char* ending : {"-wal", "-shm", "-journal"}) {
         name = name.endsWith(ending) ? name.chopped(qsizetype(qstrlen(ending))) : name;
     }
-    const bool is_temporary = name.size() > 7 && name[name.size() - 7] == '.' && !name.endsWith(".sqlite");
-    return is_temporary ? name.chopped(7) : name;
+    const qsizetype unfinished = name.indexOf(".unfinished-");
+    return unfinished < 0 ? name : name.first(unfinished);
 }
 
 /// Every way to fail every call: of calls repeated on a path the first three, the last and all of them.
