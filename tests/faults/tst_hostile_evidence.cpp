@@ -31,10 +31,11 @@ private slots:
             << QStringList{"CREATE VIEW ZACCOUNT(" + columns + ") AS " + endless +
                            "SELECT i, hex(zeroblob(200000000)), NULL, hex(zeroblob(200000000)) FROM n LIMIT 50"}
             << false;
+        // Added when the rows are there, or this test would compute it.
         QTest::newRow("generated column")
-            << QStringList{"CREATE TABLE ZACCOUNT(Z_PK INTEGER PRIMARY KEY, ZPARENTACCOUNT, ZUSERNAME, ZIDENTIFIER AS "
-                           "(hex(zeroblob(300000000)) || Z_PK))",
-                           "INSERT INTO ZACCOUNT(Z_PK) VALUES (1), (2), (3), (4), (5), (6), (7), (8)"}
+            << QStringList{"CREATE TABLE ZACCOUNT(Z_PK INTEGER PRIMARY KEY, ZPARENTACCOUNT, ZUSERNAME)",
+                           "INSERT INTO ZACCOUNT(Z_PK) VALUES (1), (2), (3), (4), (5), (6), (7), (8)",
+                           "ALTER TABLE ZACCOUNT ADD COLUMN ZIDENTIFIER AS (hex(zeroblob(300000000)) || Z_PK)"}
             << false;
         QTest::newRow("sparse blobs") << QStringList{"CREATE TABLE ZACCOUNT(" + columns + ")",
                                                      "INSERT INTO ZACCOUNT VALUES (1, zeroblob(90000000), NULL, 'u')"}
@@ -82,7 +83,7 @@ private slots:
     void no_cell_is_a_formula()
     {
         const trial_ground ground;
-        ground.source.add_mail("ben", "V9/IMAP-=cmd|' !A1'@h/1.emlx");
+        ground.source.add_mail("ben", "V9/IMAP-=cmd(1)@h/1.emlx");
         QCOMPARE(ground.run(ground.run_arguments(), {}).exit_code, 0);
         QProcess show;
         show.start(MAIL_EXTRACT_PROGRAM, {"show", "--result", ground.result(), "--format", "csv"});
@@ -123,11 +124,9 @@ private slots:
         const QByteArray record = content_of(path);
         for (const char* name : {"../../Shared", "/etc", "..", "ben/../anna"}) {
             write_file(path, QByteArray(record).replace("\"ben\"", '"' + QByteArray(name) + '"'));
-            for (const QStringList& command : {ground.verify_arguments(), {"report", "--result", ground.result()}}) {
-                const trial_ending ending = ground.run(command, {});
-                QVERIFY2(ending.exit_code == 1 || ending.exit_code == 3,
-                         qPrintable(QString("%1 with %2: %3").arg(command[0], name).arg(ending.exit_code)));
-            }
+            QVERIFY2(ground.run(ground.verify_arguments(), {}).exit_code == 3, name);
+            ground.run({"report", "--result", ground.result()}, {});
+            QVERIFY2(content_of(ground.result() + "/mail-extract/report.html").contains("this is no run record"), name);
         }
         QVERIFY(ground.source_state() == ground.source_before);
     }

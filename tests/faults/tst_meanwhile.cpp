@@ -100,11 +100,14 @@ private slots:
         }
         const trial_ground ground;
         const QByteArray below = QFile::encodeName(ground.source.root() + "Users/anna/Library");
-        QCOMPARE(::mount(below.constData(), QFile::encodeName(ground.result()).constData(), nullptr, MS_BIND, nullptr),
-                 0);
-        const trial_ending ending = ground.run(ground.run_arguments(), {});
-        QVERIFY(ground.source_state() == ground.source_before);
-        QCOMPARE(ending.exit_code, 1);
+        const QByteArray place = QFile::encodeName(ground.result());
+        QCOMPARE(::mount(below.constData(), place.constData(), nullptr, MS_BIND, nullptr), 0);
+        for (const QString& folder : {QString(), QString("/new")}) {
+            const trial_ending ending =
+                ground.run({"run", "--source", ground.source.root(), "--result", ground.result() + folder}, {});
+            QVERIFY(ground.source_state() == ground.source_before);
+            QCOMPARE(ending.exit_code, 1);
+        }
         QCOMPARE(::umount(QFile::encodeName(ground.result()).constData()), 0);
     }
 
