@@ -189,9 +189,9 @@ QList<chosen_fault> trial_ground::calls_of(const QStringList& arguments) const
     for (QByteArray line : lines) {
         const qsizetype tab = line.indexOf('\t');
         // Such files are named otherwise at each run.
-        static const QRegularExpression drawn(
-            "(\\.|unfinished-|[-\\d]{10}T[-\\d.]+Z|#)([A-Za-z]{6}|\\d+( \\(deleted\\))?)$");
-        line = QString::fromUtf8(line).replace(drawn, "*").toUtf8();
+        static const QRegularExpression drawn("(\\.(?!sqlite)[A-Za-z]{6}|unfinished-\\d+|#\\d+( \\(deleted\\))?)$");
+        static const QRegularExpression dated("/[-\\d]{10}T[-\\d.]+Z");
+        line = QString::fromUtf8(line).replace(drawn, "*").replace(dated, "/*").toUtf8();
         if (tab > 0) {
             calls.append({line.left(tab), line.mid(tab + 1), QByteArray::number(++numbers[line]), {}});
         }

@@ -1,5 +1,6 @@
 #include "tests/faults/trial_ground.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 #include <algorithm>
@@ -31,8 +32,8 @@ QByteArray spoken_name(const QByteArray& path)
     for (const char* ending : {"-wal", "-shm", "-journal"}) {
         name = name.endsWith(ending) ? name.chopped(qsizetype(qstrlen(ending))) : name;
     }
-    const qsizetype unfinished = name.indexOf(".unfinished-");
-    return unfinished < 0 ? name : name.first(unfinished);
+    static const QRegularExpression temporary("\\.(unfinished-\\d+|(?!sqlite)[A-Za-z]{6})$");
+    return QString::fromUtf8(name).remove(temporary).toUtf8();
 }
 
 /// Every way to fail every call: of calls repeated on a path the first three, the last and all of them.
