@@ -271,7 +271,7 @@ QStringList trial_ground::complaints(const QString& trial, const trial_ending& e
              {std::pair{left.copies, undisturbed.copies}, std::pair{left.products, undisturbed.products}}) {
             const QStringList others = differing(here, there);
             unless(others.isEmpty(),
-                   QString("ended with 0 and %1 other files: %2").arg(others.size()).arg(others.value(0)));
+                   QString("ended with 0 and %1 other files: %2").arg(others.size()).arg(others.mid(0, 4).join(' ')));
         }
     }
     return found;
