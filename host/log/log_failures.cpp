@@ -56,9 +56,15 @@ log_failures read_log_failures(const QString& path, qint64 offset, bool encipher
             }
         }
     } else {
-        while (!file.atEnd()) {
-            counter.take(file.readLine().trimmed());
+        // The size promises an end that a failing read never reaches.
+        for (QByteArray line = file.readLine(); !line.isEmpty(); line = file.readLine()) {
+            counter.take(line.trimmed());
         }
+    }
+    if (file.error() != QFileDevice::NoError) {
+        counter.found.problem = file.errorString();
+    } else if (!file.atEnd()) {
+        counter.found.problem = QStringLiteral("it cannot be read to its end");
     }
     return counter.found;
 }
