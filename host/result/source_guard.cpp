@@ -115,8 +115,11 @@ void refuse_planted_links(const result_paths& result, const QString& log_path)
 
 void make_folder(const QString& path)
 {
-    if (!QDir().mkpath(path)) {
-        refuse(QStringLiteral("cannot create %1: %2").arg(path, reason_for_no_directory(path)));
+    std::error_code error;
+    fs::create_directories(native_path(path), error);
+    if (error) {
+        refuse(QStringLiteral("cannot create %1: %2 (%3)")
+                   .arg(path, reason_for_no_directory(path), QString::fromLocal8Bit(error.message().c_str())));
     }
 }
 
