@@ -38,7 +38,8 @@ private slots:
     {
         for (int trial = 0; trial < attack_trials(8); ++trial) {
             ground.empty_result();
-            const chosen_fault cancelled = drawn(std::array{"signal:1", "signal:2", "signal:15"}[trial % 3]);
+            const chosen_fault cancelled =
+                drawn(std::array{"signal:1", "signal:2", "signal:15"}[static_cast<std::size_t>(trial % 3)]);
             const trial_ending ending = ground.run(ground.run_arguments(), cancelled);
             // At its end a run may be whole before it looks.
             note(cancelled, ending, ending.exit_code == 0 ? 0 : 130);
