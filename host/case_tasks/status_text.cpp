@@ -6,7 +6,6 @@
 
 #include <QDateTime>
 #include <QJsonArray>
-#include <QTimeZone>
 
 namespace {
 
@@ -16,8 +15,7 @@ constexpr qint64 ns_in_ms = 1'000'000;
 QString last_sign(const source_status& status)
 {
     if (status.lease.exists && status.lease.is_readable) {
-        return QDateTime::fromMSecsSinceEpoch(status.lease.written_ns / ns_in_ms, QTimeZone::utc())
-            .toString(Qt::ISODate);
+        return QDateTime::fromMSecsSinceEpoch(status.lease.written_ns / ns_in_ms, Qt::UTC).toString(Qt::ISODateWithMs);
     }
     return status.attempt.ended_utc.isEmpty() ? status.attempt.started_utc : status.attempt.ended_utc;
 }

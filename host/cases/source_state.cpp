@@ -157,7 +157,7 @@ source_status look_at_source(const case_source& source)
         status.state = source_state::withdrawn;
         status.reason.clear();
         status.result.clear();
-    } else if (status.lease.is_fresh) {
+    } else if (status.lease.is_fresh && facts_of(status.state).kind != state_kind::done) {
         status.state = source_state::running;
         status.reason = status.lease.error;
         status.attempt.node = status.lease.holder.node;
