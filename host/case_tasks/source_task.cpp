@@ -296,7 +296,6 @@ void source_task::take_result()
 
 void source_task::write_state() const
 {
-    current->write(record);
     write_record(task_source.file(QStringLiteral("state.json")), attempt_to_json(record));
 }
 
@@ -320,9 +319,9 @@ task_outcome source_task::conclude()
     if (!held->is_held()) {
         return taken_over();
     }
+    // Before "whole": what it leads to must tell all at the moment it appears.
+    current->write(record);
     if (has_result(record.state) || record.state == source_state::no_mail) {
-        // What "whole" leads to must tell all at the moment it appears.
-        current->write(record);
         const claim_result made = held->is_held() ? current->make_whole(replaces_whole) : claim_result{claim::gone, {}};
         if (made.outcome == claim::failed) {
             refuse(QStringLiteral("cannot make %1: %2").arg(task_source.file(QStringLiteral("whole")), made.error));

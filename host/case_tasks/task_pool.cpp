@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr unsigned long ms_between_looks = 10;
+constexpr unsigned long ms_between_looks = 3;
 
 struct placed_task
 {

@@ -146,7 +146,7 @@ bool write_whole(int descriptor, const QByteArray& content)
         }
         written += count > 0 ? count : 0;
     }
-    return ::fsync(descriptor) == 0;
+    return true;
 }
 
 } // namespace
@@ -234,12 +234,20 @@ QString write_private_file(const QString& directory, const QByteArray& content, 
 {
     const QString path = directory + QStringLiteral("/.new-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
     const QByteArray name = QFile::encodeName(path);
-    const file_descriptor descriptor(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (descriptor.is_open() && write_whole(descriptor.get(), content)) {
+    const int descriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    // Closing is what hands the content to a file server, and what tells that it has no room. Nothing is synced: what a
+    // lease or a look at the clock needs does not outlive the machine.
+    bool is_written = descriptor >= 0 && write_whole(descriptor, content);
+    int failed_with = errno;
+    if (descriptor >= 0 && ::close(descriptor) != 0 && is_written) {
+        failed_with = errno;
+        is_written = false;
+    }
+    if (is_written) {
         return path;
     }
-    error = line_for(directory, QStringLiteral("no file can be written here: ") + system_error_text(errno));
-    if (descriptor.is_open()) {
+    error = line_for(directory, QStringLiteral("no file can be written here: ") + system_error_text(failed_with));
+    if (descriptor >= 0) {
         ::unlink(name.constData());
     }
     return {};

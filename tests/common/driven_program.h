@@ -19,7 +19,9 @@ struct program_result
 /// Waits for a started program to end.
 inline program_result ending_of(QProcess& program)
 {
-    if (!program.waitForFinished(60'000) || program.exitStatus() != QProcess::NormalExit) {
+    // Waiting for one that has ended already counts as failed.
+    const bool has_ended = program.state() == QProcess::NotRunning || program.waitForFinished(60'000);
+    if (!has_ended || program.exitStatus() != QProcess::NormalExit) {
         return {};
     }
     return {program.exitCode(), program.readAllStandardOutput(), program.readAllStandardError()};

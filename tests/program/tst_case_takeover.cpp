@@ -50,7 +50,7 @@ private slots:
         QFETCH(bool, is_extraction_stopped);
         QFETCH(bool, continues_before_the_end);
         const case_fixture fixture(1);
-        fixture.make_large(1, 150);
+        fixture.make_large(1, 1000);
         QProcess stopped;
         fixture.start(stopped, {"--index", "1"});
         QVERIFY(wait_for_copies(fixture));
@@ -79,7 +79,7 @@ private slots:
     void a_killed_task_leaves_partial()
     {
         const case_fixture fixture(1);
-        fixture.make_large(1, 150);
+        fixture.make_large(1, 1000);
         QProcess killed;
         fixture.start(killed, {"--index", "1"});
         QVERIFY(wait_for_copies(fixture));
@@ -94,7 +94,7 @@ private slots:
     void a_terminated_task_says_cancelled()
     {
         const case_fixture fixture(2);
-        fixture.make_large(1, 600);
+        fixture.make_large(1, 3000);
         QProcess asked;
         fixture.start(asked, {"--jobs", "1"});
         QVERIFY(wait_for_copies(fixture));
