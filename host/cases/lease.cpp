@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -58,27 +59,40 @@ lease_times understand(lease_view& view, const QString& path)
             std::clamp(object["missed_beats"].toInt(usual.missed_beats), 1, most_missed_beats)};
 }
 
-QString private_name(const QString& directory)
-{
-    return directory + QStringLiteral("/.old-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
-}
+const QString moved_prefix = QStringLiteral(".old-");
 
-/// Removes the lease if it is still the one that was seen: it is moved to a name of our own first, because between a
-/// look and a removal it may become another's. False when it was not, or was gone.
-bool remove_seen_lease(const QString& directory, const QByteArray& content, std::optional<qint64> written_ns)
+/// Moves the lease to a name of our own if it is still the one that was seen: between a look and a removal it may
+/// become another's. Returns that name; empty when it was not, or was gone.
+QString move_seen_lease(const QString& directory, const QByteArray& content, std::optional<qint64> written_ns)
 {
     const QString path = directory + QLatin1String(lease_name);
-    const QString moved = private_name(directory);
+    const QString moved =
+        directory + QLatin1Char('/') + moved_prefix + QUuid::createUuid().toString(QUuid::WithoutBraces);
     if (rename_replacing(path, moved).outcome != claim::made) {
-        return false;
+        return {};
     }
     const stamped_file file = read_stamped(moved);
-    const bool is_seen = file.content == content && (!written_ns || *written_ns == file.written_ns);
-    if (!is_seen) {
-        link_exclusively(moved, path);
+    if (file.content == content && (!written_ns || *written_ns == file.written_ns)) {
+        return moved;
     }
+    link_exclusively(moved, path);
     QFile::remove(moved);
-    return is_seen;
+    return {};
+}
+
+/// Returns the highest generation of the leases that are being taken over right now: who comes between the removal of
+/// the old one and the new one sees no lease, and must not begin anew at a generation that was there.
+qint64 highest_moved_generation(const QString& directory)
+{
+    qint64 highest = 0;
+    const QDir place(directory);
+    for (const QString& name : place.entryList({moved_prefix + QLatin1Char('*')}, QDir::Files | QDir::Hidden)) {
+        lease_view view;
+        view.content = read_stamped(place.filePath(name)).content;
+        understand(view, name);
+        highest = std::max(highest, view.holder.generation);
+    }
+    return highest;
 }
 
 } // namespace
@@ -159,12 +173,16 @@ std::optional<lease> lease::take(const QString& directory, const lease_times& ti
     if (holder.is_fresh) {
         return std::nullopt;
     }
-    if (holder.exists && !remove_seen_lease(directory, holder.content, holder.written_ns)) {
-        holder = look_at_lease(directory);
-        return std::nullopt;
+    QString moved;
+    if (holder.exists) {
+        moved = move_seen_lease(directory, holder.content, holder.written_ns);
+        if (moved.isEmpty()) {
+            holder = look_at_lease(directory);
+            return std::nullopt;
+        }
     }
     lease taken;
-    taken.number = std::max(lowest_generation, holder.holder.generation + 1);
+    taken.number = std::max({lowest_generation, holder.holder.generation + 1, highest_moved_generation(directory) + 1});
     taken.times = times;
     taken.content = lease_text(taken.number, times);
     QString error;
@@ -174,6 +192,9 @@ std::optional<lease> lease::take(const QString& directory, const lease_times& ti
     }
     const claim_result made = link_exclusively(file, path);
     QFile::remove(file);
+    if (!moved.isEmpty()) {
+        QFile::remove(moved);
+    }
     if (made.outcome == claim::exists) {
         holder = look_at_lease(directory);
         return std::nullopt;
@@ -229,7 +250,9 @@ std::optional<bool> lease::look_again() const
 void lease::release()
 {
     if (!directory.isEmpty()) {
-        remove_seen_lease(directory, content, std::nullopt);
+        if (const QString moved = move_seen_lease(directory, content, std::nullopt); !moved.isEmpty()) {
+            QFile::remove(moved);
+        }
         directory.clear();
     }
 }
