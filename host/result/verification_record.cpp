@@ -2,6 +2,7 @@
 
 #include "host/files/durable_file.h"
 #include "host/files/quiet_reading.h"
+#include "host/text/failure.h"
 
 #include <QDir>
 #include <QFile>
@@ -104,7 +105,11 @@ QString free_verification_place(const result_paths& result, const QDateTime& ver
                quiet_stat(QFile::encodeName(place + QStringLiteral(".csv"))).kind != entry_kind::absent;
     };
     QString place = base;
+    constexpr int most_tries = 1000;
     for (int number = 2; is_taken(place); ++number) {
+        if (number > most_tries) {
+            refuse(QStringLiteral("cannot record the verification: no free name in %1").arg(result.verifications()));
+        }
         place = base + QLatin1Char('-') + QString::number(number);
     }
     return place;

@@ -35,9 +35,11 @@ void refuse_other_work(const result_paths& result, const run_options& options, c
     }
 }
 
-bool is_finished(const result_paths& result, const std::optional<run_record>& earlier)
+/// The seal is the last that a run makes of its result; one that was killed before it has not come to its end, whatever
+/// its record says.
+bool is_finished(const result_paths& result)
 {
-    return QFile::exists(result.path(product::seal)) || (earlier && earlier->status == run_status::finished);
+    return QFile::exists(result.path(product::seal));
 }
 
 } // namespace
@@ -48,7 +50,7 @@ earlier_run look_at_earlier_run(const result_paths& result, const run_options& o
         return earlier_run::removed;
     }
     const std::optional<run_record> earlier = read_run_record(result);
-    if (is_finished(result, earlier)) {
+    if (is_finished(result)) {
         refuse_result(
             result,
             QStringLiteral("it holds a finished run; %1, or --clear to start over").arg(QLatin1String(own_result)));
