@@ -69,7 +69,6 @@ private slots:
             int held = 0;
             for (const std::optional<lease>& mine : leases) {
                 held += mine && mine->is_held() ? 1 : 0;
-                QVERIFY(!mine || !is_stale_one_there || mine->generation() > 7);
             }
             QCOMPARE(held, 1);
         }
@@ -94,6 +93,7 @@ private slots:
         shift_lease(directory.path(), std::chrono::seconds(shift_s));
         const auto second = take(directory);
         QTEST(second.has_value(), "is_taken_over");
+        QVERIFY(!second || second->generation() > first->generation());
         QCOMPARE(first->is_held(), !second);
     }
 
