@@ -92,6 +92,7 @@ void sum_up_accounts(report_user& user)
 report_data load_report_data(const result_paths& result)
 {
     report_data data{result};
+    data.proof = load_proof(result);
     data.users = load_report_users(result);
     add_run_record(data);
     add_users_of_run(data);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/report/account_rows.h"
+#include "host/report/proof.h"
 #include "host/result/result_paths.h"
 #include "host/result/run_record.h"
 
@@ -17,6 +18,7 @@ struct report_data
     result_paths result;
     std::optional<run_record> run = {};
     std::optional<report_manifest> manifest = {};
+    report_proof proof = {};
     QList<report_user> users = {}; ///< sorted by name
     bool failures_known = false;   ///< the run record or the log could be read for them
     qint64 failures = 0;

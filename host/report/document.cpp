@@ -8,6 +8,7 @@
 #include "host/report/document_head.h"
 #include "host/report/dossier_section.h"
 #include "host/report/html_writer.h"
+#include "host/report/seal_section.h"
 #include "host/report/style.h"
 #include "host/report/summary.h"
 #include "host/report/verification_section.h"
@@ -60,13 +61,14 @@ void write_document(report_html& html, const report_data& data, const QString& d
         const auto main = html.open("main");
         write_report_notices(html, data);
         write_report_tiles(html, data);
+        write_seal(html, data);
+        write_run_facts(html, data);
         write_accounts_section(html, data);
         write_copies_section(html, data, directory);
         write_picture_section(html, data);
         write_certificate(html, data, load_certificate(data.result), directory);
         write_verification(html, data, directory);
         write_log_failures(html, data);
-        write_run_facts(html, data);
     }
     html.element("footer",
                  QStringLiteral("In names, control characters and direction marks are written out (\\n, \\u{202e}). "

@@ -22,6 +22,13 @@ void write_number(report_html& html, qint64 value, const QString& text, const ch
                   {"title", display_number(value)}});
 }
 
+void write_fact_or_unknown(report_html& html, const char* name, const QString& value)
+{
+    html.element("dt", QString::fromLatin1(name));
+    const auto cell = html.open("dd");
+    html.foreign(display_text(value.isEmpty() ? QStringLiteral("not known") : value));
+}
+
 void write_foreign_cell(report_html& html, const QString& text)
 {
     const auto cell = html.open("td");

@@ -17,13 +17,6 @@ QString time_taken(const run_record& run)
     return QStringLiteral("%1 h %2 min %3 s").arg(seconds / 3600).arg(seconds / 60 % 60).arg(seconds % 60);
 }
 
-void write_fact(report_html& html, const char* name, const QString& value)
-{
-    html.element("dt", QString::fromLatin1(name));
-    const auto cell = html.open("dd");
-    html.foreign(display_text(value.isEmpty() ? QStringLiteral("not known") : value));
-}
-
 /// Says how the run ended, unless it ended as it should.
 void write_run_notice(report_html& html, const run_record& run)
 {
@@ -41,6 +34,40 @@ void write_run_notice(report_html& html, const run_record& run)
     }
 }
 
+/// Says what is wrong with the seal or with what was verified since.
+void write_proof_notices(report_html& html, const report_data& data)
+{
+    const report_proof& proof = data.proof;
+    const verification_record* newest = proof.newest();
+    if (newest != nullptr && !newest->whole) {
+        write_notice(
+            html, "bad",
+            QStringLiteral("The newest verification, of %1, says that this result is not whole: %2 findings%3.")
+                .arg(display_time(newest->verified), display_number(newest->findings()),
+                     newest->problem.isEmpty() ? QString() : QStringLiteral("; ") + display_text(newest->problem)));
+    }
+    for (const QString& problem : proof.unreadable_records()) {
+        write_notice(html, "bad", QStringLiteral("A verification is not known: ") + display_text(problem));
+    }
+    for (const QString& problem : proof.seal_problems) {
+        write_notice(html, "bad", QStringLiteral("The seal does not hold: ") + display_text(problem));
+    }
+    if (!proof.seal && proof.seal_problems.isEmpty() && data.run && data.run->status == run_status::finished) {
+        write_notice(html, "bad", QStringLiteral("The run is finished, and there is no seal."));
+    }
+}
+
+/// True when nothing that is known speaks against the result.
+bool is_proven(const report_data& data)
+{
+    const report_proof& proof = data.proof;
+    const bool run_ended_well = data.run && data.run->status == run_status::finished && data.run->error.isEmpty();
+    const bool is_sealed = proof.seal && proof.seal_problems.isEmpty();
+    const bool is_verified = proof.verifications.isEmpty() || (proof.newest() != nullptr && proof.newest()->whole);
+    return run_ended_well && is_sealed && is_verified && proof.unreadable_records().isEmpty() && data.manifest &&
+           data.manifest->faults() == 0;
+}
+
 void write_verification_notice(report_html& html, const report_data& data)
 {
     if (!data.manifest) {
@@ -52,7 +79,7 @@ void write_verification_notice(report_html& html, const report_data& data)
                               display_number(data.manifest->count(entry_status::missing)),
                               display_number(data.manifest->count(entry_status::different)),
                               display_number(data.manifest->count(entry_status::unreadable))));
-    } else if (!data.run || data.run->status == run_status::finished) {
+    } else if (is_proven(data)) {
         write_notice(html, "good",
                      QStringLiteral("Every copy that is due is there and has the bytes of its source: %1 files.")
                          .arg(display_number(data.manifest->count(entry_status::copied))));
@@ -125,16 +152,16 @@ void write_report_header(report_html& html, const report_data& data)
     }
     const auto facts = html.open("dl", {{"class", QStringLiteral("facts")}});
     if (data.run) {
-        write_fact(html, "Source", data.run->source);
+        write_fact_or_unknown(html, "Source", data.run->source);
     }
-    write_fact(html, "Result", data.result.root());
+    write_fact_or_unknown(html, "Result", data.result.root());
     if (data.run) {
-        write_fact(html, "Operator", data.run->login_name + QStringLiteral(" on ") + data.run->host_name);
-        write_fact(html, "Started", display_time(data.run->started));
+        write_fact_or_unknown(html, "Operator", data.run->login_name + QStringLiteral(" on ") + data.run->host_name);
+        write_fact_or_unknown(html, "Started", display_time(data.run->started));
         const bool ended = data.run->ended.isValid();
-        write_fact(html, "Ended",
-                   display_time(data.run->ended) +
-                       (ended ? QStringLiteral(" (after %1)").arg(time_taken(*data.run)) : QString()));
+        write_fact_or_unknown(html, "Ended",
+                              display_time(data.run->ended) +
+                                  (ended ? QStringLiteral(" (after %1)").arg(time_taken(*data.run)) : QString()));
     }
 }
 
@@ -143,6 +170,7 @@ void write_report_notices(report_html& html, const report_data& data)
     if (data.run) {
         write_run_notice(html, *data.run);
     }
+    write_proof_notices(html, data);
     write_verification_notice(html, data);
     for (const QString& note : data.notes) {
         write_notice(html, "warn", display_text(note));
@@ -182,14 +210,16 @@ void write_run_facts(report_html& html, const report_data& data)
     }
     const run_record& run = *data.run;
     const auto facts = html.open("dl", {{"class", QStringLiteral("facts")}});
-    write_fact(html, "Outcome", exit_text(run));
-    write_fact(html, "Program", run.program_name + QLatin1Char(' ') + run.program_version);
-    write_fact(html, "Plug-in", run.plugin_version + QStringLiteral(", ") + run.plugin_path);
-    write_fact(html, "Its SHA-256", run.plugin_sha256);
-    write_fact(html, "Machine",
-               run.host_name + QStringLiteral(", ") + run.host_system + QStringLiteral(", ") + run.host_architecture);
-    write_fact(html, "Time zone", run.time_zone);
-    write_fact(html, "Command line", run.command_line.join(QLatin1Char(' ')));
-    write_fact(html, "Options", options_text(run.options));
-    write_fact(html, "Log", run.log_path + (run.log_enciphered ? QStringLiteral(" (enciphered)") : QString()));
+    write_fact_or_unknown(html, "Outcome", exit_text(run));
+    write_fact_or_unknown(html, "Program", run.program_name + QLatin1Char(' ') + run.program_version);
+    write_fact_or_unknown(html, "Plug-in", run.plugin_version + QStringLiteral(", ") + run.plugin_path);
+    write_fact_or_unknown(html, "Its SHA-256", run.plugin_sha256);
+    write_fact_or_unknown(html, "Machine",
+                          run.host_name + QStringLiteral(", ") + run.host_system + QStringLiteral(", ") +
+                              run.host_architecture);
+    write_fact_or_unknown(html, "Time zone", run.time_zone);
+    write_fact_or_unknown(html, "Command line", run.command_line.join(QLatin1Char(' ')));
+    write_fact_or_unknown(html, "Options", options_text(run.options));
+    write_fact_or_unknown(html, "Log",
+                          run.log_path + (run.log_enciphered ? QStringLiteral(" (enciphered)") : QString()));
 }

@@ -2,6 +2,8 @@
 #include "host/report/document.h"
 #include "host/result/manifest.h"
 #include "host/result/run_record.h"
+#include "host/result/seal.h"
+#include "host/result/verification_record.h"
 #include "tests/common/driven_program.h"
 #include "tests/common/files.h"
 #include "tests/common/result_fixture.h"
@@ -20,7 +22,7 @@ struct parsed_report
 {
     QString error;
     QString text;      ///< all text, style and script included
-    QStringList links; ///< as written
+    QStringList links; ///< as written, those within the page left out
     int scripts = 0;
 };
 
@@ -37,8 +39,9 @@ parsed_report parsed(const QByteArray& document)
             continue;
         }
         found.scripts += xml.name() == QLatin1String("script") ? 1 : 0;
-        if (xml.name() == QLatin1String("a")) {
-            found.links += xml.attributes().value("href").toString();
+        const QString link = xml.attributes().value("href").toString();
+        if (xml.name() == QLatin1String("a") && !link.startsWith('#')) {
+            found.links += link;
         }
     }
     found.error = xml.errorString();
@@ -86,6 +89,9 @@ public:
     }
 
     void write_run(const run_record& record) const { write_run_record(result_paths(path()), record); }
+
+    /// Seals what is there.
+    QString seal() const { return digest_to_hex(seal_result(result_paths(path())).root); }
 
     /// Writes the report and returns its bytes.
     QByteArray report(const QString& output = {}) const
@@ -243,7 +249,7 @@ private slots:
         row(run_status::cancelled, true, "This run was cancelled", false);
         row(run_status::failed, false, "This run failed: disk full", false);
         row(run_status::finished, false, "The copies are not verified", false);
-        row({}, true, "no run record there", true);
+        row({}, true, "no run record there", false);
     }
 
     void a_result_that_is_not_whole_says_so()
@@ -252,20 +258,76 @@ private slots:
         QFETCH(const bool, has_manifest);
         const reported_result result;
         run_record run = finished_run();
-        run.error = "disk full";
         if (status) {
             run.status = *status;
+            run.error = run.status == run_status::failed ? "disk full" : "";
             result.write_run(run);
         }
         result.write("mail-extract/log.txt", "starts\nSource Db opening --------FAILED------- x\n");
         if (has_manifest) {
             result.write_manifest({entry("V9/1", entry_status::copied, 1)});
         }
+        result.seal();
         const parsed_report page = parsed(result.report());
         QCOMPARE(page.error, QString());
         QFETCH(const QString, said);
         QVERIFY2(page.text.contains(said), qPrintable(said));
         QTEST(page.text.contains("Every copy that is due is there"), "is_whole");
+    }
+
+    void green_rests_on_seal_and_newest_verification_data()
+    {
+        using deed = std::function<void(const reported_result&)>;
+        QTest::addColumn<deed>("after_the_seal");
+        QTest::addColumn<QString>("said");
+        QTest::addColumn<bool>("is_green");
+        const auto row = [](const char* said, bool is_green, const deed& done) {
+            QTest::addRow("%s", said) << done << QString(said) << is_green;
+        };
+        // The newest is the one that was made last, wherever it lies.
+        const auto verified = [](const reported_result& result, const char* when, qint64 findings) {
+            verification_record record;
+            record.verified = QDateTime::fromString(when, Qt::ISODate);
+            record.copy_findings = findings;
+            record.whole = findings == 0;
+            write_verification_record(result.path(QString("mail-extract/verifications/") + when), record);
+        };
+        row("was not verified since the run", true, [](const auto&) {});
+        row("says that this result is not whole: 3 findings", false, [verified](const auto& result) {
+            verified(result, "2026-03-01T00:00:00Z", 0);
+            verified(result, "2026-03-02T00:00:00Z", 3);
+        });
+        row("Verifications, the newest first", true, [verified](const auto& result) {
+            verified(result, "2026-03-02T00:00:00Z", 0);
+            verified(result, "2026-03-01T00:00:00Z", 3);
+        });
+        row("this is no record of a verification", false, [verified](const auto& result) {
+            verified(result, "2026-03-02T00:00:00Z", 0);
+            result.write("mail-extract/verifications/2026-03-01.json", "{}");
+        });
+        row("there is no seal", false, [](const auto& result) { QFile::remove(result.path("mail-extract/seal.txt")); });
+        row("line 1 cannot be understood", false,
+            [](const auto& result) { result.write("mail-extract/seal.txt", "x\n"); });
+        row("manifest.csv is not the one that was sealed", false,
+            [](const auto& result) { result.write_manifest({entry("V9/2", entry_status::copied, 1)}); });
+    }
+
+    void green_rests_on_seal_and_newest_verification()
+    {
+        const reported_result result;
+        result.write_run(finished_run());
+        result.write_manifest({entry("V9/1", entry_status::copied, 1)});
+        QDir().mkpath(result.path("mail-extract/verifications"));
+        const QString root = result.seal();
+        QFETCH(const std::function<void(const reported_result&)>, after_the_seal);
+        after_the_seal(result);
+        const parsed_report page = parsed(result.report());
+        QCOMPARE(page.error, QString());
+        QTEST(page.text.contains("Every copy that is due is there"), "is_green");
+        QFETCH(const QString, said);
+        QVERIFY2(page.text.contains(said), qPrintable(said));
+        QFETCH(const bool, is_green);
+        QVERIFY(!is_green || page.text.contains(root));
     }
 };
 
