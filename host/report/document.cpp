@@ -2,6 +2,7 @@
 
 #include "host/files/durable_file.h"
 #include "host/report/account_table.h"
+#include "host/report/case_section.h"
 #include "host/report/certificate_section.h"
 #include "host/report/chart.h"
 #include "host/report/data.h"
@@ -69,10 +70,12 @@ void write_document(report_html& html, const report_data& data, const QString& d
         write_certificate(html, data, load_certificate(data.result), directory);
         write_verification(html, data, directory);
         write_log_failures(html, data);
+        write_declaration(html, data);
     }
     html.element("footer",
                  QStringLiteral("In names, control characters and direction marks are written out (\\n, \\u{202e}). "
                                 "Sizes are in powers of 1,000."));
+    write_page_foot(html, data);
     html.verbatim("script", report_script);
 }
 

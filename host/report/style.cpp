@@ -74,6 +74,11 @@ details.account .facts { margin: 0.6rem 0; }
 .picture .bytes { fill: var(--bytes); }
 .picture .total { opacity: 0.45; }
 .picture .rule { stroke: var(--line); }
+.page-foot { display: none; }
+.hashes dd { font-family: ui-monospace, SFMono-Regular, Menlo, Consolas, "Liberation Mono", monospace; font-size: 0.87em; }
+.declared { margin: 1rem 0; }
+.lines { display: grid; grid-template-columns: max-content minmax(0, 24rem); gap: 1.6rem 1rem; margin: 2rem 0 0; }
+.lines dd { margin: 0; border-bottom: 1px solid var(--muted); }
 .log { margin: 0; padding: 0; list-style: none; }
 .log li { padding: 0.35rem 0.25rem; border-bottom: 1px solid var(--line); }
 .filter { width: 16rem; max-width: 100%; margin: 0 0 0.75rem; padding: 0.4rem 0.7rem; font: inherit; color: inherit; background: var(--page); border: 1px solid var(--line); border-radius: 8px; }
@@ -93,8 +98,14 @@ th[aria-sort="descending"]::after { content: " \2193"; }
     --accent: #000000; --files: #4a7fb0; --bytes: #b0824a;
     --good: #1c5a36; --good-soft: #ffffff; --warn: #6a4700; --warn-soft: #ffffff; --bad: #8c1d15; --bad-soft: #ffffff;
   }
-  @page { margin: 15mm; }
-  body { padding: 0; font-size: 10pt; }
+  @page {
+    margin: 15mm;
+    @bottom-right { content: "Page " counter(page) " of " counter(pages); font: 8pt sans-serif; }
+  }
+  body { display: table; width: 100%; table-layout: fixed; padding: 0; font-size: 10pt; }
+  .page-foot { display: table-footer-group; break-inside: avoid; font-size: 7.5pt; }
+  .page-foot div { margin-top: 3mm; padding-top: 1.5mm; border-top: 1px solid var(--line); overflow-wrap: anywhere; }
+  #declaration, table.whole { break-inside: avoid; }
   section { padding: 0.75rem 0; border: 0; border-top: 1px solid var(--line); border-radius: 0; }
   .scroll { overflow: visible; }
   th, td { padding: 0.3rem 0.35rem; }

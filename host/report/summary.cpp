@@ -7,16 +7,6 @@
 
 namespace {
 
-QString time_taken(const run_record& run)
-{
-    const qint64 milliseconds = run.started.msecsTo(run.ended);
-    if (milliseconds < 60'000) {
-        return QStringLiteral("%1 s").arg(static_cast<double>(milliseconds) / 1000.0, 0, 'f', 1);
-    }
-    const qint64 seconds = milliseconds / 1000;
-    return QStringLiteral("%1 h %2 min %3 s").arg(seconds / 3600).arg(seconds / 60 % 60).arg(seconds % 60);
-}
-
 /// Says how the run ended, unless it ended as it should.
 void write_run_notice(report_html& html, const run_record& run)
 {
@@ -142,29 +132,6 @@ QString options_text(const QJsonObject& options)
 
 } // namespace
 
-void write_report_header(report_html& html, const report_data& data)
-{
-    const auto header = html.open("header");
-    html.element("h1", QStringLiteral("Apple Mail extraction"));
-    {
-        const auto lead = html.open("p", {{"class", QStringLiteral("lead")}});
-        html.text(QStringLiteral("What was found, what was copied, and what was not"));
-    }
-    const auto facts = html.open("dl", {{"class", QStringLiteral("facts")}});
-    if (data.run) {
-        write_fact_or_unknown(html, "Source", data.run->source);
-    }
-    write_fact_or_unknown(html, "Result", data.result.root());
-    if (data.run) {
-        write_fact_or_unknown(html, "Operator", data.run->login_name + QStringLiteral(" on ") + data.run->host_name);
-        write_fact_or_unknown(html, "Started", display_time(data.run->started));
-        const bool ended = data.run->ended.isValid();
-        write_fact_or_unknown(html, "Ended",
-                              display_time(data.run->ended) +
-                                  (ended ? QStringLiteral(" (after %1)").arg(time_taken(*data.run)) : QString()));
-    }
-}
-
 void write_report_notices(report_html& html, const report_data& data)
 {
     if (data.run) {
@@ -212,6 +179,7 @@ void write_run_facts(report_html& html, const report_data& data)
     const auto facts = html.open("dl", {{"class", QStringLiteral("facts")}});
     write_fact_or_unknown(html, "Outcome", exit_text(run));
     write_fact_or_unknown(html, "Program", run.program_name + QLatin1Char(' ') + run.program_version);
+    write_fact_or_unknown(html, "Its SHA-256", run.program_sha256);
     write_fact_or_unknown(html, "Plug-in", run.plugin_version + QStringLiteral(", ") + run.plugin_path);
     write_fact_or_unknown(html, "Its SHA-256", run.plugin_sha256);
     write_fact_or_unknown(html, "Machine",

@@ -3,9 +3,6 @@
 #include "host/report/data.h"
 #include "host/report/html_writer.h"
 
-/// Writes the title and the facts of the case.
-void write_report_header(report_html& html, const report_data& data);
-
 /// Writes whether the result is whole, and a line for everything that makes it less.
 void write_report_notices(report_html& html, const report_data& data);
 

@@ -136,6 +136,9 @@ private slots:
         run.source = run.error = run.host_name = run.plugin_path = hostile;
         run.command_line = run.log_failure_lines = {hostile};
         run.options = {{hostile, hostile}};
+        for (const case_field& field : case_fields) {
+            run.about.*field.value = hostile;
+        }
         run.log_failures = 1;
         result.write_run(run);
 
