@@ -1,6 +1,7 @@
 #include "host/evidence/evidence_copies.h"
 
 #include "host/evidence/evidence_failure.h"
+#include "host/evidence/write_ahead_log.h"
 #include "host/files/file_tree.h"
 #include "host/files/quiet_reading.h"
 #include "host/text/display_text.h"
@@ -141,6 +142,10 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
         if (copied.bytes > 0 && qstrcmp(suffix, "-journal") == 0) {
             found_problems.append(problem_of(
                 companion, QStringLiteral("an unfinished change lies beside the database; read rolled back")));
+        }
+        if (qstrcmp(suffix, "-wal") == 0) {
+            const QString damage = passed_over_in_log(database(log_use::with_log) + suffix, limits.go_on);
+            found_problems += damage.isEmpty() ? QStringList() : QStringList(problem_of(companion, damage));
         }
     }
     if (log_found && limits.also_alone) {
