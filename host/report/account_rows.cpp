@@ -56,6 +56,9 @@ struct manifest_sums
         const auto status = static_cast<std::size_t>(entry.status);
         ++whole.totals[status];
         add_entry(by_user[entry.user], entry);
+        const bool is_kept = entry.status == entry_status::kept;
+        whole.kept_hidden += is_kept && entry.reason == entry_status_name(entry_status::hidden) ? 1 : 0;
+        whole.kept_loose += is_kept && entry.reason == entry_status_name(entry_status::loose) ? 1 : 0;
         // Each folder above the copy may be an account's, and account folders may lie in one another.
         for (qsizetype end = entry.copy.lastIndexOf('/'); end > 0; end = entry.copy.lastIndexOf('/', end - 1)) {
             const auto folder = by_folder.find(QByteArray::fromRawData(entry.copy.constData(), end));
@@ -131,7 +134,10 @@ report_manifest apply_manifest(const result_paths& result, QList<report_user>& u
         }
     }
     for (auto rest = sums.by_user.cbegin(); rest != sums.by_user.cend(); ++rest) {
-        users.append({QString::fromUtf8(rest.key()), {}, rest.value()});
+        // What belongs to no user, as the system's version, makes none.
+        if (!rest.key().isEmpty()) {
+            users.append({QString::fromUtf8(rest.key()), {}, rest.value()});
+        }
     }
     sums.whole.exceptions = gravest_first(sums);
     return sums.whole;

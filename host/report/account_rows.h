@@ -42,12 +42,16 @@ struct report_manifest
     std::array<qint64, entry_status_names.size()> totals{}; ///< by entry_status
     QList<manifest_entry> exceptions; ///< neither copied nor hidden; the gravest first, then by path; limited
     qint64 exceptions_count = 0;      ///< all of them
+    qint64 kept_hidden = 0;           ///< of those kept
+    qint64 kept_loose = 0;            ///< of those kept
     QDateTime written;                ///< UTC
 
     /// Returns how many files it lists with a status.
     qint64 count(entry_status status) const { return totals[static_cast<std::size_t>(status)]; }
     /// Returns how many files it lists.
     qint64 files() const { return std::accumulate(totals.begin(), totals.end(), qint64(0)); }
+    /// Returns how many files are kept for another reason than that they are hidden or loose.
+    qint64 further_witnesses() const { return count(entry_status::kept) - kept_hidden - kept_loose; }
     /// Returns how many files are missing, different or unreadable.
     qint64 faults() const;
 };

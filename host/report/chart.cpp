@@ -23,11 +23,10 @@ struct panel
     const char* title;
     qint64 left;
     qint64 file_amount::*figure;
-    QString (*text)(qint64);
 };
 
-constexpr std::array<panel, 2> panels = {{{"files", "Files", 340, &file_amount::files, display_number},
-                                          {"bytes", "Size", 680, &file_amount::bytes, display_bytes}}};
+constexpr std::array<panel, 2> panels = {{{"files", "Share of all files", 340, &file_amount::files},
+                                          {"bytes", "Share of all bytes", 680, &file_amount::bytes}}};
 
 struct chart_row
 {
@@ -61,10 +60,10 @@ void write_text(report_html& html, const char* style_class, qint64 x, qint64 y, 
                  {{"class", QString::fromLatin1(style_class)}, {"x", QString::number(x)}, {"y", QString::number(y)}});
 }
 
-void write_bar(report_html& html, const panel& side, const chart_row& row, qint64 y, qint64 largest)
+void write_bar(report_html& html, const panel& side, const chart_row& row, qint64 y, qint64 whole)
 {
     const qint64 value = row.amount.*side.figure;
-    const auto share = largest > 0 ? static_cast<double>(value) / static_cast<double>(largest) : 0.0;
+    const auto share = whole > 0 ? static_cast<double>(value) / static_cast<double>(whole) : 0.0;
     // Whatever is there at all is visible.
     const double width = value > 0 ? std::max(1.5, share * bar_width) : 0.0;
     const QString style = QString::fromLatin1(side.style_class) + (row.is_user ? QStringLiteral(" total") : QString());
@@ -74,10 +73,11 @@ void write_bar(report_html& html, const panel& side, const chart_row& row, qint6
                         {"width", QString::number(width, 'f', 1)},
                         {"height", QString::number(bar_height)},
                         {"rx", QStringLiteral("2")}});
-    write_text(html, "value", side.left + static_cast<qint64>(width) + 8, y, side.text(value));
+    write_text(html, "value", side.left + static_cast<qint64>(width) + 8, y,
+               QString::number(share * 100.0, 'f', 1) + QStringLiteral(" %"));
 }
 
-void write_row(report_html& html, const chart_row& row, qint64 y, const std::array<qint64, panels.size()>& largest)
+void write_row(report_html& html, const chart_row& row, qint64 y, const std::array<qint64, panels.size()>& whole)
 {
     const auto group = html.open("g");
     const QString label = display_text(row.label);
@@ -85,7 +85,7 @@ void write_row(report_html& html, const chart_row& row, qint64 y, const std::arr
     write_text(html, row.is_user ? "user" : "account", row.is_user ? 0 : 16, y,
                shortened_in_middle(label, longest_label));
     for (std::size_t i = 0; i < panels.size(); ++i) {
-        write_bar(html, panels[i], row, y, largest[i]);
+        write_bar(html, panels[i], row, y, whole[i]);
     }
 }
 
@@ -95,10 +95,10 @@ void write_report_chart(report_html& html, const QList<report_user>& users)
 {
     const QList<chart_row> all = chart_rows(users);
     const QList<chart_row> rows = all.first(std::min(all.size(), most_rows));
-    std::array<qint64, panels.size()> largest{};
-    for (const chart_row& row : rows) {
+    std::array<qint64, panels.size()> whole{};
+    for (const report_user& user : users) {
         for (std::size_t i = 0; i < panels.size(); ++i) {
-            largest[i] = std::max(largest[i], row.amount.*panels[i].figure);
+            whole[i] += user.mail_tree.*panels[i].figure;
         }
     }
     const qint64 height = top + row_height * rows.size();
@@ -108,7 +108,7 @@ void write_report_chart(report_html& html, const QList<report_user>& users)
             html.open("svg", {{"class", QStringLiteral("picture")},
                               {"role", QStringLiteral("img")},
                               {"viewBox", QStringLiteral("0 0 %1 %2").arg(picture_width).arg(height)}});
-        html.element("title", QStringLiteral("Files and bytes by user and account"));
+        html.element("title", QStringLiteral("Shares of users and accounts"));
         for (const panel& side : panels) {
             write_text(html, "head", side.left, 12, QString::fromLatin1(side.title));
             html.empty("line", {{"class", QStringLiteral("rule")},
@@ -118,7 +118,7 @@ void write_report_chart(report_html& html, const QList<report_user>& users)
                                 {"y2", QString::number(height)}});
         }
         for (qsizetype i = 0; i < rows.size(); ++i) {
-            write_row(html, rows[i], top + row_height * i + 16, largest);
+            write_row(html, rows[i], top + row_height * i + 16, whole);
         }
     }
     if (all.size() > rows.size()) {

@@ -20,7 +20,24 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <array>
+#include <utility>
+
 namespace {
+
+/// The sections by their id, in their order.
+constexpr std::array<std::pair<const char*, const char*>, 10> sections = {{
+    {"seal", "Seal and verifications"},
+    {"run", "The run"},
+    {"verification", "What became of every file"},
+    {"accounts", "Accounts"},
+    {"copies", "Copied account folders"},
+    {"picture", "Shares of users and accounts"},
+    {"certificate", "Completeness"},
+    {"exceptions", "Files that are neither copied nor kept"},
+    {"failures", "Failures in the log"},
+    {"declaration", "Declaration"},
+}};
 
 void write_accounts_section(report_html& html, const report_data& data)
 {
@@ -46,8 +63,22 @@ void write_picture_section(report_html& html, const report_data& data)
         return;
     }
     const auto section = html.open("section", {{"id", QStringLiteral("picture")}});
-    html.element("h2", QStringLiteral("Files and bytes by user and account"));
+    html.element("h2", QStringLiteral("Shares of users and accounts"));
     write_report_chart(html, data.users);
+}
+
+void write_contents(report_html& html, const report_data& data)
+{
+    const auto section = html.open("nav", {{"aria-label", QStringLiteral("Contents")}});
+    const auto list = html.open("ul", {{"class", QStringLiteral("contents")}});
+    for (const auto& [id, title] : sections) {
+        const bool is_there =
+            (data.manifest || qstrcmp(id, "exceptions") != 0) && (!data.users.isEmpty() || qstrcmp(id, "picture") != 0);
+        if (is_there) {
+            const auto item = html.open("li");
+            html.element("a", QLatin1String(title), {{"href", QLatin1Char('#') + QLatin1String(id)}});
+        }
+    }
 }
 
 void write_document(report_html& html, const report_data& data, const QString& directory)
@@ -62,13 +93,15 @@ void write_document(report_html& html, const report_data& data, const QString& d
         const auto main = html.open("main");
         write_report_notices(html, data);
         write_report_tiles(html, data);
+        write_contents(html, data);
         write_seal(html, data);
         write_run_facts(html, data);
+        write_verification(html, data, directory);
         write_accounts_section(html, data);
         write_copies_section(html, data, directory);
         write_picture_section(html, data);
         write_certificate(html, data, load_certificate(data.result), directory);
-        write_verification(html, data, directory);
+        write_manifest_exceptions(html, data, directory);
         write_log_failures(html, data);
         write_declaration(html, data);
     }

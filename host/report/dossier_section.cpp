@@ -141,6 +141,29 @@ void write_card(report_html& html, const account_dossier& dossier, const account
     write_folders(html, record.folders);
 }
 
+/// Writes the cards, those of each user folded unless there is one user only.
+void write_users(report_html& html, const account_dossier& dossier)
+{
+    const QList<account_record> shown = dossier.accounts.mid(0, most_cards);
+    for (qsizetype begin = 0, end = 0; begin < shown.size(); begin = end) {
+        while (end < shown.size() && shown[end].user == shown[begin].user) {
+            ++end;
+        }
+        const auto user = begin == 0 && end == shown.size()
+                              ? html.open("details", {{"class", QStringLiteral("user")}, {"open", QString()}})
+                              : html.open("details", {{"class", QStringLiteral("user")}});
+        {
+            const auto head = html.open("summary");
+            html.foreign(display_text(shown[begin].user));
+            html.element("span", QStringLiteral("  %1 records").arg(display_number(end - begin)),
+                         {{"class", QStringLiteral("muted")}});
+        }
+        for (const account_record& record : shown.mid(begin, end - begin)) {
+            write_card(html, dossier, record);
+        }
+    }
+}
+
 } // namespace
 
 report_dossier load_dossier(const result_paths& result)
@@ -162,15 +185,7 @@ void write_dossier(report_html& html, const report_dossier& dossier)
     for (const QString& problem : dossier.found->problems.mid(0, most_lines)) {
         write_notice(html, "bad", display_text(problem));
     }
-    QString user;
-    for (const account_record& record : dossier.found->accounts.mid(0, most_cards)) {
-        if (record.user != user) {
-            user = record.user;
-            const auto head = html.open("h3");
-            html.foreign(display_text(user));
-        }
-        write_card(html, *dossier.found, record);
-    }
+    write_users(html, *dossier.found);
     if (dossier.found->accounts.size() > most_cards) {
         html.element("p", QStringLiteral("%1 more accounts stand in mail.sqlite.")
                               .arg(display_number(dossier.found->accounts.size() - most_cards)));

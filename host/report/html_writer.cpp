@@ -36,7 +36,16 @@ void report_html::text(const QString& content)
 
 void report_html::foreign(const QString& displayed)
 {
-    element("bdi", displayed);
+    const auto whole = open("bdi");
+    qsizetype begin = 0;
+    for (qsizetype i = 0; i < displayed.size(); ++i) {
+        if (QStringLiteral("@./-").contains(displayed[i]) && i + 1 < displayed.size()) {
+            text(displayed.mid(begin, i + 1 - begin));
+            empty("wbr", {});
+            begin = i + 1;
+        }
+    }
+    text(displayed.mid(begin));
 }
 
 void report_html::doctype()

@@ -37,7 +37,8 @@ public:
     void element(const char* name, const QString& content, attributes with = {});
     /// Writes text that display_text() returned or that is the project's own.
     void text(const QString& content);
-    /// Writes text that display_text() returned, kept from changing the order of what stands around it.
+    /// Writes text that display_text() returned, kept from changing the order of what stands around it. A
+    /// long one breaks behind "@", ".", "/" and "-".
     void foreign(const QString& displayed);
     /// Writes the doctype.
     void doctype();

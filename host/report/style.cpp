@@ -27,7 +27,7 @@ h3 { margin: 1.5rem 0 0.5rem; font-size: 0.95rem; font-weight: 650; }
 p { margin: 0 0 0.75rem; }
 a { color: var(--accent); text-underline-offset: 0.15em; }
 code, .mono { font-family: ui-monospace, SFMono-Regular, Menlo, Consolas, "Liberation Mono", monospace; font-size: 0.87em; }
-bdi { overflow-wrap: anywhere; }
+bdi { overflow-wrap: break-word; }
 .lead { margin: 0.35rem 0 1.5rem; color: var(--muted); }
 .muted { color: var(--muted); }
 section > :last-child { margin-bottom: 0; }
@@ -41,6 +41,8 @@ footer { margin-top: 1.5rem; color: var(--muted); font-size: 0.87rem; }
 .facts dt { color: var(--muted); }
 header .facts { margin-bottom: 1.25rem; }
 .facts dd { margin: 0; overflow-wrap: anywhere; }
+.totals { margin: 1rem 0; font-size: 1.05rem; font-weight: 600; }
+.contents { columns: 14rem; margin: 0; padding: 0; list-style: none; }
 .tiles { display: grid; grid-template-columns: repeat(auto-fit, minmax(8.4rem, 1fr)); gap: 0.75rem; margin: 1.25rem 0; padding: 0; list-style: none; }
 .tiles li { padding: 0.8rem 0.9rem; background: var(--card); border: 1px solid var(--line); border-radius: 10px; }
 .tiles .label { display: block; color: var(--muted); font-size: 0.83rem; }
@@ -59,11 +61,12 @@ tr.group th, tr.group td { background: var(--soft); font-weight: 600; }
 .accounts td { font-size: 0.92rem; }
 .accounts td:first-child { min-width: 13rem; }
 .accounts td:last-child { min-width: 22.5rem; }
+details.user > summary, details.findings > summary { padding: 0.4rem 0; font-weight: 600; cursor: pointer; }
 details.account { margin: 0.4rem 0; padding: 0.4rem 0.75rem; border: 1px solid var(--line); border-radius: 8px; }
 details.account summary { cursor: pointer; font-weight: 600; overflow-wrap: anywhere; }
 details.account .facts { margin: 0.6rem 0; }
 .status { white-space: nowrap; font-weight: 600; }
-.status.missing, .status.different, .status.unreadable { color: var(--bad); }
+.status.missing, .status.different, .status.changed, .status.unreadable { color: var(--bad); }
 .status.loose, .status.link, .status.special { color: var(--warn); }
 .status.copied { color: var(--good); }
 .picture { display: block; width: 100%; min-width: 40rem; height: auto; }
@@ -85,6 +88,10 @@ details.account .facts { margin: 0.6rem 0; }
 th.sortable { cursor: pointer; }
 th[aria-sort="ascending"]::after { content: " \2191"; }
 th[aria-sort="descending"]::after { content: " \2193"; }
+@media (min-width: 60rem) {
+  .scroll { overflow-x: visible; }
+  thead th { position: sticky; top: 0; background: var(--card); }
+}
 @media (max-width: 40rem) {
   body { padding: 1.25rem 0.75rem 2rem; }
   section { padding: 1rem; }
@@ -120,6 +127,8 @@ th[aria-sort="descending"]::after { content: " \2193"; }
   .picture { min-width: 0; }
   .picture rect, tr.group th, tr.group td { print-color-adjust: exact; -webkit-print-color-adjust: exact; }
   thead { display: table-header-group; }
+  thead th { position: static; }
+  details:not(.account)::details-content { display: block; content-visibility: visible; }
   tr, .tiles li, .notice, .log li, details.account { break-inside: avoid; }
   h2, h3, tr.group { break-after: avoid; }
 }
@@ -128,7 +137,11 @@ th[aria-sort="descending"]::after { content: " \2193"; }
 const char* const report_script = R"js(
 "use strict";
 addEventListener("beforeprint", function () {
-  document.querySelectorAll("details").forEach(function (card) { card.open = true; });
+  // Whole cards of very many accounts would be a heap of paper that nobody reads: they print one line each.
+  var many = document.querySelectorAll("details.account").length > 60;
+  document.querySelectorAll("details").forEach(function (part) {
+    part.open = part.open || !many || !part.classList.contains("account");
+  });
 });
 function data_rows(body) {
   return Array.from(body.rows).filter(function (row) { return !row.classList.contains("group"); });

@@ -101,12 +101,29 @@ tile not_copied_tile(const report_data& data)
     return {"Not copied", display_number(faults), QStringLiteral("of those due"), faults > 0 ? "bad" : "good"};
 }
 
-tile left_by_rule_tile(const report_data& data)
+tile kept_aside_tile(const report_manifest& manifest)
 {
-    const qint64 hidden = data.manifest->count(entry_status::hidden);
-    const qint64 loose = data.manifest->count(entry_status::loose);
-    return {"Left by rule", display_number(hidden + loose),
-            QStringLiteral("%1 hidden, %2 loose").arg(display_number(hidden), display_number(loose))};
+    return {"Kept aside", display_number(manifest.kept_hidden + manifest.kept_loose),
+            QStringLiteral("%1 hidden, %2 loose")
+                .arg(display_number(manifest.kept_hidden), display_number(manifest.kept_loose))};
+}
+
+/// Says in one line what became of every file.
+QString totals_text(const report_manifest& manifest)
+{
+    QString text = QStringLiteral("%1 of %2 files copied and proven, %3 kept aside (%4 hidden, %5 loose)")
+                       .arg(display_number(manifest.count(entry_status::copied)),
+                            display_number(manifest.files() - manifest.further_witnesses()),
+                            display_number(manifest.kept_hidden + manifest.kept_loose),
+                            display_number(manifest.kept_hidden), display_number(manifest.kept_loose));
+    for (std::size_t status = 0; status < manifest.totals.size(); ++status) {
+        const auto which = static_cast<entry_status>(status);
+        if (which != entry_status::copied && which != entry_status::kept && manifest.totals[status] > 0) {
+            text += QStringLiteral(", %1 %2").arg(display_number(manifest.totals[status]),
+                                                  QLatin1String(entry_status_name(which)));
+        }
+    }
+    return text + QStringLiteral("; %1 further witnesses kept").arg(display_number(manifest.further_witnesses()));
 }
 
 tile failures_tile(const report_data& data)
@@ -154,13 +171,16 @@ void write_report_tiles(report_html& html, const report_data& data)
     }
     QList<tile> tiles = {{"Users", display_number(data.users.size()), QStringLiteral("of the source")},
                          {"Accounts", display_number(accounts), QStringLiteral("in the result")},
-                         {"Files", display_number(all.files), QStringLiteral("in the result")},
+                         {"Files", display_number(all.files), QStringLiteral("of all users")},
                          {"Size", display_bytes(all.bytes), display_number(all.bytes) + QStringLiteral(" bytes")},
                          not_copied_tile(data)};
     if (data.manifest) {
-        tiles.append(left_by_rule_tile(data));
+        tiles.append(kept_aside_tile(*data.manifest));
     }
     tiles.append(failures_tile(data));
+    if (data.manifest) {
+        html.element("p", totals_text(*data.manifest), {{"class", QStringLiteral("totals")}});
+    }
     const auto list = html.open("ul", {{"class", QStringLiteral("tiles")}});
     for (const tile& one : tiles) {
         write_tile(html, one);

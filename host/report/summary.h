@@ -6,7 +6,7 @@
 /// Writes whether the result is whole, and a line for everything that makes it less.
 void write_report_notices(report_html& html, const report_data& data);
 
-/// Writes the row of totals.
+/// Writes the line and the row of totals.
 void write_report_tiles(report_html& html, const report_data& data);
 
 /// Writes what ran: program, plug-in, machine, command line, options, files of the result.

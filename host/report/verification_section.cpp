@@ -4,7 +4,14 @@
 #include "host/report/parts.h"
 #include "host/text/display_text.h"
 
+#include <QHash>
+
+#include <map>
+#include <utility>
+
 namespace {
+
+constexpr qsizetype fewest_to_fold = 4;
 
 constexpr std::array<const char*, entry_status_names.size()> status_meanings = {
     "The copy has the same bytes (SHA-256).",
@@ -19,6 +26,12 @@ constexpr std::array<const char*, entry_status_names.size()> status_meanings = {
     "The file, its folder or its copy cannot be read.",
 };
 
+/// A line of the log without the time in brackets that it begins with.
+QString without_time(const QString& line)
+{
+    return line.startsWith(QLatin1Char('[')) ? line.mid(line.indexOf(QLatin1Char(']')) + 1) : line;
+}
+
 QString status_class(std::size_t status)
 {
     return QStringLiteral("status ") + QLatin1String(entry_status_names[status]);
@@ -27,7 +40,7 @@ QString status_class(std::size_t status)
 void write_totals(report_html& html, const std::array<qint64, entry_status_names.size()>& totals)
 {
     const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
-    const auto table = html.open("table");
+    const auto table = html.open("table", {{"class", QStringLiteral("whole")}});
     write_table_head(html, {{"Status"}, {"Files", true}, {"Meaning"}});
     const auto body = html.open("tbody");
     for (std::size_t status = 0; status < totals.size(); ++status) {
@@ -53,9 +66,51 @@ void write_exception(report_html& html, const manifest_entry& entry)
     html.foreign(display_text(entry.reason));
 }
 
+void write_exception_table(report_html& html, const QList<manifest_entry>& entries)
+{
+    const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
+    const auto table = html.open("table", {{"data-tool", QStringLiteral("yes")}});
+    write_table_head(html, {{"Status"}, {"File, below the source"}, {"Size", true}, {"Reason"}});
+    const auto body = html.open("tbody");
+    for (const manifest_entry& entry : entries) {
+        write_exception(html, entry);
+    }
+}
+
+struct folded_exceptions
+{
+    QList<manifest_entry> single;       ///< in their order
+    QList<QList<manifest_entry>> equal; ///< of one status and reason each, in the order of the first
+};
+
+/// Puts those together of which there are more than a few with the same status and reason.
+folded_exceptions folded(const QList<manifest_entry>& entries)
+{
+    std::map<std::pair<entry_status, QByteArray>, qsizetype> counts;
+    for (const manifest_entry& entry : entries) {
+        ++counts[{entry.status, entry.reason}];
+    }
+    std::map<std::pair<entry_status, QByteArray>, qsizetype> places;
+    folded_exceptions found;
+    for (const manifest_entry& entry : entries) {
+        const std::pair<entry_status, QByteArray> key{entry.status, entry.reason};
+        if (counts[key] < fewest_to_fold) {
+            found.single.append(entry);
+            continue;
+        }
+        const auto place = places.find(key);
+        if (place == places.end()) {
+            places.emplace(key, found.equal.size());
+            found.equal.append(QList<manifest_entry>{entry});
+        } else {
+            found.equal[place->second].append(entry);
+        }
+    }
+    return found;
+}
+
 void write_exceptions(report_html& html, const report_manifest& manifest, const QString& manifest_link)
 {
-    html.element("h3", QStringLiteral("Files that are neither copied nor hidden"));
     if (manifest.exceptions_count == 0) {
         html.element("p", QStringLiteral("None."), {{"class", QStringLiteral("muted")}});
         return;
@@ -67,12 +122,23 @@ void write_exceptions(report_html& html, const report_manifest& manifest, const 
         html.element("a", product_name(product::manifest), {{"href", manifest_link}});
         html.text(QStringLiteral("."));
     }
-    const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
-    const auto table = html.open("table", {{"data-tool", QStringLiteral("yes")}});
-    write_table_head(html, {{"Status"}, {"File, below the source"}, {"Size", true}, {"Reason"}});
-    const auto body = html.open("tbody");
-    for (const manifest_entry& entry : manifest.exceptions) {
-        write_exception(html, entry);
+    const auto [single, equal] = folded(manifest.exceptions);
+    if (!single.isEmpty()) {
+        write_exception_table(html, single);
+    }
+    for (const QList<manifest_entry>& group : equal) {
+        const auto part = html.open("details", {{"class", QStringLiteral("findings")}});
+        {
+            const auto line = html.open("summary");
+            html.element("span", QLatin1String(entry_status_name(group[0].status)),
+                         {{"class", status_class(static_cast<std::size_t>(group[0].status))}});
+            html.text(QStringLiteral(": %1 files shown").arg(display_number(group.size())));
+            if (!group[0].reason.isEmpty()) {
+                html.text(QStringLiteral(", "));
+                html.foreign(display_text(group[0].reason));
+            }
+        }
+        write_exception_table(html, group);
     }
 }
 
@@ -81,7 +147,7 @@ void write_exceptions(report_html& html, const report_manifest& manifest, const 
 void write_verification(report_html& html, const report_data& data, const QString& directory)
 {
     const auto section = html.open("section", {{"id", QStringLiteral("verification")}});
-    html.element("h2", QStringLiteral("Verification"));
+    html.element("h2", QStringLiteral("What became of every file"));
     if (!data.manifest) {
         html.element("p", QStringLiteral("There is no manifest of this result, so no file is proven to be copied."));
         return;
@@ -96,7 +162,16 @@ void write_verification(report_html& html, const report_data& data, const QStrin
         html.text(data.manifest->written.toString(QStringLiteral("', written 'yyyy-MM-dd hh:mm:ss' UTC.'")));
     }
     write_totals(html, data.manifest->totals);
-    write_exceptions(html, *data.manifest, manifest_link);
+}
+
+void write_manifest_exceptions(report_html& html, const report_data& data, const QString& directory)
+{
+    if (!data.manifest) {
+        return;
+    }
+    const auto section = html.open("section", {{"id", QStringLiteral("exceptions")}});
+    html.element("h2", QStringLiteral("Files that are neither copied nor kept"));
+    write_exceptions(html, *data.manifest, relative_link(directory, data.result.path(product::manifest)));
 }
 
 void write_log_failures(report_html& html, const report_data& data)
@@ -112,9 +187,20 @@ void write_log_failures(report_html& html, const report_data& data)
         html.element("p", QStringLiteral("The first %1 of %2 lines are shown; all stand in the log.")
                               .arg(display_number(data.failure_lines.size()), display_number(data.failures)));
     }
-    const auto list = html.open("ul", {{"class", QStringLiteral("log mono")}});
+    // Lines that say the same at another time are one, with the first time.
+    QStringList different;
+    QHash<QString, qint64> counts;
     for (const QString& line : data.failure_lines) {
+        if (++counts[without_time(line)] == 1) {
+            different.append(line);
+        }
+    }
+    const auto list = html.open("ul", {{"class", QStringLiteral("log mono")}});
+    for (const QString& line : different) {
         const auto item = html.open("li");
+        if (const qint64 count = counts.value(without_time(line)); count > 1) {
+            html.element("strong", QStringLiteral("%1 times: ").arg(display_number(count)));
+        }
         html.foreign(display_text(line));
     }
 }
