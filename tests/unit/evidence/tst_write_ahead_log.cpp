@@ -1,0 +1,101 @@
+#include "host/evidence/write_ahead_log.h"
+#include "tests/common/files.h"
+
+#include <QTest>
+
+#include <sqlite3.h>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype header_size = 32;
+constexpr qsizetype frame_size = 24 + 4096;
+
+QString passed_over(const QByteArray& content)
+{
+    const QTemporaryDir directory;
+    const QString path = write_file(directory.filePath(u"log"_s), content);
+    return passed_over_in_log(QFile::encodeName(path), [] { return true; });
+}
+
+/// Returns the log that statements leave behind.
+QByteArray log_of(const char* statements)
+{
+    const QTemporaryDir directory;
+    const QByteArray path = QFile::encodeName(directory.filePath(u"db"_s));
+    sqlite3* connection = nullptr;
+    sqlite3_open(path.constData(), &connection);
+    const int code = sqlite3_exec(connection, statements, nullptr, nullptr, nullptr);
+    const QByteArray log = code == SQLITE_OK ? content_of(QFile::decodeName(path + "-wal")) : QByteArray();
+    sqlite3_close(connection);
+    return log;
+}
+
+constexpr const char* three_changes = "PRAGMA page_size=4096; PRAGMA journal_mode=WAL; CREATE TABLE t(a); "
+                                      "INSERT INTO t VALUES('first'); INSERT INTO t VALUES('second')";
+
+} // namespace
+
+class tst_write_ahead_log : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void what_sqlite_leaves_is_sound_data()
+    {
+        QTest::addColumn<QByteArray>("statements");
+        QTest::newRow("three changes") << QByteArray(three_changes);
+        QTest::newRow("begun anew over older frames")
+            << QByteArray(three_changes) + "; PRAGMA wal_checkpoint(RESTART); INSERT INTO t VALUES('third'); "
+                                           "PRAGMA wal_checkpoint(RESTART); INSERT INTO t VALUES('fourth')";
+        QTest::newRow("of large pages") << QByteArray(
+            "PRAGMA page_size=65536; PRAGMA journal_mode=WAL; CREATE TABLE t(a)");
+    }
+
+    void what_sqlite_leaves_is_sound()
+    {
+        QFETCH(QByteArray, statements);
+        const QByteArray log = log_of(statements);
+        QVERIFY(log.size() > frame_size);
+        QCOMPARE(passed_over(log), QString());
+    }
+
+    void damage_is_said_with_its_place_data()
+    {
+        QTest::addColumn<std::function<void(QByteArray&)>>("damage");
+        QTest::addColumn<qsizetype>("place");
+        const auto row = [](const char* name, qsizetype place, std::function<void(QByteArray&)> damage) {
+            QTest::newRow(name) << std::move(damage) << place;
+        };
+        const auto flip = [](qsizetype at) { return [at](QByteArray& log) { log[at] = char(log[at] ^ 1); }; };
+        const qsizetype last = header_size + 3 * frame_size;
+        row("header", 0, flip(12));
+        row("cut in the header", 20, [](QByteArray& log) { log.truncate(20); });
+        row("page", header_size + frame_size, flip(header_size + frame_size + 1000));
+        row("salt of the last frame", last, flip(last + 11));
+        row("checksum of the last frame", last, flip(last + 20));
+        row("last frame's salt and page", last, [=](QByteArray& log) {
+            flip(last + 8)(log);
+            flip(last + 100)(log);
+        });
+        row("cut in a frame", last, [](QByteArray& log) { log.chop(1); });
+        row("change without its end", header_size, [](QByteArray& log) { log.truncate(header_size + frame_size); });
+    }
+
+    void damage_is_said_with_its_place()
+    {
+        QFETCH(std::function<void(QByteArray&)>, damage);
+        QFETCH(qsizetype, place);
+        QByteArray log = log_of(three_changes);
+        QCOMPARE(log.size(), header_size + 4 * frame_size);
+        damage(log);
+        const QString said = passed_over(log);
+        QVERIFY2(said.contains(u"at byte %1 ("_s.arg(place)), qUtf8Printable(said));
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_write_ahead_log)
+#include "tst_write_ahead_log.moc"
