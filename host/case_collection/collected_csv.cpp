@@ -19,7 +19,7 @@ QByteArray field_text(const QVariant& value)
     }
     // Only a text can be a formula; a number may well begin with "-".
     const QByteArray text = value.toString().toUtf8();
-    return value.userType() == QMetaType::QString ? csv_guarded(text) : text;
+    return value.userType() == QMetaType::QString ? spreadsheet_text(text) : text;
 }
 
 void write_table(const collected_database& database, const QString& table, const QString& path)

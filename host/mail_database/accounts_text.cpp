@@ -153,7 +153,7 @@ QByteArrayList accounts_csv(const QList<account_record>& accounts, bool raw)
     const auto line_of = [raw](const account_record* record) {
         QByteArrayList fields;
         for (const QString& text : all_texts(record)) {
-            fields.append(raw ? text.toUtf8() : csv_guarded(text.toUtf8()));
+            fields.append(raw ? text.toUtf8() : spreadsheet_text(text.toUtf8()));
         }
         return csv_line(fields);
     };

@@ -148,7 +148,7 @@ void completeness_table_writer::csv_list::add(const QVariantList& values)
     QByteArrayList fields;
     for (const QVariant& value : values) {
         // Subjects come from strangers: none may be run by a spreadsheet, nor break the line.
-        fields.append(csv_guarded(display_text(value.toString()).toUtf8()));
+        fields.append(spreadsheet_text(display_text(value.toString()).toUtf8()));
     }
     write(fields);
 }

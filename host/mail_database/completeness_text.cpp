@@ -153,7 +153,7 @@ QByteArrayList completeness_csv(const completeness_certificate& certificate, boo
     const auto add = [&lines, raw](const QStringList& texts, const completeness_figures& figures) {
         QByteArrayList fields;
         for (const QString& text : texts) {
-            fields.append(raw ? text.toUtf8() : csv_guarded(text.toUtf8()));
+            fields.append(raw ? text.toUtf8() : spreadsheet_text(text.toUtf8()));
         }
         for (const named_figure& figure : figure_names) {
             fields.append(QByteArray::number(figures.*figure.value));

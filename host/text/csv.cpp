@@ -15,9 +15,9 @@ QByteArray spreadsheet_text(const QByteArray& text)
     if (text.isEmpty() || !QByteArray("=+-@\t\r").contains(text.front())) {
         return text;
     }
-    const bool is_number = text.size() > 1 && std::all_of(text.begin() + 1, text.end(), [](char character) {
-                               return character >= '0' && character <= '9';
-                           });
+    const bool is_number =
+        text.size() > 1 && (text.front() == '+' || text.front() == '-') &&
+        std::all_of(text.begin() + 1, text.end(), [](char character) { return character >= '0' && character <= '9'; });
     return is_number ? text : '\'' + text;
 }
 
@@ -30,14 +30,6 @@ QByteArray csv_line(const QByteArrayList& texts)
     }
     line.chop(1);
     return line + "\r\n";
-}
-
-QByteArray csv_guarded(const QByteArray& text)
-{
-    const char first = text.isEmpty() ? '\0' : text.front();
-    const bool is_formula =
-        first == '=' || first == '+' || first == '-' || first == '@' || first == '\t' || first == '\r';
-    return is_formula ? '\'' + text : text;
 }
 
 std::optional<QByteArrayList> csv_fields(const QByteArray& line)
