@@ -39,6 +39,7 @@ try {
     }
 } catch (const failure& unreadable) {
     data.notes.append(unreadable.message());
+    data.unreadable.append(unreadable.message());
 }
 
 void add_manifest(report_data& data)

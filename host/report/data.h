@@ -24,6 +24,7 @@ struct report_data
     qint64 failures = 0;
     QStringList failure_lines = {}; ///< limited
     QStringList notes = {};         ///< one line each
+    QStringList unreadable = {};    ///< those of the notes that tell of something there that cannot be read
 };
 
 /// Reads a result directory. Throws a failure when its result database cannot be read.

@@ -114,7 +114,7 @@ void write_document(report_html& html, const report_data& data, const QString& d
 
 } // namespace
 
-void write_report(const result_paths& result, const QString& output)
+QStringList write_report(const result_paths& result, const QString& output)
 {
     const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(output));
     const report_data data = load_report_data(result);
@@ -125,4 +125,5 @@ void write_report(const result_paths& result, const QString& output)
     report_html html(&file);
     write_document(html, data, QFileInfo(path).absolutePath());
     file.commit();
+    return data.unreadable;
 }

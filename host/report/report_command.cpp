@@ -8,7 +8,10 @@ int report_command(const report_options& options)
 {
     const result_paths result(options.result);
     const QString output = options.output.isEmpty() ? result.path(product::report) : options.output;
-    write_report(result, output);
+    const QStringList unreadable = write_report(result, output);
     print_line(output);
-    return exit_code::whole;
+    for (const QString& problem : unreadable) {
+        complain(problem);
+    }
+    return unreadable.isEmpty() ? exit_code::whole : exit_code::with_failures;
 }

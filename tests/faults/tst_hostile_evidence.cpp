@@ -35,6 +35,8 @@ private slots:
         QTest::newRow("generated column")
             << QStringList{"CREATE TABLE ZACCOUNT(Z_PK INTEGER PRIMARY KEY, ZPARENTACCOUNT, ZUSERNAME)",
                            "INSERT INTO ZACCOUNT(Z_PK) VALUES (1), (2), (3), (4), (5), (6), (7), (8)",
+                           // Added last: an insertion computes it, and the memory of this process counts in its
+                           // child's.
                            "ALTER TABLE ZACCOUNT ADD COLUMN ZIDENTIFIER AS (hex(zeroblob(300000000)) || Z_PK)"}
             << false;
         QTest::newRow("sparse blobs") << QStringList{"CREATE TABLE ZACCOUNT(" + columns + ")",
@@ -83,13 +85,15 @@ private slots:
     void no_cell_is_a_formula()
     {
         const trial_ground ground;
-        ground.source.add_mail("ben", "V9/IMAP-=cmd(1)@h/1.emlx");
+        ground.source.add_mail("ben", "V9/IMAP-=cmd(A1)@h/1.emlx");
         QCOMPARE(ground.run(ground.run_arguments(), {}).exit_code, 0);
-        QProcess show;
-        show.start(MAIL_EXTRACT_PROGRAM, {"show", "--result", ground.result(), "--format", "csv"});
-        QVERIFY(show.waitForFinished());
-        const QByteArray cells = '\n' + show.readAllStandardOutput().replace(',', '\n').replace('"', "");
-        QVERIFY2(cells.contains("=cmd") && !cells.contains("\n=cmd"), cells.constData());
+        for (const char* command : {"show", "accounts"}) {
+            QProcess printing;
+            printing.start(MAIL_EXTRACT_PROGRAM, {command, "--result", ground.result(), "--format", "csv"});
+            QVERIFY(printing.waitForFinished());
+            const QByteArray cells = '\n' + printing.readAllStandardOutput().replace(',', '\n').replace('"', "");
+            QVERIFY2(cells.contains("'=cmd") && !cells.contains("\n=cmd"), cells.constData());
+        }
     }
 
     void what_the_copies_have_more_or_less_is_a_finding_data()
@@ -124,9 +128,12 @@ private slots:
         const QByteArray record = content_of(path);
         for (const char* name : {"../../Shared", "/etc", "..", "ben/../anna"}) {
             write_file(path, QByteArray(record).replace("\"ben\"", '"' + QByteArray(name) + '"'));
-            QVERIFY2(ground.run(ground.verify_arguments(), {}).exit_code == 3, name);
-            ground.run({"report", "--result", ground.result()}, {});
-            QVERIFY2(content_of(ground.result() + "/mail-extract/report.html").contains("this is no run record"), name);
+            for (const QStringList& command : {ground.verify_arguments(), {"report", "--result", ground.result()}}) {
+                const trial_ending ending = ground.run(command, {});
+                // Both work without the record, and say so.
+                QVERIFY2(ending.exit_code == 3 && ending.said.contains("no run record"),
+                         qPrintable(QString("%1 with %2: %3").arg(command[0], name).arg(ending.exit_code)));
+            }
         }
         QVERIFY(ground.source_state() == ground.source_before);
     }
