@@ -2,11 +2,11 @@
 
 #include "host/files/file_tree.h"
 #include "host/result/result_database.h"
+#include "host/result/row_folders.h"
 #include "host/text/failure.h"
 #include "support/shared_texts.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QHash>
 #include <QMap>
 #include <QSqlError>
@@ -17,15 +17,17 @@
 
 namespace {
 
-report_account account_from_row(const QSqlQuery& row, const result_paths& result)
+report_account account_from_row(const QSqlQuery& row, const row_folders& folders)
 {
     report_account account;
     account.account = row.value(1).toString();
     account.type = row.value(2).toString();
     account.files_copied = row.value(3).toLongLong();
     account.written_path = row.value(4).toString();
-    account.folder = folder_in_result(account.written_path);
-    account.folder_exists = !account.folder.isEmpty() && QFileInfo(result.below(account.folder)).isDir();
+    const auto place = folders.place_of(account.written_path, row.value(0).toString());
+    account.folder = folder_in_result(place.value_or(account.written_path));
+    account.folder_exists = place.has_value();
+    account.is_moved = place && *place != account.written_path;
     return account;
 }
 
@@ -103,11 +105,12 @@ QList<report_user> load_report_users(const result_paths& result)
     QSqlQuery rows = database.query(
         QStringLiteral("SELECT system_user, account, account_type, files_copied, dest_path FROM %1 ORDER BY INT")
             .arg(shared_texts::accounts_table));
+    const row_folders folders(result);
     QMap<QString, report_user> users;
     while (rows.next()) {
         report_user& user = users[rows.value(0).toString()];
         user.name = rows.value(0).toString();
-        user.accounts.append(account_from_row(rows, result));
+        user.accounts.append(account_from_row(rows, folders));
     }
     if (rows.lastError().isValid()) {
         refuse(result.database() + QStringLiteral(": ") + rows.lastError().databaseText());

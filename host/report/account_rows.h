@@ -26,6 +26,7 @@ struct report_account
     QString written_path;    ///< the folder as the row has it
     qint64 files_copied = 0; ///< copies the plug-in attempted
     bool folder_exists = false;
+    bool is_moved = false; ///< the row names the folder of another day, which is not there
     report_amount amount;
 };
 

@@ -16,6 +16,12 @@ void write_folder(report_html& html, const report_data& data, const report_accou
         const auto link = html.open("a", {{"href", relative_link(directory, folder) + QLatin1Char('/')},
                                           {"title", display_text(account.written_path)}});
         html.foreign(display_text(below_dated_folder(account.folder)));
+        if (account.is_moved) {
+            html.element("span", QStringLiteral(" (the row names a folder of another day: "),
+                         {{"class", QStringLiteral("muted")}});
+            html.foreign(display_text(account.written_path));
+            html.element("span", QStringLiteral(")"), {{"class", QStringLiteral("muted")}});
+        }
         return;
     }
     html.foreign(display_text(account.written_path));

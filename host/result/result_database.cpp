@@ -1,6 +1,8 @@
 #include "host/result/result_database.h"
 
+#include "host/files/rollback_journal.h"
 #include "host/files/sqlite_companions.h"
+#include "host/result/row_folders.h"
 #include "host/text/failure.h"
 #include "support/shared_texts.h"
 
@@ -27,6 +29,10 @@ result_database::result_database(const result_paths& result) : path(result.datab
 {
     if (!QFileInfo(path).isFile()) {
         fail(QStringLiteral("no such file"));
+    }
+    if (names_another_file(QFile::encodeName(path + QStringLiteral("-journal")))) {
+        fail(QStringLiteral("its \"-journal\" names another file, which a rollback would delete; no run leaves such "
+                            "a journal"));
     }
     QString opened = path;
     if (is_unfinished(path)) {
@@ -83,6 +89,40 @@ qint64 last_account_row(const result_paths& result)
     }
     QSqlQuery rows = database.query(QStringLiteral("SELECT max(INT) FROM %1").arg(shared_texts::accounts_table));
     return rows.next() ? rows.value(0).toLongLong() : 0;
+}
+
+QStringList problems_of_row_folders(const result_paths& result)
+{
+    const result_database database(result);
+    const row_folders folders(result);
+    QSqlQuery rows = database.query(QStringLiteral("SELECT system_user, dest_path, CAST(files_copied AS INTEGER) FROM "
+                                                   "%1 WHERE dest_path <> '' ORDER BY INT")
+                                        .arg(shared_texts::accounts_table));
+    qint64 moved = 0;
+    qint64 lost = 0;
+    QString first_moved;
+    QString first_lost;
+    while (rows.next()) {
+        const QString named = rows.value(1).toString();
+        const std::optional<QString> place = folders.place_of(named, rows.value(0).toString());
+        if (place && *place != named && moved++ == 0) {
+            first_moved = QStringLiteral("%1, which is %2").arg(named, *place);
+        } else if (!place && rows.value(2).toLongLong() > 0 && lost++ == 0) {
+            first_lost = named;
+        }
+    }
+    QStringList problems;
+    if (moved > 0) {
+        problems.append(QStringLiteral("accounts that name a folder of another day than the one that holds their "
+                                       "copies, since the day changed during the run: %1, the first of them %2")
+                            .arg(QString::number(moved), first_moved));
+    }
+    if (lost > 0) {
+        problems.append(
+            QStringLiteral("accounts that name a folder which is not in the result: %1, the first of them %2")
+                .arg(QString::number(lost), first_lost));
+    }
+    return problems;
 }
 
 qint64 count_account_rows(const result_paths& result, QList<user_record>& users)

@@ -6,6 +6,7 @@
 #include <QList>
 #include <QSqlDatabase>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 #include <optional>
@@ -34,6 +35,10 @@ private:
 
 /// Returns the number of the last row of the table of accounts; 0 without rows or without a database.
 qint64 last_account_row(const result_paths& result);
+
+/// Returns what is wrong with the folders that rows name, a line each at most: of another day than the one that holds
+/// the copies, or nowhere although the row tells of copies. The first of each kind is named, the others are counted.
+QStringList problems_of_row_folders(const result_paths& result);
 
 /// Counts the rows into the users they belong to, those of other users into none, and returns how many there are.
 qint64 count_account_rows(const result_paths& result, QList<user_record>& users);

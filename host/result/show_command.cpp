@@ -2,6 +2,7 @@
 
 #include "host/result/dated_folders.h"
 #include "host/result/result_database.h"
+#include "host/result/row_folders.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
 #include "host/terminal/screen.h"
@@ -33,7 +34,7 @@ QString text_for_person(const QString& text)
     return text.isEmpty() ? QStringLiteral("-") : text;
 }
 
-void print_table(QSqlQuery& rows, bool wide)
+void print_table(QSqlQuery& rows, const row_folders& folders, bool wide)
 {
     const QList<table_column> columns{{QStringLiteral("#"), true},
                                       {QStringLiteral("user"), false, narrow_column},
@@ -42,13 +43,17 @@ void print_table(QSqlQuery& rows, bool wide)
                                       {QStringLiteral("files"), true},
                                       {QStringLiteral("folder"), false, folder_column}};
     QList<QStringList> texts;
+    qint64 moved = 0;
     while (rows.next()) {
         QStringList& row = texts.emplaceBack();
         for (const char* column : {"INT", "system_user", "account", "account_type", "files_copied"}) {
             row.append(text_for_person(rows.value(QLatin1String(column)).toString()));
         }
-        row.append(text_for_person(short_folder(rows.value(QStringLiteral("dest_path")).toString(),
-                                                rows.value(QStringLiteral("system_user")).toString())));
+        const QString user = rows.value(QStringLiteral("system_user")).toString();
+        const QString named = rows.value(QStringLiteral("dest_path")).toString();
+        const QString place = folders.place_of(named, user).value_or(named);
+        moved += place == named ? 0 : 1;
+        row.append(text_for_person(short_folder(place, user)));
     }
     if (!texts.isEmpty()) {
         print_line(QStringLiteral("folders below /%1, where … is %2_<user>_")
@@ -56,6 +61,11 @@ void print_table(QSqlQuery& rows, bool wide)
     }
     for (const QString& line : table_lines(columns, texts, wide ? unlimited_width : screen_columns(page_width))) {
         print_line(line);
+    }
+    if (moved > 0) {
+        print_line(QStringLiteral("accounts whose row names a folder of another day than the one shown, which holds "
+                                  "their copies: %1")
+                       .arg(moved));
     }
 }
 
@@ -115,14 +125,15 @@ void print_json(QSqlQuery& rows)
 
 int show_command(const show_options& options)
 {
-    const result_database database{result_paths(options.result)};
+    const result_paths result(options.result);
+    const result_database database(result);
     QSqlQuery rows = database.query(QStringLiteral("SELECT * FROM %1 ORDER BY INT").arg(shared_texts::accounts_table));
     if (options.format == QLatin1String("csv")) {
         print_csv(rows, options.raw);
     } else if (options.format == QLatin1String("json")) {
         print_json(rows);
     } else {
-        print_table(rows, options.wide);
+        print_table(rows, row_folders(result), options.wide);
     }
     return exit_code::whole;
 }

@@ -2,6 +2,7 @@
 
 #include "host/files/file_tree.h"
 #include "host/files/mount_table.h"
+#include "host/files/rollback_journal.h"
 #include "host/text/failure.h"
 
 #include <QDir>
@@ -102,6 +103,11 @@ void refuse_planted_links(const result_paths& result, const QString& log_path)
         refuse_unless_file(result.path(which));
     }
     refuse_unless_file(result.database());
+    if (const QString journal = result.database() + QStringLiteral("-journal");
+        names_another_file(QFile::encodeName(journal))) {
+        refuse(QStringLiteral("cannot write %1: %2 names another file, which a rollback would delete")
+                   .arg(result.database(), journal));
+    }
     if (!log_path.isEmpty()) {
         refuse_unless_file(log_path);
     }

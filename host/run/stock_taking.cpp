@@ -42,6 +42,9 @@ void take_stock(const run_plan& plan, QDate begun, qint64 signalled_rows, run_re
                                             "written to the disk")
                                  .arg(plan.result.database(), QString::number(rows), QString::number(signalled_rows)));
         }
+        for (const QString& problem : problems_of_row_folders(plan.result)) {
+            record.add_error(problem);
+        }
     } catch (const failure& unreadable) {
         record.add_error(unreadable.message());
     }

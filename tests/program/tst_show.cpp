@@ -104,6 +104,32 @@ private slots:
         QVERIFY(QFile::exists(copy + "-journal") && QFileInfo(copy).size() > 100'000);
     }
 
+    // SQLite deletes the file that the end of a journal names.
+    void journal_that_names_another_file_is_refused()
+    {
+        const shown_result result;
+        QFile journal(result.database() + "-journal");
+        QVERIFY(journal.open(QIODevice::WriteOnly));
+        const QByteArray magic = QByteArray::fromHex("d9d505f920a163d7");
+        journal.write(magic + QByteArray(600, '\0') + "/tmp/case.txt" + QByteArray(8, '\0') + magic);
+        journal.close();
+        const program_result shown = result.show("json");
+        QCOMPARE(shown.exit_code, 1);
+        QVERIFY2(shown.errors.contains("names another file"), shown.errors);
+    }
+
+    void folder_of_another_day_is_shown_where_it_lies()
+    {
+        const shown_result result;
+        const QString folder = "/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_anna_%1/V10/IMAP-a@b";
+        result.execute("DELETE FROM accounts");
+        result.add_row({0, 1, "anna", "a@b", "IMAP", 1, folder.arg("01-01-2027"), "x"});
+        const QFileInfo place(result.database());
+        QVERIFY(QDir().mkpath(place.path() + "/Apple_Mail_Extractor_anna_12-31-2026/V10/IMAP-a@b"));
+        const QByteArray shown = result.show("table").output;
+        QVERIFY2(shown.contains("12-31-2026/V10/IMAP-a@b") && shown.contains("another day"), shown.constData());
+    }
+
     void table_that_is_not_there()
     {
         const shown_result result;
