@@ -10,6 +10,7 @@
 #include "host/result/show_command.h"
 #include "host/run/demo_command.h"
 #include "host/run/run_command.h"
+#include "host/self_test/self_test_command.h"
 #include "host/survey/survey_command.h"
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
@@ -244,6 +245,14 @@ void add_decipher(CLI::App& program, chosen_command& chosen, decipher_options& o
     add_path(command, "FILE", options.file, "The enciphered log", "")->required();
 }
 
+void add_self_test(CLI::App& program, chosen_command& chosen, self_test_options& options)
+{
+    CLI::App& command = add_command(program, chosen, "self-test",
+                                    "Try this program on a synthetic volume and print what was seen to hold",
+                                    self_test_command, options);
+    command.add_flag("--json", options.json, "Print the same as JSON");
+}
+
 /// Makes the application object that the plug-in's widgets need.
 std::unique_ptr<QCoreApplication> widget_application(int& argc, char** argv)
 {
@@ -316,6 +325,7 @@ int run_command_line(int argc, char** argv)
     verify_options verify;
     report_options report;
     decipher_options decipher;
+    self_test_options self_test;
     add_demo(program, chosen, demo);
     add_survey(program, chosen, survey);
     add_run(program, chosen, run);
@@ -325,6 +335,7 @@ int run_command_line(int argc, char** argv)
     add_verify(program, chosen, verify);
     add_report(program, chosen, report);
     add_decipher(program, chosen, decipher);
+    add_self_test(program, chosen, self_test);
     add_case_commands(program, [&chosen](std::function<int()> action) { chosen = {std::move(action), false}; });
     try {
         program.parse(argc, argv);

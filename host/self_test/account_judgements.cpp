@@ -1,0 +1,154 @@
+#include "host/self_test/account_judgements.h"
+
+#include "host/self_test/copy_judgements.h"
+#include "host/text/failure.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QRegularExpression>
+
+namespace {
+
+QJsonArray printed(const QString& program, const QString& command, const QString& result)
+{
+    const child_ending ending = run_child(
+        program, {command, QStringLiteral("--result"), result, QStringLiteral("--format"), QStringLiteral("json")});
+    if (ending.exit_code != 0 || !ending.json().isArray()) {
+        refuse(command + QLatin1Char(' ') + ending.words());
+    }
+    return ending.json().array();
+}
+
+QJsonArray rows_of(const self_test_ground& ground, const QString& result)
+{
+    return printed(ground.program, QStringLiteral("show"), result);
+}
+
+/// Where the folder of a row lies in the source.
+QString source_folder(const QJsonValue& row)
+{
+    static const QRegularExpression copies(QStringLiteral("^.*/Apple_Mail_Extractor_[^/]*_\\d\\d-\\d\\d-\\d{4}/"));
+    const QString below_mail = row[QLatin1String("dest_path")].toString().remove(copies);
+    return QStringLiteral("Users/%1/Library/Mail/%2").arg(row[QLatin1String("system_user")].toString(), below_mail);
+}
+
+QString words(const QJsonValue& row)
+{
+    return QStringLiteral("row %1 of %2").arg(row[QLatin1String("account")].toString(), source_folder(row));
+}
+
+bool has_store(const self_test_ground& ground, const QString& folder)
+{
+    const QString accounts = ground.volume.root + QLatin1Char('/') + folder.section(QLatin1Char('/'), 0, 2) +
+                             QStringLiteral("/Accounts/Accounts%1.sqlite");
+    return QFileInfo::exists(accounts.arg(3)) || QFileInfo::exists(accounts.arg(4));
+}
+
+/// A row of the store names the folder's account, one of a folder's name what kind of account it is.
+bool names_account(const QJsonValue& row, const sample_account_folder& folder)
+{
+    const QString type = row[QLatin1String("account_type")].toString();
+    return type.isEmpty() ? row[QLatin1String("account")].toString() == folder.account
+                          : folder.path.section(QLatin1Char('/'), -1).startsWith(type);
+}
+
+bool has_row(const QJsonArray& rows, const sample_account_folder& folder)
+{
+    return std::any_of(rows.begin(), rows.end(), [&folder](const QJsonValue& row) {
+        return source_folder(row) == folder.path && names_account(row, folder);
+    });
+}
+
+} // namespace
+
+QStringList shown_rows(const QString& program, const QString& result)
+{
+    QStringList rows;
+    for (const QJsonValue row : printed(program, QStringLiteral("show"), result)) {
+        QJsonObject cells = row.toObject();
+        cells.remove(QStringLiteral("INT"));
+        cells[QStringLiteral("dest_path")] = source_folder(row);
+        rows.append(QString::fromUtf8(QJsonDocument(cells).toJson(QJsonDocument::Compact)));
+    }
+    rows.sort();
+    return rows;
+}
+
+void judge_no_invented_account(const self_test_ground& ground, const QString& result, examination& found)
+{
+    for (const QJsonValue row : rows_of(ground, result)) {
+        const QString lies_in = source_folder(row);
+        const auto& folders = ground.volume.written.account_folders;
+        const auto folder = std::find_if(folders.begin(), folders.end(),
+                                         [&lies_in](const sample_account_folder& one) { return one.path == lies_in; });
+        found.expect(lies_in == odd_folder() || (folder != folders.end() && names_account(row, *folder)),
+                     words(row) + QStringLiteral(" speaks of no account of the volume"));
+    }
+}
+
+void judge_association(const self_test_ground& ground, const QString& result, examination& found)
+{
+    const QJsonArray rows = rows_of(ground, result);
+    for (const QJsonValue row : rows) {
+        const QString home = QStringLiteral("Users/%1/").arg(row[QLatin1String("system_user")].toString());
+        found.expect(row[QLatin1String("source_count_name")].toString() == QLatin1String("Source1") &&
+                         row[QLatin1String("source_file")].toString().contains(home),
+                     words(row) + QStringLiteral(" names another user or source"));
+    }
+    for (const sample_account_folder& folder : ground.volume.written.account_folders) {
+        if (!folder.by_identifier || has_store(ground, folder.path)) {
+            found.expect(has_row(rows, folder), folder.path + QStringLiteral(" has no row"));
+        }
+    }
+}
+
+void judge_log_honoured(const self_test_ground& ground, const QString& result, examination& found)
+{
+    const QJsonArray rows = rows_of(ground, result);
+    for (const sample_account_folder& folder : ground.volume.written.account_folders) {
+        if (folder.only_in_log && folder.by_identifier && has_store(ground, folder.path)) {
+            found.expect(has_row(rows, folder), folder.path + QStringLiteral(" has no row of its account"));
+        }
+    }
+}
+
+void judge_raw_values(const self_test_ground& ground, const QString& result, examination& found)
+{
+    for (const QJsonValue account : printed(ground.program, QStringLiteral("accounts"), result)) {
+        const QJsonObject origins = account[QLatin1String("origin")].toObject();
+        for (const QString& field : origins.keys()) {
+            found.expect(!account[QLatin1String("raw")][field].toString().isEmpty(),
+                         QStringLiteral("%1 of %2 has no raw value")
+                             .arg(field, account[QLatin1String("identifier")].toString()));
+        }
+    }
+}
+
+void judge_counts(const self_test_ground& ground, const QString& result, examination& found)
+{
+    const result_paths paths(result);
+    const QJsonDocument record = QJsonDocument::fromJson(trial_content(paths.path(product::run_record)));
+    qint64 rows = 0;
+    qint64 copied = 0;
+    for (const QJsonValue user : record[QLatin1String("users")].toArray()) {
+        const QJsonValue accounts = user[QLatin1String("accounts")];
+        rows += accounts[QLatin1String("account_store")].toInteger() +
+                accounts[QLatin1String("mail_directory")].toInteger();
+        copied += user[QLatin1String("files_copied")].toInteger();
+    }
+    qint64 copied_in_manifest = 0;
+    for (const manifest_entry& entry : manifest_of(result)) {
+        copied_in_manifest += entry.status == entry_status::copied ? 1 : 0;
+    }
+    qint64 failures = 0;
+    for (const QByteArray& line : trial_content(paths.path(product::log)).split('\n')) {
+        failures += line.contains("FAILED") ? 1 : 0;
+    }
+    const qint64 shown = rows_of(ground, result).size();
+    found.expect(rows == shown, QStringLiteral("%1 rows counted, %2 shown").arg(rows).arg(shown));
+    found.expect(copied == copied_in_manifest,
+                 QStringLiteral("%1 files counted as copied, %2 in the manifest").arg(copied).arg(copied_in_manifest));
+    found.expect(record[QLatin1String("log")][QLatin1String("failures")].toInteger(-1) == failures,
+                 QStringLiteral("the log has %1 failures, the record another number").arg(failures));
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "host/self_test/self_test_ground.h"
+#include "host/self_test/statements.h"
+
+/// The rows of a result as the program shows them, each without its number and the day of its folder. Throws a failure.
+QStringList shown_rows(const QString& program, const QString& result);
+
+/// Every row belongs to an account folder that the volume was written with, and names its account.
+void judge_no_invented_account(const self_test_ground& ground, const QString& result, examination& found);
+/// Every row names the user, the source's number and the files that are its own, and no account folder whose account
+/// can be known is without a row.
+void judge_association(const self_test_ground& ground, const QString& result, examination& found);
+/// The accounts that the write-ahead log alone has stand in rows.
+void judge_log_honoured(const self_test_ground& ground, const QString& result, examination& found);
+/// Every interpreted value of an account has the raw one beside it.
+void judge_raw_values(const self_test_ground& ground, const QString& result, examination& found);
+/// The counts of run record, rows, manifest and debug log agree.
+void judge_counts(const self_test_ground& ground, const QString& result, examination& found);
