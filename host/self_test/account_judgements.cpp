@@ -60,6 +60,31 @@ bool has_row(const QJsonArray& rows, const sample_account_folder& folder)
     });
 }
 
+/// An account of the program's own records stands for the folder: under its user, and where the store can name it under
+/// its name.
+bool has_record(const QJsonArray& accounts, const sample_account_folder& folder, bool known_by_store)
+{
+    return std::any_of(accounts.begin(), accounts.end(), [&](const QJsonValue& account) {
+        const QJsonArray folders = account[QLatin1String("folders")].toArray();
+        const bool is_here = std::any_of(folders.begin(), folders.end(), [&folder](const QJsonValue& one) {
+            const QString path = one[QLatin1String("path")].toString();
+            return folder.path == path || folder.path.startsWith(path + QLatin1Char('/'));
+        });
+        const bool is_named =
+            account[QLatin1String("user_name")].toString() == folder.account &&
+            (!folder.only_in_log || account[QLatin1String("row")].toString() == QLatin1String("only in the log"));
+        return is_here && (is_named || !known_by_store) &&
+               account[QLatin1String("user")].toString() == folder.path.section(QLatin1Char('/'), 1, 1);
+    });
+}
+
+/// Of the versions up to this one the table has the accounts of the newest alone.
+bool stands_in_table(const sample_account_folder& folder)
+{
+    constexpr int last_of_the_older = 7;
+    return folder.path.section(QLatin1Char('/'), 4, 4).mid(1).toInt() > last_of_the_older;
+}
+
 } // namespace
 
 QStringList shown_rows(const QString& program, const QString& result)
@@ -96,8 +121,11 @@ void judge_association(const self_test_ground& ground, const QString& result, ex
                          row[QLatin1String("source_file")].toString().contains(home),
                      words(row) + QStringLiteral(" names another user or source"));
     }
+    const QJsonArray accounts = printed(ground.program, QStringLiteral("accounts"), result);
     for (const sample_account_folder& folder : ground.volume.written.account_folders) {
-        if (!folder.by_identifier || has_store(ground, folder.path)) {
+        const bool known_by_store = folder.by_identifier && has_store(ground, folder.path);
+        found.expect(has_record(accounts, folder, known_by_store), folder.path + QStringLiteral(" has no record"));
+        if (!folder.by_identifier || (known_by_store && stands_in_table(folder))) {
             found.expect(has_row(rows, folder), folder.path + QStringLiteral(" has no row"));
         }
     }
@@ -106,9 +134,13 @@ void judge_association(const self_test_ground& ground, const QString& result, ex
 void judge_log_honoured(const self_test_ground& ground, const QString& result, examination& found)
 {
     const QJsonArray rows = rows_of(ground, result);
+    const QJsonArray accounts = printed(ground.program, QStringLiteral("accounts"), result);
     for (const sample_account_folder& folder : ground.volume.written.account_folders) {
         if (folder.only_in_log && folder.by_identifier && has_store(ground, folder.path)) {
-            found.expect(has_row(rows, folder), folder.path + QStringLiteral(" has no row of its account"));
+            found.expect(has_record(accounts, folder, true),
+                         folder.path + QStringLiteral(" has no record of its account"));
+            found.expect(!stands_in_table(folder) || has_row(rows, folder),
+                         folder.path + QStringLiteral(" has no row of its account"));
         }
     }
 }

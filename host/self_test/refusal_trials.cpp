@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr rlim_t largest_file = 200'000; // bytes: less than the volume's largest file
+constexpr rlim_t largest_file = 2'000'000; // bytes: less than the volume's largest file
 
 /// A run is refused, names what it is refused for, and neither source nor the folder beside it has changed.
 void judge_refusal(const self_test_ground& ground, const QString& result, const QString& named, examination& found)
@@ -73,11 +73,10 @@ const manifest_entry* entry_of(const QList<manifest_entry>& manifest, const QByt
 
 void judge_staying_link(const tree_state& source, const QString& result, examination& found)
 {
-    const QByteArray folder = odd_folder().toUtf8() + '/';
     const QList<manifest_entry> manifest = manifest_of(result);
-    const manifest_entry* link = entry_of(manifest, folder + staying_link);
+    const manifest_entry* link = entry_of(manifest, staying_link);
     found.expect(link != nullptr && link->status == entry_status::link && link->copy_sha256 &&
-                     digest_to_hex(*link->copy_sha256) == source[folder + link_target].content,
+                     digest_to_hex(*link->copy_sha256) == source[odd_folder().toUtf8() + '/' + link_target].content,
                  QStringLiteral("the link has no copy of its target's bytes"));
 }
 

@@ -9,9 +9,6 @@
 
 #include <QElapsedTimer>
 
-#include <cstdlib>
-#include <sys/stat.h>
-
 namespace {
 
 using row_judgement = void (*)(const self_test_ground&, const QString&, examination&);
@@ -49,7 +46,7 @@ void judge_repetition(const self_test_ground& ground, const QString& first, exam
 {
     const QString second = ground.result(QStringLiteral("second"));
     const child_ending ending =
-        run_child(ground.program, ground.run_arguments(second), [] { ::setenv("TZ", "Asia/Kolkata", 1); });
+        run_child(ground.program, ground.run_arguments(second), {}, QStringLiteral("Asia/Kolkata"));
     found.expect(ending.exit_code == exit_code::whole, ending.words());
     judge_same(manifest_of(first), manifest_of(second), found);
     found.expect(shown_rows(ground.program, first) == shown_rows(ground.program, second),

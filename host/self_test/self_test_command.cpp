@@ -87,6 +87,11 @@ void print_table(const statement_list& statements, const tried_files& tried, con
         print_line(line);
     }
     print_line({});
+    for (const statement& one : statements.all()) {
+        if (one.outcome == statement_outcome::fail) {
+            print_line(QStringLiteral("fail: %1: %2").arg(one.text, one.detail));
+        }
+    }
     print_line(QStringLiteral("program: %1  %2").arg(QString::fromLatin1(tried.program_sha256), tried.program));
     print_line(QStringLiteral("library: %1  %2").arg(QString::fromLatin1(tried.library_sha256), tried.library));
     print_line(QStringLiteral("system:  %1, %2")

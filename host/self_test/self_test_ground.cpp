@@ -27,17 +27,23 @@ QStringList self_test_ground::run_arguments(const QString& result, const QString
 }
 
 void start_child(QProcess& process, const QString& program, const QStringList& arguments,
-                 const std::function<void()>& in_child)
+                 const std::function<void()>& in_child, const QString& time_zone)
 {
     process.setStandardInputFile(QProcess::nullDevice());
     process.setChildProcessModifier(in_child);
+    if (!time_zone.isEmpty()) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TZ"), time_zone);
+        process.setProcessEnvironment(environment);
+    }
     process.start(program, arguments);
 }
 
-child_ending run_child(const QString& program, const QStringList& arguments, const std::function<void()>& in_child)
+child_ending run_child(const QString& program, const QStringList& arguments, const std::function<void()>& in_child,
+                       const QString& time_zone)
 {
     QProcess process;
-    start_child(process, program, arguments, in_child);
+    start_child(process, program, arguments, in_child, time_zone);
     if (!process.waitForFinished(longest_wait)) {
         const QByteArray reason = process.errorString().toUtf8();
         process.kill();

@@ -31,11 +31,11 @@ struct self_test_ground
     QStringList run_arguments(const QString& result, const QStringList& further = {}) const;
 };
 
-/// Starts the program in a process of its own. `in_child` is called there before.
+/// Starts the program in a process of its own. `in_child` is called there before, where it may only make system calls.
 void start_child(QProcess& process, const QString& program, const QStringList& arguments,
-                 const std::function<void()>& in_child = {});
-/// Starts it and waits for its end, a minute at most.
-child_ending run_child(const QString& program, const QStringList& arguments,
-                       const std::function<void()>& in_child = {});
+                 const std::function<void()>& in_child = {}, const QString& time_zone = {});
+/// Starts it and waits for its end, a minute at most; in this time zone where one is named.
+child_ending run_child(const QString& program, const QStringList& arguments, const std::function<void()>& in_child = {},
+                       const QString& time_zone = {});
 /// Returns the whole content of a file. Throws a failure.
 QByteArray trial_content(const QString& path);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int few_messages = 4;
 constexpr qsizetype long_name = 250;
-constexpr qsizetype large_file = 400'000;
+constexpr qsizetype large_file = 3'000'000;
 
 QByteArrayList odd_names()
 {
@@ -79,7 +79,10 @@ trial_volume write_trial_volume(const QString& root)
 void make_awkward(const trial_volume& volume, bool with_denied_directory)
 {
     const QString top = volume.root + QLatin1Char('/');
-    make_trial_link(QLatin1String(link_target), top + odd_folder() + QLatin1Char('/') + QLatin1String(staying_link));
+    write_trial_file(top + QLatin1String(staying_link) + QStringLiteral(".txt"), "beside the link");
+    make_trial_link(odd_folder().section(QLatin1Char('/'), -1).prepend(QLatin1String("../")) + QLatin1Char('/') +
+                        QLatin1String(link_target),
+                    top + QLatin1String(staying_link));
     write_trial_file(top + QLatin1String(damaged_store), QByteArray(5000, '?'));
     write_trial_file(top + QStringLiteral("Users/mallory/Library/Mail/V10/IMAP-mallory@example.org/1.emlx"), "1\nx");
     if (with_denied_directory) {

@@ -31,5 +31,7 @@ void make_trial_link(const QString& target, const QString& path);
 // What make_awkward() adds, below the root.
 inline constexpr const char* damaged_store = "Users/mallory/Library/Accounts/Accounts4.sqlite";
 inline constexpr const char* denied_directory = "Users/anna/Library/Mail/V10/denied.mbox";
-inline constexpr const char* staying_link = "stays.emlx"; ///< in the odd folder, to its long name's neighbour
+inline constexpr const char* staying_link = "Users/anna/Library/Mail/V10/links.mbox/stays.emlx"; ///< to link_target
+
+/// The largest of the odd files.
 inline constexpr const char* link_target = "large.emlx";
