@@ -45,7 +45,7 @@ void apple_mail_extractor_macos::count_files_of(const QString& folder)
         if (copy_progress_timer.isValid() && !cancel_requested) {
             signal_copy_progress();
         }
-        return !cancel_requested;
+        return cancel_requested.load();
     });
 }
 

@@ -116,7 +116,7 @@ store_records user_dossier::read_copy(const evidence_copies& copies, log_use use
 {
     evidence_limits limits;
     limits.milliseconds = milliseconds_a_reading;
-    limits.go_on = request.go_on;
+    limits.cancelled = request.cancelled;
     const evidence_database database(copies, use, limits);
     const account_store_content content = read_account_store(database);
     // What the database lacks alone it also lacks with its log, unless the log brings it.
@@ -136,7 +136,7 @@ void user_dossier::read_store(const QByteArray& name, const QByteArray& path)
 {
     const QString store = display_text(name);
     evidence_limits limits;
-    limits.go_on = request.go_on;
+    limits.cancelled = request.cancelled;
     const evidence_copies copies(request.source, path, request.scratch, limits);
     dossier.problems += copies.problems();
     store_records alone;
@@ -266,7 +266,7 @@ void user_dossier::read()
     const QByteArray accounts = child_path(child_path(request.source, "Users/" + user), accounts_directory);
     for (const char* name : account_store_names) {
         const QByteArray path = child_path(accounts, name);
-        if (quiet_stat(path).kind == entry_kind::absent || !request.go_on()) {
+        if (quiet_stat(path).kind == entry_kind::absent || request.cancelled()) {
             continue;
         }
         try {
@@ -289,7 +289,7 @@ account_dossier read_dossier(const dossier_request& request)
 {
     account_dossier dossier;
     for (const QByteArray& user : request.users) {
-        if (!request.go_on()) {
+        if (request.cancelled()) {
             dossier.problems.append(QStringLiteral("cancelled before all users were looked at"));
             break;
         }

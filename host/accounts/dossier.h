@@ -14,7 +14,7 @@ struct dossier_request
     QByteArray source;             ///< root of the source
     std::vector<QByteArray> users; ///< names of directories below "Users"
     QString scratch;               ///< an existing directory outside the source, for copies of the stores
-    std::function<bool()> go_on = [] { return true; }; ///< false ends the work; what is there by then is returned
+    std::function<bool()> cancelled = [] { return false; }; ///< true ends the work; what is there by then is returned
 };
 
 /// Reads the account stores and looks at the account folders of each user. The source is only read; what cannot be

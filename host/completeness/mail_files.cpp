@@ -80,10 +80,10 @@ class tree_reader
 {
 public:
     tree_reader(mail_files& target, const std::function<void(const absent_attachment&)>& absent_sink,
-                const std::function<bool()>& may_go_on)
+                const std::function<bool()>& asked)
         : files(target)
         , on_absent(absent_sink)
-        , go_on(may_go_on)
+        , cancelled(asked)
     {
     }
 
@@ -93,7 +93,7 @@ public:
         files.accounts.append(account);
         pending.clear();
         pending.push_back({folder, {}, {}, -1});
-        while (!pending.empty() && go_on()) {
+        while (!pending.empty() && !cancelled()) {
             const place here = std::move(pending.back());
             pending.pop_back();
             read_directory(here);
@@ -265,7 +265,7 @@ private:
 
     mail_files& files;
     const std::function<void(const absent_attachment&)>& on_absent;
-    const std::function<bool()>& go_on;
+    const std::function<bool()>& cancelled;
     QByteArray account;
     std::vector<place> pending;
     QHash<QByteArray, qint32> mailboxes;
@@ -282,7 +282,7 @@ QByteArray mail_files::path_of(const mail_file& file) const
 
 mail_files find_mail_files(const QByteArray& root, const std::function<bool(const QByteArray& folder)>& is_account,
                            const std::function<void(const absent_attachment&)>& on_absent,
-                           const std::function<bool()>& go_on)
+                           const std::function<bool()>& cancelled)
 {
     mail_files files;
     files.root = root;
@@ -290,7 +290,7 @@ mail_files find_mail_files(const QByteArray& root, const std::function<bool(cons
     if (!listing.error.isEmpty()) {
         files.notes.push_back({{}, listing.error});
     }
-    tree_reader reader(files, on_absent, go_on);
+    tree_reader reader(files, on_absent, cancelled);
     for (const named_entry& entry : listing.entries) {
         if (!is_account(entry.name)) {
             continue;

@@ -67,7 +67,7 @@ struct mail_files
 
 /// Finds every message below the folders of `root` that `is_account` accepts. Each is opened and its beginning judged;
 /// only partial ones are read on, as many bytes as messages without attachments may have. No link is followed below
-/// the root. `on_absent` gets each absent attachment; when `go_on` says no, what was found so far is returned.
+/// the root. `on_absent` gets each absent attachment; when `cancelled` says yes, what was found so far is returned.
 mail_files find_mail_files(const QByteArray& root, const std::function<bool(const QByteArray& folder)>& is_account,
                            const std::function<void(const absent_attachment&)>& on_absent,
-                           const std::function<bool()>& go_on);
+                           const std::function<bool()>& cancelled);

@@ -98,7 +98,7 @@ private:
             sink.add_absent_attachment(identity(absent.mailbox.account, mailbox_path(absent.mailbox.names)),
                                        below_source(child_path(store.root, absent.path)), absent.part);
         };
-        files = find_mail_files(store.root, is_account, on_absent, request.limits.go_on);
+        files = find_mail_files(store.root, is_account, on_absent, request.limits.cancelled);
         for (const mailbox_folder& folder : files.mailboxes) {
             const qint32 line = line_of(folder.account, mailbox_path(folder.names));
             lines[std::size_t(line)].has_folder = true;
@@ -125,7 +125,7 @@ private:
     void open_index()
     {
         // Against half of the files, rows would be said to have none.
-        if (!request.limits.go_on()) {
+        if (request.limits.cancelled()) {
             result.index.state = index_state::refused;
             result.index.problem = QStringLiteral("cancelled");
             return;

@@ -52,7 +52,7 @@ copy_outcome copy_content(const quiet_file& file, int target, const evidence_lim
 {
     std::vector<char> piece(piece_size);
     copy_outcome done;
-    while (limits.go_on()) {
+    while (!limits.cancelled()) {
         const ssize_t got = ::read(file.descriptor.get(), piece.data(), piece.size());
         if (got < 0 && errno == EINTR) {
             continue;
@@ -144,7 +144,7 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
                 companion, QStringLiteral("an unfinished change lies beside the database; read rolled back")));
         }
         if (qstrcmp(suffix, "-wal") == 0) {
-            const QString damage = passed_over_in_log(database(log_use::with_log) + suffix, limits.go_on);
+            const QString damage = passed_over_in_log(database(log_use::with_log) + suffix, limits.cancelled);
             found_problems += damage.isEmpty() ? QStringList() : QStringList(problem_of(companion, damage));
         }
     }

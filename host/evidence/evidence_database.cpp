@@ -126,7 +126,7 @@ void evidence_database::forbid_what_is_not_reading()
 
 bool evidence_database::has_to_end() const
 {
-    return deadline.hasExpired() || !limits.go_on();
+    return deadline.hasExpired() || limits.cancelled();
 }
 
 void evidence_database::fail(int code) const

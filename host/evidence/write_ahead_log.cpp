@@ -38,9 +38,9 @@ pair_of_numbers pair_at(const QByteArray& bytes, qsizetype position)
 class log_reader
 {
 public:
-    log_reader(const QByteArray& path, const std::function<bool()>& has_time)
+    log_reader(const QByteArray& path, const std::function<bool()>& asked)
         : file(QFile::decodeName(path))
-        , go_on(has_time)
+        , cancelled(asked)
     {
     }
 
@@ -58,7 +58,7 @@ private:
     }
 
     QFile file;
-    const std::function<bool()>& go_on;
+    const std::function<bool()>& cancelled;
     qint64 page_size = 0;
     bool sums_are_big_endian = false;
     pair_of_numbers salts{};
@@ -139,7 +139,7 @@ QString log_reader::passed_over()
     }
     const qint64 frame_size = frame_head_size + page_size;
     for (qint64 begin = header_size; begin < file.size(); begin += frame_size) {
-        if (!go_on()) {
+        if (cancelled()) {
             return QStringLiteral("the write-ahead log is checked up to byte %1 only: cancelled").arg(begin);
         }
         frame = file.read(frame_size);
@@ -155,7 +155,7 @@ QString log_reader::passed_over()
 
 } // namespace
 
-QString passed_over_in_log(const QByteArray& path, const std::function<bool()>& go_on)
+QString passed_over_in_log(const QByteArray& path, const std::function<bool()>& cancelled)
 {
-    return log_reader(path, go_on).passed_over();
+    return log_reader(path, cancelled).passed_over();
 }

@@ -11,11 +11,6 @@
 
 namespace {
 
-bool go_on()
-{
-    return !interruption::requested();
-}
-
 /// Whether accounts keep their messages on the Mac, as their records say, by identifier.
 QHash<QByteArray, QString> message_settings(const account_dossier& dossier)
 {
@@ -51,7 +46,7 @@ void write_completeness(mail_database_writer& writer, const dossier_request& req
         writer, {result.path(product::index_only_list), result.path(product::disk_only_list)}, settings);
     for (const QByteArray& user : request.users) {
         completeness_request check{request.source, user, mail_directory_of(user), request.scratch};
-        check.limits.go_on = go_on;
+        check.limits.cancelled = interruption::requested;
         check.settings = settings;
         for (const store_completeness& store : check_completeness(check, tables)) {
             tables.add_store(store);
@@ -69,7 +64,7 @@ mail_database_outcome write_mail_database(const QString& source_root, const QLis
     dossier_request request;
     request.source = QFile::encodeName(source_root);
     request.scratch = QDir::tempPath();
-    request.go_on = go_on;
+    request.cancelled = interruption::requested;
     for (const source_user& user : users) {
         request.users.push_back(QFile::encodeName(user.name));
     }

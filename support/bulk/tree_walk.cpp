@@ -188,25 +188,25 @@ private:
 class file_count : public tree_visitor
 {
 public:
-    explicit file_count(const std::function<bool()>& asked) : go_on(asked) {}
+    explicit file_count(const std::function<bool()>& asked) : cancelled(asked) {}
 
     void enter(const walked_directory_ptr&) override {}
     bool take(walked_file) override
     {
-        if (!go_on()) {
+        if (cancelled()) {
             return false;
         }
         ++files;
         return true;
     }
-    bool end_files(int) override { return go_on(); }
+    bool end_files(int) override { return !cancelled(); }
     void miss(const QByteArray&, int) override {}
     void release_descriptors() override {}
 
     qint64 files = 0;
 
 private:
-    const std::function<bool()>& go_on;
+    const std::function<bool()>& cancelled;
 };
 
 } // namespace
@@ -216,9 +216,9 @@ bool walk_tree_as_copied(const QByteArray& directory, tree_visitor& visitor)
     return tree_walk(visitor).walk(directory);
 }
 
-qint64 count_files_as_copied(const QByteArray& directory, const std::function<bool()>& go_on)
+qint64 count_files_as_copied(const QByteArray& directory, const std::function<bool()>& cancelled)
 {
-    file_count count(go_on);
+    file_count count(cancelled);
     walk_tree_as_copied(directory, count);
     return count.files;
 }

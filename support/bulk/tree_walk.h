@@ -55,6 +55,6 @@ public:
 /// visitor ended the walk.
 bool walk_tree_as_copied(const QByteArray& directory, tree_visitor& visitor);
 
-/// Returns how many files a copy of a directory would attempt. `go_on` is asked before each file and before each
+/// Returns how many files a copy of a directory would attempt. `cancelled` is asked before each file and before each
 /// directory; when it says no the count so far is returned.
-qint64 count_files_as_copied(const QByteArray& directory, const std::function<bool()>& go_on);
+qint64 count_files_as_copied(const QByteArray& directory, const std::function<bool()>& cancelled);

@@ -166,7 +166,7 @@ void tst_evidence_copies::refuses_what_is_no_file_of_the_source()
     } else if (kind != "nothing") {
         write_file(QFile::decodeName(made.path), QByteArray(101, 'x'));
         limits.largest_file = kind == "cancelled" ? 1000 : 100;
-        limits.go_on = [&kind] { return kind != "cancelled"; };
+        limits.cancelled = [&kind] { return kind == "cancelled"; };
     }
     QFETCH(QString, reason);
     const QString message = made.failure(limits);
@@ -286,7 +286,7 @@ void tst_evidence_copies::ends_between_two_rows_too()
     build(made, "CREATE TABLE t(a); INSERT INTO t VALUES(1), (2)");
     bool is_over = false;
     evidence_limits limits;
-    limits.go_on = [&is_over] { return !is_over; };
+    limits.cancelled = [&is_over] { return is_over; };
     const evidence_copies copies = made.copies();
     const evidence_database database(copies, log_use::with_log, limits);
     evidence_rows rows = database.select("SELECT a FROM t");
