@@ -84,7 +84,8 @@ void write_accounts(report_html& html, const completeness_certificate& certifica
 {
     const auto sums = by_account(certificate);
     const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
-    const auto table = html.open("table", {{"data-tool", QStringLiteral("yes")}});
+    const auto table =
+        html.open("table", {{"class", QStringLiteral("completeness")}, {"data-tool", QStringLiteral("yes")}});
     write_table_head(html, {{"User"},
                             {"Mail"},
                             {"Account"},

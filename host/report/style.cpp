@@ -58,6 +58,7 @@ th:first-child, td:first-child { padding-left: 0.25rem; }
 .num { text-align: right; white-space: nowrap; }
 .nowrap { white-space: nowrap; }
 tr.group th, tr.group td { background: var(--soft); font-weight: 600; }
+.completeness td:nth-child(3) { min-width: 12rem; }
 .accounts td { font-size: 0.92rem; }
 .accounts td:first-child { min-width: 13rem; }
 .accounts td:last-child { min-width: 22.5rem; }
@@ -123,6 +124,9 @@ th[aria-sort="descending"]::after { content: " \2193"; }
   .tiles li { padding: 0.5rem; }
   .tiles .figure { font-size: 1.1rem; }
   .tiles .label, .tiles .more { font-size: 7.5pt; }
+  .account .facts { grid-template-columns: max-content minmax(0, 1fr) max-content minmax(0, 1fr); gap: 0.1rem 0.75rem; font-size: 8pt; }
+  .account table { font-size: 8pt; }
+  .completeness td { font-size: 8pt; }
   .filter { display: none; }
   .picture { min-width: 0; }
   .picture rect, tr.group th, tr.group td { print-color-adjust: exact; -webkit-print-color-adjust: exact; }

@@ -170,7 +170,7 @@ void write_report_tiles(report_html& html, const report_data& data)
         all += user.mail_tree;
     }
     QList<tile> tiles = {{"Users", display_number(data.users.size()), QStringLiteral("of the source")},
-                         {"Accounts", display_number(accounts), QStringLiteral("in the result")},
+                         {"Account folders", display_number(accounts), QStringLiteral("rows of the result")},
                          {"Files", display_number(all.files), QStringLiteral("of all users")},
                          {"Size", display_bytes(all.bytes), display_number(all.bytes) + QStringLiteral(" bytes")},
                          not_copied_tile(data)};

@@ -237,6 +237,36 @@ private slots:
         QCOMPARE(page.links.count("manifest.csv"), 2);
     }
 
+    void the_totals_name_what_was_kept_and_equal_findings_are_one()
+    {
+        const reported_result result;
+        const auto kept = [](const QByteArray& name, const QByteArray& reason) {
+            manifest_entry made = entry(name, entry_status::kept, 1);
+            made.reason = reason;
+            return made;
+        };
+        QList<manifest_entry> entries = {entry("V9/1", entry_status::copied, 1), kept(".a", "hidden"),
+                                         kept(".b", "hidden"), kept("c", "loose"), kept("store", "")};
+        for (const char* name : {"V9/l1", "V9/l2", "V9/l3", "V9/l4"}) {
+            entries += entry(name, entry_status::link, 1);
+            entries.last().reason = "link to nowhere";
+        }
+        entries.last().reason = "link to elsewhere";
+        entries += entry("V9/l5", entry_status::link, 1);
+        entries.last().reason = "link to nowhere";
+        entries[4].user.clear();
+        result.write_manifest(entries);
+        result.write("mail-extract/log.txt", "[1]:-- FAILED a\n[2]:-- FAILED a\n[3]:-- FAILED b\n");
+        const parsed_report page = parsed(result.report());
+        QCOMPARE(page.error, QString());
+        QVERIFY(
+            page.text.contains("1 of 9 files copied and proven, 3 kept aside (2 hidden, 1 loose), 5 link; 1 further"));
+        QVERIFY(page.text.contains("link: 4 files shown, link to nowhere"));
+        QVERIFY(page.text.contains("2 times: [1]:-- FAILED a"));
+        QVERIFY(!page.text.contains("[2]:--") && page.text.contains("[3]:-- FAILED b"));
+        QCOMPARE(load_report_data(result_paths(result.path())).users.size(), 1);
+    }
+
     void a_result_that_is_not_whole_says_so_data()
     {
         QTest::addColumn<std::optional<run_status>>("status"); // empty for no run record
