@@ -10,9 +10,30 @@ report_html::open_element report_html::open(const char* name, attributes with)
     for (const auto& [key, value] : with) {
         xml.writeAttribute(QString::fromLatin1(key), value);
     }
+    label_cell(name, with);
     // Ends the start tag, so that an element without content is not written "<td/>", which HTML takes for a start tag.
     xml.writeCharacters(QString());
     return open_element(xml);
+}
+
+void report_html::label_cell(const QByteArray& name, attributes with)
+{
+    if (name == "table") {
+        columns.clear();
+    }
+    if (name == "tr") {
+        column = 0;
+    }
+    if (name != "td" && name != "th") {
+        return;
+    }
+    if (name == "td" && column < columns.size()) {
+        xml.writeAttribute(QStringLiteral("data-label"), columns[column]);
+    }
+    ++column;
+    for (const auto& [key, value] : with) {
+        column += qstrcmp(key, "colspan") == 0 ? value.toInt() - 1 : 0;
+    }
 }
 
 void report_html::empty(const char* name, attributes with)

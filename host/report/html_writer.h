@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QXmlStreamWriter>
 
 #include <initializer_list>
@@ -40,12 +41,19 @@ public:
     /// Writes text that display_text() returned, kept from changing the order of what stands around it. A
     /// long one breaks behind "@", ".", "/" and "-".
     void foreign(const QString& displayed);
+    /// Names the columns of the table that is open, so that each of its cells bears its column's title for screens
+    /// on which rows become cards.
+    void set_columns(const QStringList& titles) { columns = titles; }
     /// Writes the doctype.
     void doctype();
     /// Writes "style" or "script" with content as it is: constant, and free of "<" and "&".
     void verbatim(const char* name, const char* content);
 
 private:
+    void label_cell(const QByteArray& name, attributes with);
+
     QIODevice* device;
     QXmlStreamWriter xml;
+    QStringList columns;  ///< of the table that is open
+    qsizetype column = 0; ///< of the next cell
 };

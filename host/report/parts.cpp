@@ -6,12 +6,15 @@ void write_table_head(report_html& html, const QList<table_head>& heads)
 {
     const auto head = html.open("thead");
     const auto row = html.open("tr");
+    QStringList titles;
     for (const table_head& column : heads) {
+        titles.append(QString::fromLatin1(column.title));
         html.element("th", QString::fromLatin1(column.title),
                      {{"scope", QStringLiteral("col")},
                       {"class", column.is_number ? QStringLiteral("num") : QString()},
                       {"title", QString::fromLatin1(column.explanation)}});
     }
+    html.set_columns(titles);
 }
 
 void write_number(report_html& html, qint64 value, const QString& text, const char* style_class)

@@ -99,6 +99,14 @@ th[aria-sort="descending"]::after { content: " \2193"; }
   .facts { grid-template-columns: minmax(0, 1fr); gap: 0; }
   .facts dd { margin-bottom: 0.5rem; }
 }
+@media screen and (max-width: 30rem) {
+  table, tbody, tr, tbody th, td { display: block; width: auto; }
+  thead { display: none; }
+  tr { margin: 0 0 0.75rem; border: 1px solid var(--line); border-radius: 8px; }
+  .accounts td:first-child, .accounts td:last-child, .completeness td:nth-child(3) { min-width: 0; }
+  td, td:first-child, tbody th { padding: 0.3rem 0.6rem; border: 0; text-align: left; white-space: normal; }
+  td[data-label]::before { content: attr(data-label) ": "; color: var(--muted); font-weight: 400; }
+}
 @media print {
   :root {
     color-scheme: light;
