@@ -104,7 +104,7 @@ th[aria-sort="descending"]::after { content: " \2193"; }
   thead { display: none; }
   tr { margin: 0 0 0.75rem; border: 1px solid var(--line); border-radius: 8px; }
   .accounts td:first-child, .accounts td:last-child, .completeness td:nth-child(3) { min-width: 0; }
-  td, td:first-child, tbody th { padding: 0.3rem 0.6rem; border: 0; text-align: left; white-space: normal; }
+  td, td.num, td:first-child, tbody th { padding: 0.3rem 0.6rem; border: 0; text-align: left; white-space: normal; }
   td[data-label]::before { content: attr(data-label) ": "; color: var(--muted); font-weight: 400; }
 }
 @media print {
