@@ -62,6 +62,9 @@ void write_seal(report_html& html, const report_data& data)
     if (proof.seal) {
         const auto facts = html.open("dl", {{"class", QStringLiteral("facts")}});
         write_fact_or_unknown(html, "Root hash", proof.root_hash());
+        write_fact_or_unknown(html, "Manifest",
+                              proof.sealed_hash(data.result.relative(data.result.path(product::manifest))));
+        write_fact_or_unknown(html, "Database", proof.sealed_hash(data.result.relative(data.result.database())));
         write_fact_or_unknown(html, "Sealed files", display_number(qint64(proof.seal->files.size())));
     } else {
         html.element("p", QStringLiteral("There is no seal that can be read."));

@@ -63,12 +63,14 @@ void write_verification_notice(report_html& html, const report_data& data)
     if (!data.manifest) {
         write_notice(html, "warn", QStringLiteral("The copies are not verified: there is no manifest."));
     } else if (const qint64 faults = data.manifest->faults(); faults > 0) {
-        write_notice(html, "bad",
-                     QStringLiteral("Not whole: of %1 files, %2 are missing, %3 different and %4 unreadable.")
-                         .arg(display_number(data.manifest->files()),
-                              display_number(data.manifest->count(entry_status::missing)),
-                              display_number(data.manifest->count(entry_status::different)),
-                              display_number(data.manifest->count(entry_status::unreadable))));
+        write_notice(
+            html, "bad",
+            QStringLiteral("Not whole: of %1 files, %2 are missing, %3 different, %4 changed and %5 unreadable.")
+                .arg(display_number(data.manifest->files()),
+                     display_number(data.manifest->count(entry_status::missing)),
+                     display_number(data.manifest->count(entry_status::different)),
+                     display_number(data.manifest->count(entry_status::changed)),
+                     display_number(data.manifest->count(entry_status::unreadable))));
     } else if (is_proven(data)) {
         write_notice(html, "good",
                      QStringLiteral("Every copy that is due is there and has the bytes of its source: %1 files.")
@@ -108,6 +110,11 @@ tile kept_aside_tile(const report_manifest& manifest)
                 .arg(display_number(manifest.kept_hidden), display_number(manifest.kept_loose))};
 }
 
+// What the totals call files that are neither copied nor kept, by status.
+constexpr std::array<const char*, entry_status_names.size()> words_for_rest = {
+    "",          "",        "hidden and not kept", "loose and not kept", "links", "special", "missing",
+    "different", "changed", "unreadable"};
+
 /// Says in one line what became of every file.
 QString totals_text(const report_manifest& manifest)
 {
@@ -120,7 +127,7 @@ QString totals_text(const report_manifest& manifest)
         const auto which = static_cast<entry_status>(status);
         if (which != entry_status::copied && which != entry_status::kept && manifest.totals[status] > 0) {
             text += QStringLiteral(", %1 %2").arg(display_number(manifest.totals[status]),
-                                                  QLatin1String(entry_status_name(which)));
+                                                  QLatin1String(words_for_rest[status]));
         }
     }
     return text + QStringLiteral("; %1 further witnesses kept").arg(display_number(manifest.further_witnesses()));
@@ -151,10 +158,10 @@ QString options_text(const QJsonObject& options)
 
 void write_report_notices(report_html& html, const report_data& data)
 {
+    write_proof_notices(html, data);
     if (data.run) {
         write_run_notice(html, *data.run);
     }
-    write_proof_notices(html, data);
     write_verification_notice(html, data);
     for (const QString& note : data.notes) {
         write_notice(html, "warn", display_text(note));

@@ -260,7 +260,7 @@ private slots:
         const parsed_report page = parsed(result.report());
         QCOMPARE(page.error, QString());
         QVERIFY(
-            page.text.contains("1 of 9 files copied and proven, 3 kept aside (2 hidden, 1 loose), 5 link; 1 further"));
+            page.text.contains("1 of 9 files copied and proven, 3 kept aside (2 hidden, 1 loose), 5 links; 1 further"));
         QVERIFY(page.text.contains("link: 4 files shown, link to nowhere"));
         QVERIFY(page.text.contains("2 times: [1]:-- FAILED a"));
         QVERIFY(!page.text.contains("[2]:--") && page.text.contains("[3]:-- FAILED b"));
