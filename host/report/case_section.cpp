@@ -57,7 +57,7 @@ void write_report_header(report_html& html, const report_data& data)
     write_fact_or_unknown(html, "Result", data.result.root());
     if (data.run) {
         write_fact_or_unknown(html, "Operator", data.run->login_name + QStringLiteral(" on ") + data.run->host_name);
-        write_fact_or_unknown(html, "Time zone of the machine", data.run->time_zone);
+        write_fact_or_unknown(html, "Time zone of examining machine", data.run->time_zone);
         write_fact_or_unknown(html, "Started", display_time(data.run->started));
         const bool ended = data.run->ended.isValid();
         write_fact_or_unknown(html, "Ended",

@@ -134,6 +134,7 @@ th[aria-sort="descending"]::after { content: " \2193"; }
   .tiles .label, .tiles .more { font-size: 7.5pt; }
   .account .facts { grid-template-columns: max-content minmax(0, 1fr) max-content minmax(0, 1fr); gap: 0.1rem 0.75rem; font-size: 8pt; }
   .account table { font-size: 8pt; }
+  details.account { margin: 0; padding: 1.5pt 4pt; border-width: 0 0 1px; border-radius: 0; font-size: 8.5pt; }
   .completeness td { font-size: 8pt; }
   .filter { display: none; }
   .picture { min-width: 0; }
@@ -155,6 +156,10 @@ addEventListener("beforeprint", function () {
     part.open = part.open || !many || !part.classList.contains("account");
   });
 });
+// The same name may be written with composed or with decomposed letters.
+function plain(text) {
+  return text.normalize("NFC").toLowerCase();
+}
 function data_rows(body) {
   return Array.from(body.rows).filter(function (row) { return !row.classList.contains("group"); });
 }
@@ -174,16 +179,16 @@ document.querySelectorAll("table[data-tool]").forEach(function (table) {
   box.placeholder = "Filter rows";
   box.setAttribute("aria-label", "Filter rows");
   box.addEventListener("input", function () {
-    var wanted = box.value.toLowerCase();
+    var wanted = plain(box.value);
     bodies.forEach(function (body) {
       var group = body.querySelector("tr.group th");
       var above = group ? group.textContent : "";
       var left = 0;
       data_rows(body).forEach(function (row) {
-        row.hidden = !(above + " " + row.textContent).toLowerCase().includes(wanted);
+        row.hidden = !plain(above + " " + row.textContent).includes(wanted);
         left += row.hidden ? 0 : 1;
       });
-      body.hidden = left === 0;
+      body.hidden = wanted !== "" ? left === 0 : false;
     });
   });
   table.parentNode.before(box);
