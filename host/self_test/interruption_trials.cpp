@@ -1,13 +1,24 @@
 #include "host/self_test/interruption_trials.h"
 
+#include "host/result/result_paths.h"
 #include "host/self_test/account_judgements.h"
 #include "host/self_test/copy_judgements.h"
 
+#include <QFileInfo>
 #include <QRandomGenerator>
 
 namespace {
 
 constexpr int trials = 4;
+
+/// Whether a run came to its end before it was killed: then there is nothing to go on with.
+bool is_finished(const QString& result)
+{
+    const QString record = result_paths(result).path(product::run_record);
+    return QFileInfo::exists(record) &&
+           QJsonDocument::fromJson(trial_content(record))[QLatin1String("status")].toString() ==
+               QLatin1String("finished");
+}
 
 /// Returns whether the run was killed before its end.
 bool kill_a_run(const self_test_ground& ground, const QString& result, qint64 after)
@@ -17,7 +28,7 @@ bool kill_a_run(const self_test_ground& ground, const QString& result, qint64 af
     process.waitForFinished(static_cast<int>(after));
     process.kill();
     process.waitForFinished();
-    return process.exitStatus() == QProcess::CrashExit;
+    return process.exitStatus() == QProcess::CrashExit && !is_finished(result);
 }
 
 } // namespace

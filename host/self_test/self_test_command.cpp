@@ -114,6 +114,10 @@ int self_test_command(const self_test_options& options)
         refuse(QStringLiteral("cannot create a folder in %1: %2").arg(QDir::tempPath(), directory.errorString()));
     }
     const QString top = QDir(directory.path()).canonicalPath();
+    // What killed runs leave in the place for temporary files goes with the rest.
+    const QString temporary = top + QStringLiteral("/tmp");
+    QDir().mkpath(temporary);
+    qputenv("TMPDIR", QFile::encodeName(temporary));
     const statement_list statements = self_test(QCoreApplication::applicationFilePath(), top);
     const bool failed = statements.count(statement_outcome::fail) > 0;
     directory.setAutoRemove(!failed);
