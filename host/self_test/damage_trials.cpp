@@ -170,7 +170,12 @@ void judge_quiet_verification(const self_test_ground& ground, const QString& res
 
 void try_damages(const self_test_ground& ground, const QString& result, statement_list& statements)
 {
-    for (const damage& what : damages_of(ground, result)) {
+    QList<damage> damages;
+    statements.judge(QStringLiteral("the run left something to damage"), [&](examination& found) {
+        damages = damages_of(ground, result);
+        found.expect(!damages.isEmpty(), QStringLiteral("nothing to damage"));
+    });
+    for (const damage& what : damages) {
         statements.judge(QLatin1String(what.text),
                          [&](examination& found) { judge_damage(ground, result, what, found); });
     }
