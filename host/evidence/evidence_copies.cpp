@@ -144,7 +144,9 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
                 companion, QStringLiteral("an unfinished change lies beside the database; read rolled back")));
         }
         if (qstrcmp(suffix, "-wal") == 0) {
-            const QString damage = passed_over_in_log(database(log_use::with_log) + suffix, limits.cancelled);
+            const QByteArray index_head = quiet_read_head(path + "-shm", log_index_head_size).data;
+            const QString damage =
+                passed_over_in_log(database(log_use::with_log) + suffix, index_head, limits.cancelled);
             found_problems += damage.isEmpty() ? QStringList() : QStringList(problem_of(companion, damage));
         }
     }

@@ -38,8 +38,9 @@ pair_of_numbers pair_at(const QByteArray& bytes, qsizetype position)
 class log_reader
 {
 public:
-    log_reader(const QByteArray& path, const std::function<bool()>& asked)
+    log_reader(const QByteArray& path, const QByteArray& head_of_index, const std::function<bool()>& asked)
         : file(QFile::decodeName(path))
+        , index_head(head_of_index)
         , cancelled(asked)
     {
     }
@@ -50,6 +51,7 @@ private:
     QString header_problem();
     QString frame_problem(qint64 begin);
     QString leftover_problem(qint64 begin);
+    qint64 frames_in_index() const;
     void add_to_sum(const char* bytes, qsizetype count);
     static QString at(const QString& reason, qint64 offset)
     {
@@ -58,6 +60,7 @@ private:
     }
 
     QFile file;
+    const QByteArray& index_head;
     const std::function<bool()>& cancelled;
     qint64 page_size = 0;
     bool sums_are_big_endian = false;
@@ -126,6 +129,22 @@ QString log_reader::frame_problem(qint64 begin)
     return {};
 }
 
+/// Returns how many frames the index tells of; 0 when it is of another round or none at all. Its numbers have the order
+/// of the machine, the salts are as in the log.
+qint64 log_reader::frames_in_index() const
+{
+    constexpr qsizetype frames_at = 16;
+    constexpr qsizetype index_salts_at = 32;
+    if (index_head.size() < log_index_head_size || pair_at(index_head, index_salts_at) != salts) {
+        return 0;
+    }
+    const char* frames = index_head.constData() + frames_at;
+    if (qFromLittleEndian<quint32>(index_head.constData()) == format_version) {
+        return qFromLittleEndian<quint32>(frames);
+    }
+    return number_at(index_head, 0) == format_version ? qFromBigEndian<quint32>(frames) : 0;
+}
+
 QString log_reader::passed_over()
 {
     if (!file.open(QIODevice::ReadOnly)) {
@@ -150,12 +169,17 @@ QString log_reader::passed_over()
             return problem;
         }
     }
+    if (file.size() < header_size + frames_in_index() * frame_size) {
+        return at(
+            QStringLiteral("ends before the last of the %1 frames that its index tells of").arg(frames_in_index()),
+            file.size());
+    }
     return unfinished_at < 0 ? QString() : at(QStringLiteral("a change whose end is not there"), unfinished_at);
 }
 
 } // namespace
 
-QString passed_over_in_log(const QByteArray& path, const std::function<bool()>& cancelled)
+QString passed_over_in_log(const QByteArray& path, const QByteArray& index_head, const std::function<bool()>& cancelled)
 {
-    return log_reader(path, cancelled).passed_over();
+    return log_reader(path, index_head, cancelled).passed_over();
 }

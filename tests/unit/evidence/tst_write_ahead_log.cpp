@@ -14,11 +14,11 @@ namespace {
 constexpr qsizetype header_size = 32;
 constexpr qsizetype frame_size = 24 + 4096;
 
-QString passed_over(const QByteArray& content)
+QString passed_over(const QByteArray& content, const QByteArray& index = {})
 {
     const QTemporaryDir directory;
     const QString path = write_file(directory.filePath(u"log"_s), content);
-    return passed_over_in_log(QFile::encodeName(path), [] { return false; });
+    return passed_over_in_log(QFile::encodeName(path), index.left(log_index_head_size), [] { return false; });
 }
 
 /// Returns the log that statements leave behind.
@@ -61,6 +61,25 @@ private slots:
         const QByteArray log = log_of(statements);
         QVERIFY(log.size() > frame_size);
         QCOMPARE(passed_over(log), QString());
+    }
+
+    // Frames that are gone as a whole are missed by the index alone.
+    void index_tells_of_frames_that_are_gone()
+    {
+        const QTemporaryDir directory;
+        const QByteArray path = QFile::encodeName(directory.filePath(u"db"_s));
+        sqlite3* connection = nullptr;
+        QCOMPARE(sqlite3_open(path.constData(), &connection), SQLITE_OK);
+        QCOMPARE(sqlite3_exec(connection, three_changes, nullptr, nullptr, nullptr), SQLITE_OK);
+        QByteArray log = content_of(QFile::decodeName(path + "-wal"));
+        const QByteArray index = content_of(QFile::decodeName(path + "-shm"));
+        sqlite3_close(connection);
+        QCOMPARE(passed_over(log, index), QString());
+        log.chop(frame_size);
+        QCOMPARE(passed_over(log), QString());
+        QVERIFY(passed_over(log, index).contains(u"before the last of the 4 frames"_s));
+        // Of another round it tells nothing.
+        QCOMPARE(passed_over(log, QByteArray(index).replace(32, 1, "?")), QString());
     }
 
     void damage_is_said_with_its_place_data()
