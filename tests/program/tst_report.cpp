@@ -8,6 +8,7 @@
 #include "tests/common/files.h"
 #include "tests/common/result_fixture.h"
 
+#include <QRegularExpression>
 #include <QTest>
 #include <QUrl>
 #include <QXmlStreamReader>
@@ -187,6 +188,19 @@ private slots:
             QVERIFY(QUrl(page.links[i], QUrl::StrictMode).isRelative());
             QCOMPARE(QDir::cleanPath(link.toLocalFile()), QDir::cleanPath(result.path(dated + names[i])));
         }
+    }
+
+    void folder_of_another_day_is_linked_where_it_lies()
+    {
+        const reported_result result;
+        result.write(dated + "V9/IMAP-a@b/1.emlx", "x");
+        const QString written = '/' + QString(dated).replace(QRegularExpression("..-..-....(?=/$)"), "01-01-2027");
+        QVERIFY(written != '/' + dated);
+        result.add_account("anna", "a@b", written + "V9/IMAP-a@b");
+        const parsed_report page = parsed(result.report());
+        QCOMPARE(page.links.size(), 1);
+        QVERIFY2(page.links[0].contains(dated), qPrintable(page.links[0]));
+        QVERIFY(page.text.contains("another day: " + written));
     }
 
     void amounts_come_from_manifest_or_folder()
