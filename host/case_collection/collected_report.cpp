@@ -1,9 +1,9 @@
 #include "host/case_collection/collected_report.h"
 
+#include "host/html/document_head.h"
+#include "host/html/parts.h"
+#include "host/html/style.h"
 #include "host/report/account_table.h"
-#include "host/report/document_head.h"
-#include "host/report/parts.h"
-#include "host/report/style.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/html/html_writer.h"
 #include "host/report/data.h"
-#include "host/report/html_writer.h"
 
 /// Writes the table of all accounts, grouped by user, with links to the copied folders that are relative to
 /// `directory`, the absolute path in which the report lies.

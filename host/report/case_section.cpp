@@ -1,6 +1,6 @@
 #include "host/report/case_section.h"
 
-#include "host/report/parts.h"
+#include "host/html/parts.h"
 #include "host/text/display_text.h"
 #include "host/text/text_layout.h"
 

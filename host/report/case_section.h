@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/html/html_writer.h"
 #include "host/report/data.h"
-#include "host/report/html_writer.h"
 
 /// Writes the title and the facts of the case: what the examiner said of it, the Mac, the run.
 void write_report_header(report_html& html, const report_data& data);

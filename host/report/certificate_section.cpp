@@ -1,7 +1,7 @@
 #include "host/report/certificate_section.h"
 
+#include "host/html/parts.h"
 #include "host/report/account_table.h"
-#include "host/report/parts.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "host/html/html_writer.h"
 #include "host/mail_database/completeness_reading.h"
 #include "host/report/data.h"
-#include "host/report/html_writer.h"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/html/html_writer.h"
 #include "host/report/data.h"
-#include "host/report/html_writer.h"
 
 /// Writes a bar picture of the shares of users and accounts in all files and bytes as inline SVG, and a line on what
 /// does not fit in it.

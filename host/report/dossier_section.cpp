@@ -1,9 +1,9 @@
 #include "host/report/dossier_section.h"
 
+#include "host/html/parts.h"
 #include "host/mail_database/account_fields.h"
 #include "host/mail_database/account_reading.h"
 #include "host/mail_database/accounts_text.h"
-#include "host/report/parts.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/accounts/account_record.h"
-#include "host/report/html_writer.h"
+#include "host/html/html_writer.h"
 #include "host/result/result_paths.h"
 
 #include <optional>

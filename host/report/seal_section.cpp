@@ -1,6 +1,6 @@
 #include "host/report/seal_section.h"
 
-#include "host/report/parts.h"
+#include "host/html/parts.h"
 #include "host/text/display_text.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "host/report/summary.h"
 
-#include "host/report/parts.h"
+#include "host/html/parts.h"
 #include "host/text/display_text.h"
 
 #include <QJsonDocument>

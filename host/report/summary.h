@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/html/html_writer.h"
 #include "host/report/data.h"
-#include "host/report/html_writer.h"
 
 /// Writes whether the result is whole, and a line for everything that makes it less.
 void write_report_notices(report_html& html, const report_data& data);

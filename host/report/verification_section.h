@@ -1,7 +1,7 @@
 #pragma once
 
+#include "host/html/html_writer.h"
 #include "host/report/data.h"
-#include "host/report/html_writer.h"
 
 /// Writes how many files have which status. `directory` is where the report lies.
 void write_verification(report_html& html, const report_data& data, const QString& directory);

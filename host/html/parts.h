@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/report/html_writer.h"
+#include "host/html/html_writer.h"
 
 #include <QList>
 

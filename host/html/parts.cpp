@@ -1,4 +1,4 @@
-#include "host/report/parts.h"
+#include "host/html/parts.h"
 
 #include "host/text/display_text.h"
 

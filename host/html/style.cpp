@@ -1,4 +1,4 @@
-#include "host/report/style.h"
+#include "host/html/style.h"
 
 const char* const report_style_sheet = R"css(
 :root {

@@ -1,6 +1,6 @@
-#include "host/report/document_head.h"
+#include "host/html/document_head.h"
 
-#include "host/report/style.h"
+#include "host/html/style.h"
 
 #include <QCryptographicHash>
 

@@ -1,4 +1,4 @@
-#include "host/report/html_writer.h"
+#include "host/html/html_writer.h"
 
 #include <QIODevice>
 
