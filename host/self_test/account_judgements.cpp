@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace {
 
 QJsonArray printed(const QString& program, const QString& command, const QString& result)

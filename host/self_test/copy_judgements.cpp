@@ -4,8 +4,10 @@
 #include "host/self_test/self_test_ground.h"
 #include "host/text/failure.h"
 
+#include <QFile>
 #include <QRegularExpression>
-#include <QSet>
+
+#include <algorithm>
 
 namespace {
 

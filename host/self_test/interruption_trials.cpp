@@ -5,6 +5,7 @@
 #include "host/self_test/copy_judgements.h"
 
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QRandomGenerator>
 
 namespace {

@@ -36,8 +36,8 @@ void judge_accounts(const self_test_ground& ground, const QString& result, state
                                                                 {"no invented account", judge_no_invented_account},
                                                                 {"raw beside interpreted values", judge_raw_values},
                                                                 {"log agrees with the counts", judge_counts}};
-    for (const auto& [text, judgement] : judgements) {
-        statements.judge(QLatin1String(text), [&](examination& found) { judgement(ground, result, found); });
+    for (const auto& one : judgements) {
+        statements.judge(QLatin1String(one.first), [&](examination& found) { one.second(ground, result, found); });
     }
 }
 

@@ -11,9 +11,11 @@
 #include "host/text/text_table.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QSysInfo>
 #include <QTemporaryDir>

@@ -5,6 +5,7 @@
 #include <QCryptographicHash>
 #include <QFile>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace fs = std::filesystem;
