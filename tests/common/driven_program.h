@@ -20,7 +20,7 @@ struct program_result
 inline program_result ending_of(QProcess& program)
 {
     // Waiting for one that has ended already counts as failed.
-    const bool has_ended = program.state() == QProcess::NotRunning || program.waitForFinished(60'000);
+    const bool has_ended = program.state() == QProcess::NotRunning || program.waitForFinished(240'000);
     if (!has_ended || program.exitStatus() != QProcess::NormalExit) {
         return {};
     }
