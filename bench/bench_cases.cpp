@@ -9,6 +9,7 @@
 #include "host/result/result_paths.h"
 #include "host/result/seal.h"
 #include "sample/sample_source.h"
+#include "support/shared_texts.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -121,14 +122,14 @@ void write_database(const QString& path, int index)
         execute(database,
                 "CREATE TABLE accounts(INT INTEGER PRIMARY KEY, system_user TEXT, account TEXT, dest_path TEXT, "
                 "source_file TEXT)");
-        execute(database,
-                QStringLiteral(
-                    "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) INSERT INTO accounts "
-                    "SELECT i, 'user' || i % 4, 'account' || (i * %2 % 50000) || '@example.org', "
-                    "'/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_user_11-21-2026/V10/' || i, "
-                    "'/Users/user/Library/Mail/V10;++::++;/Users/user/Library/Accounts/Accounts4.sqlite' FROM n")
-                    .arg(accounts_of_a_result)
-                    .arg(index));
+        execute(
+            database,
+            QStringLiteral(
+                "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) INSERT INTO accounts "
+                "SELECT i, 'user' || i % 4, 'account' || (i * %2 % 50000) || '@example.org', "
+                "'/%3/' || i, "
+                "'/Users/user/Library/Mail/V10;++::++;/Users/user/Library/Accounts/Accounts4.sqlite' FROM n")
+                .arg(QString::number(accounts_of_a_result), QString::number(index), shared_texts::plugin_directory));
     }
     QSqlDatabase::removeDatabase("bench");
 }

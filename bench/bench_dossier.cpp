@@ -106,7 +106,7 @@ int main(int argc, char** argv)
     const double writing = seconds(timer);
     timer.restart();
     const account_dossier back = read_accounts(result);
-    std::printf("%lld accounts: %.2f s to read the store, %.2f s to write mail.sqlite, %.2f s to read it back\n",
+    std::printf("%lld accounts: %.2f s to read the store, %.2f s to write the database, %.2f s to read it back\n",
                 static_cast<long long>(back.accounts.size()), reading, writing, seconds(timer));
     for (const QString& problem : dossier.problems) {
         std::printf("%s\n", qUtf8Printable(problem));

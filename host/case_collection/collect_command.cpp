@@ -166,6 +166,6 @@ int collect_command(const collect_options& options)
         complain(warning);
     }
     complain_about(overview, problems);
-    print_line(paths.collected() + QStringLiteral("/report.html"));
+    print_line(paths.collected() + QLatin1Char('/') + case_paths::collected_report_name());
     return standing == exit_code::whole && !problems.isEmpty() ? exit_code::with_failures : standing;
 }

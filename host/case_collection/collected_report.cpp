@@ -4,6 +4,7 @@
 #include "host/html/parts.h"
 #include "host/html/style.h"
 #include "host/report/account_table.h"
+#include "host/result/result_paths.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 
@@ -116,7 +117,7 @@ void write_source_row(report_html& html, const collected_case& collected, const 
     const auto cell = html.open("td");
     if (is_taken) {
         // The collected folder lies in the case directory.
-        const QString report = entry.source.file(QStringLiteral("whole/mail-extract/report.html"));
+        const QString report = entry.source.file(QStringLiteral("whole/") + relative_place(product::report));
         html.element("a", QStringLiteral("report"), {{"href", relative_link(collected.paths.collected(), report)}});
     }
 }
@@ -182,7 +183,7 @@ void write_across(report_html& html, const collected_database& database)
 void write_collected_report(const collected_case& collected, const collected_database& database,
                             const QString& directory)
 {
-    QFile file(directory + QStringLiteral("/report.html"));
+    QFile file(directory + QLatin1Char('/') + case_paths::collected_report_name());
     if (!file.open(QIODevice::WriteOnly)) {
         refuse(QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
     }

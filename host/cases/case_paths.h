@@ -19,6 +19,8 @@ public:
     QString results() const { return in_case("results"); }
     QString cluster() const { return in_case("cluster"); }
     QString collected() const { return in_case("collected"); }
+    /// Returns the name of the collected report in that folder.
+    static QString collected_report_name() { return QStringLiteral("report.html"); }
 
 private:
     QString directory;

@@ -2,6 +2,7 @@
 
 #include "host/html/parts.h"
 #include "host/report/account_table.h"
+#include "host/result/result_paths.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 
@@ -133,10 +134,10 @@ void write_absent(report_html& html, const completeness_certificate& certificate
     write_list(html, lines);
     const auto line = html.open("p", {{"class", QStringLiteral("muted")}});
     html.text(QStringLiteral("Each message that the index alone has stands in "));
-    html.element("a", QStringLiteral("index_only.csv"), {{"href", index_only_link}});
+    html.element("a", product_name(product::index_only_list), {{"href", index_only_link}});
     html.text(QStringLiteral(", each file that it has not in "));
-    html.element("a", QStringLiteral("disk_only.csv"), {{"href", disk_only_link}});
-    html.text(QStringLiteral(", every mailbox in mail.sqlite."));
+    html.element("a", product_name(product::disk_only_list), {{"href", disk_only_link}});
+    html.text(QStringLiteral(", every mailbox in %1.").arg(product_name(product::mail_database)));
 }
 
 void write_unknown(report_html& html, const completeness_certificate& certificate)
@@ -145,8 +146,8 @@ void write_unknown(report_html& html, const completeness_certificate& certificat
     const QStringList remarks = completeness_remarks(certificate);
     QStringList lines = remarks.mid(0, most_remarks);
     if (remarks.size() > most_remarks) {
-        lines.append(
-            QStringLiteral("%1 more remarks stand in mail.sqlite.").arg(display_number(remarks.size() - most_remarks)));
+        lines.append(QStringLiteral("%1 more remarks stand in %2.")
+                         .arg(display_number(remarks.size() - most_remarks), product_name(product::mail_database)));
     }
     for (const char* text : unknowable) {
         lines.append(QLatin1String(text));

@@ -4,6 +4,7 @@
 #include "host/mail_database/account_fields.h"
 #include "host/mail_database/account_reading.h"
 #include "host/mail_database/accounts_text.h"
+#include "host/result/result_paths.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 
@@ -187,7 +188,8 @@ void write_dossier(report_html& html, const report_dossier& dossier)
     }
     write_users(html, *dossier.found);
     if (dossier.found->accounts.size() > most_cards) {
-        html.element("p", QStringLiteral("%1 more accounts stand in mail.sqlite.")
-                              .arg(display_number(dossier.found->accounts.size() - most_cards)));
+        html.element("p", QStringLiteral("%1 more accounts stand in %2.")
+                              .arg(display_number(dossier.found->accounts.size() - most_cards),
+                                   product_name(product::mail_database)));
     }
 }

@@ -92,6 +92,7 @@ void write_seal(report_html& html, const report_data& data)
             write_record(html, *record, proof.root_hash());
         }
     }
-    html.element("p", QStringLiteral("The findings of each stand beside its record in mail-extract/verifications."),
+    html.element("p",
+                 QStringLiteral("The findings of each stand beside its record, in the folder of the verifications."),
                  {{"class", QStringLiteral("muted")}});
 }

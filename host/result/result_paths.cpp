@@ -16,6 +16,11 @@ constexpr QLatin1String evidence_folder("evidence");
 
 } // namespace
 
+QString relative_place(product which)
+{
+    return products_folder + QLatin1Char('/') + product_name(which);
+}
+
 result_paths::result_paths(const QString& named)
     : directory(named.isEmpty() ? QString() : QDir::cleanPath(QFileInfo(named).absoluteFilePath()))
 {

@@ -32,6 +32,9 @@ inline QLatin1String product_name(product which)
     return QLatin1String(product_names[static_cast<std::size_t>(which)]);
 }
 
+/// Returns the place of a product, relative to its result.
+QString relative_place(product which);
+
 /// Where everything lies in a result. Made once from the directory that the user names, and handed on; looks at
 /// nothing.
 class result_paths

@@ -154,11 +154,13 @@ void judge_new_seal(const self_test_ground& ground, const QString& result, exami
 
 void judge_quiet_verification(const self_test_ground& ground, const QString& result, examination& found)
 {
-    const auto sealed_part = [&result] {
-        tree_state state = state_of_tree(result);
-        state.removeIf([](const tree_state::iterator& item) {
-            return item.key().startsWith("mail-extract/verifications") || item.key() == "mail-extract/report.html" ||
-                   item.key() == "mail-extract";
+    const result_paths paths(result);
+    const auto sealed_part = [&paths] {
+        tree_state state = state_of_tree(paths.root());
+        state.removeIf([&paths](const tree_state::iterator& item) {
+            return item.key().startsWith(paths.relative(paths.verifications())) ||
+                   item.key() == relative_place(product::report).toUtf8() ||
+                   item.key() == paths.relative(paths.products());
         });
         return state;
     };

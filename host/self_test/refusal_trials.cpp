@@ -6,6 +6,7 @@
 #include "host/terminal/exit_codes.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -127,9 +128,10 @@ void try_destinations(const self_test_ground& ground, statement_list& statements
     statements.judge(QStringLiteral("no escape through links planted in the result"), [&](examination& found) {
         const QString elsewhere = ground.place(QStringLiteral("elsewhere"));
         write_trial_file(elsewhere + QStringLiteral("/file"), "theirs");
-        judge_planted_link(ground, QStringLiteral("mail-extract"), elsewhere, found);
-        judge_planted_link(ground, QStringLiteral("Artifacts_Result"), ground.volume.root + QStringLiteral("/Users"),
-                           found);
+        const result_paths planted(QStringLiteral("/result"));
+        const auto name_of = [&planted](const QString& path) { return QFile::decodeName(planted.relative(path)); };
+        judge_planted_link(ground, name_of(planted.products()), elsewhere, found);
+        judge_planted_link(ground, name_of(planted.artifacts()), ground.volume.root + QStringLiteral("/Users"), found);
     });
 }
 
