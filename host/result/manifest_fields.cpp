@@ -139,7 +139,7 @@ std::optional<QByteArray> percent_decoded_name(const QByteArray& text)
 QByteArray time_to_text(const file_time& time)
 {
     const qint64 day = floored_quotient(time.seconds, seconds_per_day);
-    const auto of_day = static_cast<int>(time.seconds - day * seconds_per_day);
+    const auto of_day = static_cast<int>((time.seconds % seconds_per_day + seconds_per_day) % seconds_per_day);
     const civil_date date = date_of(day);
     const bool is_common = date.year >= 0 && date.year <= 9999;
     std::array<char, 64> text{};
