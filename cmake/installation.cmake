@@ -15,6 +15,8 @@ write_basic_package_version_file("${CMAKE_BINARY_DIR}/AppleMailExtractorConfigVe
     COMPATIBILITY SameMajorVersion)
 
 install(TARGETS apple_mail_extractor LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-install(FILES plugin/apple_mail_extractor.h plugin/copied_file.h plugin/host_records.h DESTINATION "${header_directory}/plugin")
+install(FILES plugin/apple_mail_extractor.h plugin/host_records.h DESTINATION "${header_directory}/plugin")
+# What the public header names of bulk copying.
+install(FILES support/bulk/copied_file.h DESTINATION "${header_directory}/support/bulk")
 install(FILES "${CMAKE_BINARY_DIR}/AppleMailExtractorConfig.cmake"
     "${CMAKE_BINARY_DIR}/AppleMailExtractorConfigVersion.cmake" DESTINATION "${package_directory}")

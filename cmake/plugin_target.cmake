@@ -30,11 +30,11 @@ add_library(extractor_objects OBJECT
     plugin/apple_mail_extractor_ios_uid.h
     plugin/apple_mail_extractor_winos.cpp
     plugin/apple_mail_extractor_winos.h
-    plugin/copied_file.h
     plugin/host_records.h
     plugin/result_database.cpp
     support/bulk/bulk_copying.cpp
     support/bulk/bulk_copying.h
+    support/bulk/copied_file.h
     support/bulk/copy_crew.cpp
     support/bulk/copy_crew.h
     support/bulk/file_copying.cpp

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/copied_file.h"
+#include "support/bulk/copied_file.h"
 #include "support/scheme_extractor_settings.h"
 
 #include <QList>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "plugin/copied_file.h"
 #include "plugin/host_records.h"
+#include "support/bulk/copied_file.h"
 
 #include <QFrame>
 #include <QString>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/files/file_amount.h"
-#include "plugin/copied_file.h"
+#include "support/bulk/copied_file.h"
 
 #include <QObject>
 

@@ -3,7 +3,7 @@
 #include "host/result/result_paths.h"
 #include "host/result/run_record.h"
 #include "host/verify/known_sources.h"
-#include "plugin/copied_file.h"
+#include "support/bulk/copied_file.h"
 
 /// Takes what the plug-in tells of each copy in bulk: the hash of what was read for it, or what went wrong.
 class copies_of_run

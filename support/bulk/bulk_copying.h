@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/copied_file.h"
+#include "support/bulk/copied_file.h"
 #include "support/bulk/copy_crew.h"
 #include "support/bulk/tree_walk.h"
 

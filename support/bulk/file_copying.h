@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugin/copied_file.h"
+#include "support/bulk/copied_file.h"
 #include "support/bulk/platform_copying.h"
 #include "support/bulk/stream_hash.h"
 
