@@ -60,11 +60,12 @@ extraction extract(const evidence_source& source, run_settings settings, cancel_
     driven_plugin plugin(source, settings);
     write_file(plugin.mail_copy(settings.users.first()) + "/V9/folder/was there", "old");
     plugin.on_event = [&](const QString& event) {
-        if (cancel == cancel_point::first_copy && event.startsWith("copied")) {
-            plugin->pub_cancel_extraction();
-        } else if (cancel == cancel_point::first_row && event.startsWith("copied") && plugin.copied.size() == 1) {
+        const bool is_copy = event.startsWith("copied");
+        if (cancel == cancel_point::first_row && is_copy && plugin.copied.size() == 1) {
             QTest::qSleep(longer_than_row_pause_ms);
-        } else if (cancel == cancel_point::first_row && event == "records 1") {
+        }
+        if ((cancel == cancel_point::first_copy && is_copy) ||
+            (cancel == cancel_point::first_row && event == "records 1")) {
             plugin->pub_cancel_extraction();
         }
     };
