@@ -1,13 +1,14 @@
 #include "host/command_line.h"
 
 #include "host/case_command.h"
+#include "host/files/hashing.h"
 #include "host/help_page.h"
 #include "host/log/decipher_command.h"
 #include "host/mail_database/accounts_command.h"
 #include "host/mail_database/completeness_command.h"
+#include "host/mail_database/show_command.h"
 #include "host/report/report_command.h"
 #include "host/result/result_paths.h"
-#include "host/result/show_command.h"
 #include "host/run/demo_command.h"
 #include "host/run/run_command.h"
 #include "host/self_test/self_test_command.h"
@@ -176,8 +177,9 @@ void add_show(CLI::App& program, chosen_command& chosen, show_options& options)
         ->option_text("table|csv|json")
         ->default_str("table");
     command.add_flag("--wide", options.wide, "Shorten nothing in the table");
-    command.add_flag("--raw", options.raw,
-                     "Write cells of csv as they are, also those that a spreadsheet would run as a formula");
+    command.add_flag(
+        "--raw", options.raw,
+        "The table alone, its cells in csv as they are, also those that a spreadsheet would run as a formula");
 }
 
 void add_accounts(CLI::App& program, chosen_command& chosen, accounts_options& options)
@@ -221,8 +223,14 @@ void add_verify(CLI::App& program, chosen_command& chosen, verify_options& optio
     add_path(command, "--result", options.result, "Directory of the result", "DIR")->required();
     add_path(command, "--source", options.source,
              "Directory with the source's file system (default: the recorded one, if it is there)", "DIR");
+    // An empty one, as of a variable that is not set, would compare nothing.
+    const auto is_hash = [](const std::string& value) {
+        const bool is_one = digest_from_hex(QByteArray::fromStdString(value).trimmed()).has_value();
+        return is_one ? std::string() : std::string("the root hash has 64 digits from 0 to 9 and a to f");
+    };
     add_text(command, "--expect", options.expected_root, "Root hash from the end of the run, to compare with")
-        ->type_name("ROOT_HASH");
+        ->type_name("ROOT_HASH")
+        ->check(is_hash);
     command.add_flag("--other-source", options.other_source, "Take a source that cannot be the recorded one");
     command.add_flag("--quiet", options.quiet, "Show no progress");
     command.add_flag("--json", options.json, "Print the record of the verification as JSON");

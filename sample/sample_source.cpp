@@ -45,6 +45,8 @@ void write_system(sample_writer& writer)
     writer.write_file(QStringLiteral("System/Library/CoreServices/SystemVersion.plist"), to_xml_plist(version));
     writer.write_file(QStringLiteral("Library/Preferences/.GlobalPreferences.plist"),
                       to_binary_plist(QVariantMap{{QStringLiteral("AppleLocale"), QStringLiteral("en_GB")}}));
+    writer.write_link(QStringLiteral("private/etc/localtime"),
+                      QStringLiteral("/var/db/timezone/zoneinfo/Europe/Berlin"));
     writer.write_file(QStringLiteral("Users/.localized"), {});
     writer.write_file(QStringLiteral("Users/Shared/.localized"), {});
     writer.write_file(QStringLiteral("Users/Shared/read me.txt"), "This folder is for everybody.\n");

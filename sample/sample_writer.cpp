@@ -55,6 +55,15 @@ void sample_writer::write_file(const QString& path, const QByteArray& content, s
     byte_count += content.size();
 }
 
+void sample_writer::write_link(const QString& path, const QString& target)
+{
+    make_directory(path.left(path.lastIndexOf(u'/')));
+    const QString absolute = root + u'/' + path;
+    if (first_error.isEmpty() && !QFile::link(target, absolute)) {
+        first_error = failure(QStringLiteral("cannot make link"), absolute, qt_error_string(errno));
+    }
+}
+
 void sample_writer::make_directory(const QString& path)
 {
     if (!first_error.isEmpty() || known_directories.contains(path)) {

@@ -16,6 +16,8 @@ public:
 
     /// Writes one new file, making its directories; without a time it gets one drawn from the seed and its path.
     void write_file(const QString& path, const QByteArray& content, std::optional<sample_time> modified = {});
+    /// Makes a link to `target`, which need not exist.
+    void write_link(const QString& path, const QString& target);
     /// Makes a directory and its parents.
     void make_directory(const QString& path);
     /// Sets the directories' times; to be called last, since writing a file changes its directory's time.

@@ -106,9 +106,10 @@ std::vector<account_folder_found> find_account_folders(const QByteArray& source,
         }
         for (const named_entry& entry : folders.entries) {
             account_folder_found folder;
-            if (entry.facts.kind != entry_kind::directory || !take_name(entry.name, folder)) {
+            if (entry.facts.kind != entry_kind::directory) {
                 continue;
             }
+            folder.is_account = take_name(entry.name, folder);
             folder.place.mail_version = QString::fromLatin1(version.name);
             if (!live.isEmpty()) {
                 folder.place.live = live == folder.place.mail_version;

@@ -7,10 +7,11 @@
 
 #include <vector>
 
-/// An account folder of one user as the Mail directory has it.
+/// A folder of a user's Mail version directory: an account's, as far as its name tells, or another.
 struct account_folder_found
 {
-    QString name;       ///< as display_text shows it
+    QString name; ///< as display_text shows it
+    bool is_account = false;
     QString identifier; ///< in upper case; empty for a folder that is named otherwise
     QString type;       ///< in plain words where the name tells it; else empty
     QString login;      ///< what stands between the prefix and the server; empty when the name does not tell
@@ -19,7 +20,7 @@ struct account_folder_found
     account_place place;
 };
 
-/// Finds the account folders in every Mail version directory of a user, oldest version first. No link is followed.
+/// Finds the folders in every Mail version directory of a user, oldest version first. No link is followed.
 /// What could not be looked at is appended to `problems`.
 std::vector<account_folder_found> find_account_folders(const QByteArray& source, const QByteArray& user,
                                                        QStringList& problems);

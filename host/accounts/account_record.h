@@ -107,11 +107,19 @@ struct account_family
     qint64 size = 0;             ///< all of them
 };
 
+/// A folder in a Mail version directory whose name is no account's, such as MailData.
+struct other_folder
+{
+    QString user;
+    account_place place;
+};
+
 /// The accounts of a source. `problems` are what could not be looked at; `remarks` what a store does not have.
 struct account_dossier
 {
     QList<account_record> accounts;
     QList<account_family> families;
+    QList<other_folder> other_folders; ///< with the accounts' own, every folder of the Mail version directories
     QStringList problems;
     QStringList remarks;
 };

@@ -205,6 +205,10 @@ void user_dossier::assign_folders()
         }
     }
     for (account_folder_found& folder : folders) {
+        if (!folder.is_account) {
+            dossier.other_folders.append({display_text(user), folder.place});
+            continue;
+        }
         QList<qsizetype> owners;
         if (!folder.identifier.isEmpty()) {
             owners = by_identifier.values(folder.identifier);

@@ -94,13 +94,22 @@ std::optional<sha256_digest> digest_from_hex(const QByteArray& hex)
 
 std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& error)
 {
+    return sha256_of_file(path, error, [](qint64) { return false; });
+}
+
+std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& error,
+                                            const std::function<bool(qint64 bytes)>& cancelled)
+{
     const quiet_file file = quiet_open(path);
     if (!file.error.isEmpty()) {
         error = file.error;
         return std::nullopt;
     }
-    const auto go_through = [](qint64) { return false; };
-    const file_hasher::outcome result = file_hasher().hash(file.descriptor.get(), go_through);
+    const file_hasher::outcome result = file_hasher().hash(file.descriptor.get(), cancelled);
+    if (result.stopped) {
+        error = QStringLiteral("cancelled");
+        return std::nullopt;
+    }
     if (result.error != 0) {
         error = QStringLiteral("at byte %1: %2").arg(QString::number(result.bytes), system_error_text(result.error));
         return std::nullopt;

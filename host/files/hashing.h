@@ -51,3 +51,6 @@ private:
 /// Returns the SHA-256 of a regular file, links not followed; nothing, with the reason in `error`, when it cannot be
 /// read.
 std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& error);
+/// The same; `cancelled` is called with the bytes of each piece read and ends it by returning true, as an error.
+std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& error,
+                                            const std::function<bool(qint64 bytes)>& cancelled);

@@ -27,6 +27,32 @@ account_name name_in(const QSqlQuery& rows, int first)
     return {rows.value(first).toString(), rows.value(first + 1).toString(), rows.value(first + 2).toString()};
 }
 
+/// Columns: Mail version, in use, path, files, bytes, problem.
+account_place place_in(const QSqlQuery& rows, int first)
+{
+    const QVariant live = rows.value(first + 1);
+    return {rows.value(first).toString(),
+            live.isNull() ? std::nullopt : std::optional(live.toInt() != 0),
+            rows.value(first + 2).toString(),
+            {rows.value(first + 3).toLongLong(), rows.value(first + 4).toLongLong()},
+            {},
+            rows.value(first + 5).toString()};
+}
+
+void read_other_folders(const own_database& database, account_dossier& dossier)
+{
+    QSqlQuery known = database.query(QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = 'other_folders'"));
+    if (!known.next()) {
+        dossier.problems.append(QStringLiteral("folders that are no account's were not recorded by this run"));
+        return;
+    }
+    QSqlQuery rows = database.query(QStringLiteral("SELECT user, mail_version, live, path, files, bytes, problem "
+                                                   "FROM other_folders ORDER BY rowid"));
+    while (rows.next()) {
+        dossier.other_folders.append({rows.value(0).toString(), place_in(rows, 1)});
+    }
+}
+
 void read_records(const own_database& database, account_dossier& dossier)
 {
     QStringList columns;
@@ -57,15 +83,10 @@ void read_details(const own_database& database, account_dossier& dossier)
         });
     for_each_detail(database, "account_parents", "identifier, type_identifier, description", "position", dossier,
                     [](account_record& record, const QSqlQuery& rows) { record.parents.append(name_in(rows, 1)); });
-    for_each_detail(database, "account_folders", "mail_version, live, path, files, bytes, matched_by, problem",
+    for_each_detail(database, "account_folders", "mail_version, live, path, files, bytes, problem, matched_by",
                     "position", dossier, [](account_record& record, const QSqlQuery& rows) {
-                        const QVariant live = rows.value(2);
-                        record.folders.append({rows.value(1).toString(),
-                                               live.isNull() ? std::nullopt : std::optional(live.toInt() != 0),
-                                               rows.value(3).toString(),
-                                               {rows.value(4).toLongLong(), rows.value(5).toLongLong()},
-                                               rows.value(6).toString(),
-                                               rows.value(7).toString()});
+                        record.folders.append(place_in(rows, 1));
+                        record.folders.last().matched_by = rows.value(7).toString();
                     });
     for_each_detail(database, "account_settings", "name, value", "name", dossier,
                     [](account_record& record, const QSqlQuery& rows) {
@@ -112,6 +133,7 @@ account_dossier read_accounts(const result_paths& result)
         const bool is_problem = remarks.value(0).toString() == QLatin1String("problem");
         (is_problem ? dossier.problems : dossier.remarks).append(remarks.value(1).toString());
     }
+    read_other_folders(database, dossier);
     return dossier;
 }
 

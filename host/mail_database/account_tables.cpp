@@ -25,6 +25,8 @@ constexpr const char* tables[] = {
     "kind TEXT NOT NULL, PRIMARY KEY(account, position)) WITHOUT ROWID",
     "CREATE TABLE account_notes(account INTEGER NOT NULL, position INTEGER NOT NULL, kind TEXT NOT NULL, "
     "text TEXT NOT NULL, PRIMARY KEY(account, kind, position)) WITHOUT ROWID",
+    "CREATE TABLE other_folders(user TEXT NOT NULL, mail_version TEXT NOT NULL, live INTEGER, path TEXT NOT NULL, "
+    "files INTEGER NOT NULL, bytes INTEGER NOT NULL, problem TEXT)",
     "CREATE TABLE remarks(kind TEXT NOT NULL, text TEXT NOT NULL)",
 };
 
@@ -80,6 +82,11 @@ QString insertion(const QString& table, qsizetype columns)
         .arg(table, QStringList(columns, QStringLiteral("?")).join(QLatin1Char(',')));
 }
 
+QVariant flag_or_null(const std::optional<bool>& flag)
+{
+    return flag ? QVariant(int{*flag}) : QVariant();
+}
+
 account_table_writer::account_table_writer(mail_database_writer& target) : writer(target)
 {
     QStringList columns;
@@ -127,9 +134,8 @@ void account_table_writer::write(const account_record& record)
     }
     for (qsizetype position = 0; position < record.folders.size(); ++position) {
         const account_place& place = record.folders[position];
-        writer.insert(into.folder,
-                      {account, position, place.mail_version, place.live ? QVariant(int{*place.live}) : QVariant(),
-                       place.path, place.amount.files, place.amount.bytes, place.matched_by, place.problem});
+        writer.insert(into.folder, {account, position, place.mail_version, flag_or_null(place.live), place.path,
+                                    place.amount.files, place.amount.bytes, place.matched_by, place.problem});
     }
     for (auto setting = record.settings.begin(); setting != record.settings.end(); ++setting) {
         writer.insert(into.setting, {account, setting.key(), setting.value()});
@@ -162,6 +168,11 @@ void write_account_tables(mail_database_writer& writer, const account_dossier& d
     }
     for (const account_family& family : dossier.families) {
         accounts.write(family);
+    }
+    QSqlQuery others = writer.prepare(insertion(QStringLiteral("other_folders"), 7));
+    for (const auto& [user, place] : dossier.other_folders) {
+        writer.insert(others, {user, place.mail_version, flag_or_null(place.live), place.path, place.amount.files,
+                               place.amount.bytes, place.problem});
     }
     QSqlQuery remarks = writer.prepare(insertion(QStringLiteral("remarks"), 2));
     for (const auto& [kind, texts] : {std::pair{"problem", &dossier.problems}, std::pair{"remark", &dossier.remarks}}) {

@@ -33,6 +33,7 @@ void leave_user_only(account_dossier& dossier, const QString& user)
 {
     QList<account_record>& accounts = dossier.accounts;
     accounts.removeIf([&user](const account_record& record) { return record.user != user; });
+    dossier.other_folders.removeIf([&user](const other_folder& folder) { return folder.user != user; });
     if (accounts.isEmpty()) {
         complain(QStringLiteral("the result holds no account of a user %1").arg(user));
     }
@@ -55,6 +56,7 @@ int accounts_command(const accounts_options& options)
     } else {
         print_lines(options.wide ? wide_accounts_table(dossier.accounts)
                                  : accounts_table(dossier.accounts, terminal_width()));
+        print_lines(lines_of_other_folders(dossier));
     }
     for (const QString& problem : dossier.problems) {
         complain(problem);

@@ -133,6 +133,16 @@ QStringList accounts_table(const QList<account_record>& accounts, qsizetype widt
     return table_lines(columns, rows, width) + marks;
 }
 
+QStringList lines_of_other_folders(const account_dossier& dossier)
+{
+    QStringList lines;
+    for (const auto& [user, place] : dossier.other_folders) {
+        lines.append(
+            QStringLiteral("no account folder: %1, %2 files").arg(place.path, display_number(place.amount.files)));
+    }
+    return lines;
+}
+
 QStringList wide_accounts_table(const QList<account_record>& accounts)
 {
     QList<table_column> columns;

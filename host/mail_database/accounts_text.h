@@ -15,6 +15,9 @@ QString account_type_title(const account_record& record);
 /// Returns the accounts as a table of at most `width` columns; marks and problems follow as lines of their own.
 QStringList accounts_table(const QList<account_record>& accounts, qsizetype width);
 
+/// Returns a line for each folder that is no account's.
+QStringList lines_of_other_folders(const account_dossier& dossier);
+
 /// Returns the accounts with all their fields as a table as wide as it takes.
 QStringList wide_accounts_table(const QList<account_record>& accounts);
 

@@ -45,11 +45,22 @@ void add_entry(report_amount& amount, const manifest_entry& entry)
     amount.not_copied += is_fault(entry.status) ? 1 : 0;
 }
 
+/// Times that no Mac can have given its mail would leave no room for the others.
+std::optional<int> year_of(const std::optional<file_time>& time)
+{
+    constexpr qint64 begin_of_2100 = 4'102'444'800;
+    if (!time || time->seconds < 0 || time->seconds >= begin_of_2100) {
+        return std::nullopt;
+    }
+    return QDateTime::fromSecsSinceEpoch(time->seconds, Qt::UTC).date().year();
+}
+
 /// Sums up a manifest as it is read, without keeping it.
 struct manifest_sums
 {
     QHash<QByteArray, report_amount> by_folder; ///< the accounts' folders, relative to the result
     QHash<QByteArray, report_amount> by_user;
+    QHash<QByteArray, QMap<int, qint64>> years_by_user;
     std::array<QList<manifest_entry>, entry_status_names.size()> exceptions;
     report_manifest whole;
 
@@ -58,6 +69,9 @@ struct manifest_sums
         const auto status = static_cast<std::size_t>(entry.status);
         ++whole.totals[status];
         add_entry(by_user[entry.user], entry);
+        if (const std::optional<int> year = year_of(entry.metadata.modified)) {
+            ++years_by_user[entry.user][*year];
+        }
         const bool is_kept = entry.status == entry_status::kept;
         whole.kept_hidden += is_kept && entry.reason == entry_status_name(entry_status::hidden) ? 1 : 0;
         whole.kept_loose += is_kept && entry.reason == entry_status_name(entry_status::loose) ? 1 : 0;
@@ -132,6 +146,7 @@ report_manifest apply_manifest(const result_paths& result, QList<report_user>& u
     }
     for (report_user& user : users) {
         user.mail_tree = sums.by_user.take(user.name.toUtf8());
+        user.files_by_year = sums.years_by_user.value(user.name.toUtf8());
         for (report_account& account : user.accounts) {
             account.amount = sums.by_folder.value(account.folder.toUtf8());
         }
@@ -139,7 +154,7 @@ report_manifest apply_manifest(const result_paths& result, QList<report_user>& u
     for (auto rest = sums.by_user.cbegin(); rest != sums.by_user.cend(); ++rest) {
         // What belongs to no user, as the system's version, makes none.
         if (!rest.key().isEmpty()) {
-            users.append({QString::fromUtf8(rest.key()), {}, rest.value()});
+            users.append({QString::fromUtf8(rest.key()), {}, rest.value(), sums.years_by_user.value(rest.key())});
         }
     }
     sums.whole.exceptions = gravest_first(sums);

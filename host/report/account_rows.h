@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 #include <QList>
+#include <QMap>
 #include <QString>
 
 #include <array>
@@ -35,6 +36,7 @@ struct report_user
     QString name;
     QList<report_account> accounts; ///< in the order of the rows
     report_amount mail_tree;        ///< the whole Mail directory where manifest or run record tell, else the accounts
+    QMap<int, qint64> files_by_year = {}; ///< how many files were last changed in a year, as the manifest has it
 };
 
 /// What the manifest says.

@@ -53,6 +53,7 @@ void write_report_header(report_html& html, const report_data& data)
         write_case_data(html, data.run->about);
         write_fact_or_unknown(html, "Source", data.run->source);
         write_fact_or_unknown(html, "System of the Mac", data.run->identity.system_version);
+        write_fact_or_unknown(html, "Time zone of the Mac", data.run->source_time_zone);
     }
     write_fact_or_unknown(html, "Result", data.result.root());
     if (data.run) {

@@ -84,6 +84,7 @@ void write_copied(report_html& html, const report_data& data, const completeness
 void write_accounts(report_html& html, const completeness_certificate& certificate)
 {
     const auto sums = by_account(certificate);
+    const auto filtered = html.open("div", {{"data-filter", QStringLiteral("yes")}});
     const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
     const auto table =
         html.open("table", {{"class", QStringLiteral("completeness")}, {"data-tool", QStringLiteral("yes")}});

@@ -3,55 +3,60 @@
 #include "host/text/display_text.h"
 #include "host/text/text_layout.h"
 
+#include <QMap>
+
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace {
 
 // Units of the picture's own coordinates.
 constexpr qint64 picture_width = 1000;
 constexpr qint64 row_height = 26;
-constexpr qint64 bar_height = 14;
 constexpr qint64 top = 30;
-constexpr qint64 bar_width = 230;
-constexpr qsizetype longest_label = 40;
+constexpr qint64 label_width = 250;
+constexpr qint64 widest_column = 90;
+constexpr qsizetype longest_label = 32;
 constexpr qsizetype most_rows = 80;
+constexpr int most_years = 14;
 
-/// One of the two figures that every row shows side by side.
-struct panel
+/// The columns: years, of which what lies before the first shares one.
+struct year_range
 {
-    const char* style_class;
-    const char* title;
-    qint64 left;
-    qint64 file_amount::*figure;
+    int first = 0; ///< stands for all earlier ones, too
+    int last = 0;
+    bool has_earlier = false;
+
+    int count() const { return last - first + 1; }
+    int column_of(int year) const { return std::clamp(year, first, last) - first; }
 };
 
-constexpr std::array<panel, 2> panels = {{{"files", "Share of all files", 340, &file_amount::files},
-                                          {"bytes", "Share of all bytes", 680, &file_amount::bytes}}};
-
-struct chart_row
+QMap<int, qint64> years_of_all(const QList<report_user>& users)
 {
-    QString label;
-    report_amount amount;
-    bool is_user = false;
-};
-
-QString account_label(const report_account& account)
-{
-    const QString name = account.account.isEmpty() ? QStringLiteral("(no name)") : account.account;
-    const QString version = below_dated_folder(account.folder).section(QLatin1Char('/'), 0, 0);
-    return version.isEmpty() ? name : name + QStringLiteral(" · ") + version;
-}
-
-QList<chart_row> chart_rows(const QList<report_user>& users)
-{
-    QList<chart_row> rows;
+    QMap<int, qint64> years;
     for (const report_user& user : users) {
-        rows.append({user.name, user.mail_tree, true});
-        for (const report_account& account : user.accounts) {
-            rows.append({account_label(account), account.amount, false});
+        for (auto year = user.files_by_year.begin(); year != user.files_by_year.end(); ++year) {
+            years[year.key()] += year.value();
         }
     }
-    return rows;
+    return years;
+}
+
+year_range range_of(const QMap<int, qint64>& years)
+{
+    const int last = years.lastKey();
+    const int first = std::max(years.firstKey(), last - most_years + 1);
+    return {first, last, years.firstKey() < first};
+}
+
+QList<qint64> columns_of(const QMap<int, qint64>& years, const year_range& range)
+{
+    QList<qint64> columns(range.count(), 0);
+    for (auto year = years.begin(); year != years.end(); ++year) {
+        columns[range.column_of(year.key())] += year.value();
+    }
+    return columns;
 }
 
 void write_text(report_html& html, const char* style_class, qint64 x, qint64 y, const QString& content)
@@ -60,32 +65,31 @@ void write_text(report_html& html, const char* style_class, qint64 x, qint64 y, 
                  {{"class", QString::fromLatin1(style_class)}, {"x", QString::number(x)}, {"y", QString::number(y)}});
 }
 
-void write_bar(report_html& html, const panel& side, const chart_row& row, qint64 y, qint64 whole)
+/// The more files, the darker; each step takes ten times as many, so that few beside very many are seen.
+QString darkness(qint64 files, qint64 most)
 {
-    const qint64 value = row.amount.*side.figure;
-    const auto share = whole > 0 ? static_cast<double>(value) / static_cast<double>(whole) : 0.0;
-    // Whatever is there at all is visible.
-    const double width = value > 0 ? std::max(1.5, share * bar_width) : 0.0;
-    const QString style = QString::fromLatin1(side.style_class) + (row.is_user ? QStringLiteral(" total") : QString());
-    html.empty("rect", {{"class", style},
-                        {"x", QString::number(side.left)},
-                        {"y", QString::number(y - bar_height + 2)},
-                        {"width", QString::number(width, 'f', 1)},
-                        {"height", QString::number(bar_height)},
-                        {"rx", QStringLiteral("2")}});
-    write_text(html, "value", side.left + static_cast<qint64>(width) + 8, y,
-               QString::number(share * 100.0, 'f', 1) + QStringLiteral(" %"));
+    const double share = std::log(1.0 + static_cast<double>(files)) / std::log(1.0 + static_cast<double>(most));
+    return QString::number(0.12 + 0.88 * share, 'f', 2);
 }
 
-void write_row(report_html& html, const chart_row& row, qint64 y, const std::array<qint64, panels.size()>& whole)
+void write_row(report_html& html, const QString& name, const QList<qint64>& columns, qint64 y, qint64 most,
+               qint64 column_width)
 {
     const auto group = html.open("g");
-    const QString label = display_text(row.label);
-    html.element("title", label);
-    write_text(html, row.is_user ? "user" : "account", row.is_user ? 0 : 16, y,
-               shortened_in_middle(label, longest_label));
-    for (std::size_t i = 0; i < panels.size(); ++i) {
-        write_bar(html, panels[i], row, y, whole[i]);
+    const QString label = display_text(name);
+    write_text(html, "user", 0, y, shortened_in_middle(label, longest_label));
+    for (qsizetype column = 0; column < columns.size(); ++column) {
+        if (columns[column] == 0) {
+            continue;
+        }
+        const qint64 x = label_width + column * column_width;
+        html.empty("rect", {{"class", QStringLiteral("files")},
+                            {"x", QString::number(x)},
+                            {"y", QString::number(y - 16)},
+                            {"width", QString::number(column_width - 3)},
+                            {"height", QStringLiteral("5")},
+                            {"opacity", darkness(columns[column], most)}});
+        write_text(html, "value", x, y + 2, display_number(columns[column]));
     }
 }
 
@@ -93,38 +97,42 @@ void write_row(report_html& html, const chart_row& row, qint64 y, const std::arr
 
 void write_report_chart(report_html& html, const QList<report_user>& users)
 {
-    const QList<chart_row> all = chart_rows(users);
-    const QList<chart_row> rows = all.first(std::min(all.size(), most_rows));
-    std::array<qint64, panels.size()> whole{};
-    for (const report_user& user : users) {
-        for (std::size_t i = 0; i < panels.size(); ++i) {
-            whole[i] += user.mail_tree.*panels[i].figure;
-        }
+    const QMap<int, qint64> all = years_of_all(users);
+    if (all.isEmpty()) {
+        html.element("p", QStringLiteral("Not known: there is no manifest with times."));
+        return;
     }
-    const qint64 height = top + row_height * rows.size();
+    const year_range range = range_of(all);
+    const QList<report_user> rows = users.first(std::min(users.size(), most_rows));
+    const qint64 column_width = std::min(widest_column, (picture_width - label_width) / range.count());
+    qint64 most = 1;
+    for (const report_user& user : rows) {
+        const QList<qint64> columns = columns_of(user.files_by_year, range);
+        most = std::max(most, *std::max_element(columns.begin(), columns.end()));
+    }
+    const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
     {
-        const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
+        const qint64 height = top + row_height * rows.size();
         const auto picture =
             html.open("svg", {{"class", QStringLiteral("picture")},
                               {"role", QStringLiteral("img")},
                               {"viewBox", QStringLiteral("0 0 %1 %2").arg(picture_width).arg(height)}});
-        html.element("title", QStringLiteral("Shares of users and accounts"));
-        for (const panel& side : panels) {
-            write_text(html, "head", side.left, 12, QString::fromLatin1(side.title));
-            html.empty("line", {{"class", QStringLiteral("rule")},
-                                {"x1", QString::number(side.left)},
-                                {"x2", QString::number(side.left)},
-                                {"y1", QStringLiteral("20")},
-                                {"y2", QString::number(height)}});
+        html.element("title", QStringLiteral("Files by the year of their last change"));
+        for (int year = range.first; year <= range.last; ++year) {
+            const bool is_more = year == range.first && range.has_earlier;
+            write_text(html, "head", label_width + (year - range.first) * column_width, 12,
+                       is_more ? QStringLiteral("≤%1").arg(year) : QString::number(year));
         }
         for (qsizetype i = 0; i < rows.size(); ++i) {
-            write_row(html, rows[i], top + row_height * i + 16, whole);
+            write_row(html, rows[i].name, columns_of(rows[i].files_by_year, range), top + row_height * i + 16, most,
+                      column_width);
         }
     }
-    if (all.size() > rows.size()) {
-        html.element("p",
-                     QStringLiteral("The first %1 of %2 rows are drawn; the table above has all figures.")
-                         .arg(display_number(rows.size()), display_number(all.size())),
-                     {{"class", QStringLiteral("muted")}});
+    if (users.size() > rows.size()) {
+        html.element(
+            "p",
+            QStringLiteral("The first %1 of %2 users are drawn; %3 has the time of every file.")
+                .arg(display_number(rows.size()), display_number(users.size()), product_name(product::manifest)),
+            {{"class", QStringLiteral("muted")}});
     }
 }

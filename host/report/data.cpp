@@ -38,8 +38,18 @@ try {
         data.notes.append(data.result.path(product::run_record) + QStringLiteral(": no run record there"));
     }
 } catch (const failure& unreadable) {
-    data.notes.append(unreadable.message());
     data.unreadable.append(unreadable.message());
+}
+
+/// Without any trace of a run, a database that cannot be read means that this is no result.
+void add_users(report_data& data)
+try {
+    data.users = load_report_users(data.result);
+} catch (const failure& unread) {
+    if (!data.run && !data.proof.seal && data.unreadable.isEmpty()) {
+        throw;
+    }
+    data.unreadable.append(unread.message());
 }
 
 void add_manifest(report_data& data)
@@ -94,8 +104,8 @@ report_data load_report_data(const result_paths& result)
 {
     report_data data{result};
     data.proof = load_proof(result);
-    data.users = load_report_users(result);
     add_run_record(data);
+    add_users(data);
     add_users_of_run(data);
     add_manifest(data);
     if (!data.manifest) {

@@ -24,8 +24,8 @@ struct report_data
     qint64 failures = 0;
     QStringList failure_lines = {}; ///< limited
     QStringList notes = {};         ///< one line each
-    QStringList unreadable = {};    ///< those of the notes that tell of something there that cannot be read
+    QStringList unreadable = {};    ///< what must be there and cannot be read: run record, table of accounts
 };
 
-/// Reads a result directory. Throws a failure when its result database cannot be read.
+/// Reads a result directory. Throws a failure when no run has left a trace and the table of accounts cannot be read.
 report_data load_report_data(const result_paths& result);

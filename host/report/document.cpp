@@ -10,6 +10,7 @@
 #include "host/report/chart.h"
 #include "host/report/data.h"
 #include "host/report/dossier_section.h"
+#include "host/report/objections.h"
 #include "host/report/seal_section.h"
 #include "host/report/summary.h"
 #include "host/report/verification_section.h"
@@ -32,18 +33,18 @@ constexpr std::array<std::pair<const char*, const char*>, 10> sections = {{
     {"verification", "What became of every file"},
     {"accounts", "Accounts"},
     {"copies", "Copied account folders"},
-    {"picture", "Shares of users and accounts"},
+    {"picture", "Files by the year of their last change"},
     {"certificate", "Completeness"},
     {"exceptions", "Files that are neither copied nor kept"},
     {"failures", "Failures in the log"},
     {"declaration", "Declaration"},
 }};
 
-void write_accounts_section(report_html& html, const report_data& data)
+void write_accounts_section(report_html& html, const report_dossier& dossier)
 {
     const auto section = html.open("section", {{"id", QStringLiteral("accounts")}});
     html.element("h2", QStringLiteral("Accounts"));
-    write_dossier(html, load_dossier(data.result));
+    write_dossier(html, dossier);
 }
 
 void write_copies_section(report_html& html, const report_data& data, const QString& directory)
@@ -63,7 +64,7 @@ void write_picture_section(report_html& html, const report_data& data)
         return;
     }
     const auto section = html.open("section", {{"id", QStringLiteral("picture")}});
-    html.element("h2", QStringLiteral("Shares of users and accounts"));
+    html.element("h2", QStringLiteral("Files by the year of their last change"));
     write_report_chart(html, data.users);
 }
 
@@ -83,6 +84,7 @@ void write_contents(report_html& html, const report_data& data)
 
 void write_document(report_html& html, const report_data& data, const QString& directory)
 {
+    const report_dossier dossier = load_dossier(data.result);
     html.doctype();
     const auto document = html.open("html", {{"lang", QStringLiteral("en")}});
     write_document_head(html, QStringLiteral("Apple Mail extraction: ") +
@@ -92,12 +94,12 @@ void write_document(report_html& html, const report_data& data, const QString& d
     {
         const auto main = html.open("main");
         write_report_notices(html, data);
-        write_report_tiles(html, data);
+        write_report_tiles(html, data, dossier);
         write_contents(html, data);
         write_seal(html, data);
         write_run_facts(html, data);
         write_verification(html, data, directory);
-        write_accounts_section(html, data);
+        write_accounts_section(html, dossier);
         write_copies_section(html, data, directory);
         write_picture_section(html, data);
         write_certificate(html, data, load_certificate(data.result), directory);
@@ -114,7 +116,7 @@ void write_document(report_html& html, const report_data& data, const QString& d
 
 } // namespace
 
-QStringList write_report(const result_paths& result, const QString& output)
+report_outcome write_report(const result_paths& result, const QString& output)
 {
     const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(output));
     const report_data data = load_report_data(result);
@@ -125,5 +127,5 @@ QStringList write_report(const result_paths& result, const QString& output)
     report_html html(&file);
     write_document(html, data, QFileInfo(path).absolutePath());
     file.commit();
-    return data.unreadable;
+    return {objections_to(data)};
 }

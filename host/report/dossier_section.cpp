@@ -116,7 +116,9 @@ void write_card(report_html& html, const account_dossier& dossier, const account
     {
         const auto summary = html.open("summary");
         html.foreign(display_text(account_title(record)));
-        html.element("span", QStringLiteral("  %1, %2").arg(display_text(account_type_title(record)), record.status),
+        html.element("span", QStringLiteral("  %1").arg(display_text(account_type_title(record))),
+                     {{"class", QStringLiteral("muted")}});
+        html.element("span", QStringLiteral("  found: %1").arg(display_text(record.status)),
                      {{"class", QStringLiteral("muted")}});
     }
     for (const QString& mark : record.marks) {
@@ -165,6 +167,34 @@ void write_users(report_html& html, const account_dossier& dossier)
     }
 }
 
+void write_other_folders(report_html& html, const QList<other_folder>& folders)
+{
+    if (folders.isEmpty()) {
+        return;
+    }
+    html.element("h3", QStringLiteral("Folders that are no account's"));
+    const auto part = html.open("details", {{"class", QStringLiteral("findings")}});
+    html.element("summary",
+                 QStringLiteral("%1 folders of Mail version directories").arg(display_number(folders.size())));
+    const auto frame = html.open("div", {{"class", QStringLiteral("scroll")}});
+    const auto table = html.open("table");
+    write_table_head(html, {{"Folder"}, {"Files", true}, {"Size", true}});
+    const auto body = html.open("tbody");
+    for (const other_folder& folder : folders.mid(0, most_cards)) {
+        const auto row = html.open("tr");
+        write_foreign_cell(html, folder.place.path);
+        write_number(html, folder.place.amount.files, display_number(folder.place.amount.files));
+        write_number(html, folder.place.amount.bytes, display_bytes(folder.place.amount.bytes));
+    }
+    if (folders.size() > most_cards) {
+        const auto row = html.open("tr");
+        html.element("td",
+                     QStringLiteral("and %1 more in %2")
+                         .arg(display_number(folders.size() - most_cards), product_name(product::mail_database)),
+                     {{"colspan", QStringLiteral("3")}});
+    }
+}
+
 } // namespace
 
 report_dossier load_dossier(const result_paths& result)
@@ -186,10 +216,14 @@ void write_dossier(report_html& html, const report_dossier& dossier)
     for (const QString& problem : dossier.found->problems.mid(0, most_lines)) {
         write_notice(html, "bad", display_text(problem));
     }
-    write_users(html, *dossier.found);
+    {
+        const auto users = html.open("div", {{"data-filter", QStringLiteral("yes")}});
+        write_users(html, *dossier.found);
+    }
     if (dossier.found->accounts.size() > most_cards) {
         html.element("p", QStringLiteral("%1 more accounts stand in %2.")
                               .arg(display_number(dossier.found->accounts.size() - most_cards),
                                    product_name(product::mail_database)));
     }
+    write_other_folders(html, dossier.found->other_folders);
 }

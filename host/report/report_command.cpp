@@ -8,10 +8,10 @@ int report_command(const report_options& options)
 {
     const result_paths result(options.result);
     const QString output = options.output.isEmpty() ? result.path(product::report) : options.output;
-    const QStringList unreadable = write_report(result, output);
+    const report_outcome outcome = write_report(result, output);
     print_line(output);
-    for (const QString& problem : unreadable) {
-        complain(problem);
+    for (const QString& objection : outcome.objections) {
+        complain(objection);
     }
-    return unreadable.isEmpty() ? exit_code::whole : exit_code::with_failures;
+    return outcome.objections.isEmpty() ? exit_code::whole : exit_code::with_failures;
 }

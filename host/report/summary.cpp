@@ -1,82 +1,18 @@
 #include "host/report/summary.h"
 
 #include "host/html/parts.h"
+#include "host/mail_database/accounts_text.h"
+#include "host/report/objections.h"
+#include "host/result/result_paths.h"
 #include "host/text/display_text.h"
 
-#include <QJsonDocument>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QSet>
 
 namespace {
 
-/// Says how the run ended, unless it ended as it should.
-void write_run_notice(report_html& html, const run_record& run)
-{
-    if (run.status == run_status::running) {
-        write_notice(
-            html, "bad",
-            QStringLiteral("This run did not come to its end: its record still says \"running\". It was "
-                           "killed, or is at work still. What follows is what it has left, and is not whole."));
-    } else if (run.status == run_status::cancelled) {
-        write_notice(html, "bad", QStringLiteral("This run was cancelled. What follows is not whole."));
-    } else if (run.status == run_status::failed) {
-        write_notice(html, "bad", QStringLiteral("This run failed: ") + display_text(run.error));
-    } else if (!run.error.isEmpty()) {
-        write_notice(html, "bad", QStringLiteral("This run ended, but: ") + display_text(run.error));
-    }
-}
-
-/// Says what is wrong with the seal or with what was verified since.
-void write_proof_notices(report_html& html, const report_data& data)
-{
-    const report_proof& proof = data.proof;
-    const verification_record* newest = proof.newest();
-    if (newest != nullptr && !newest->whole) {
-        write_notice(
-            html, "bad",
-            QStringLiteral("The newest verification, of %1, says that this result is not whole: %2 findings%3.")
-                .arg(display_time(newest->verified), display_number(newest->findings()),
-                     newest->problem.isEmpty() ? QString() : QStringLiteral("; ") + display_text(newest->problem)));
-    }
-    for (const QString& problem : proof.unreadable_records()) {
-        write_notice(html, "bad", QStringLiteral("A verification is not known: ") + display_text(problem));
-    }
-    for (const QString& problem : proof.seal_problems) {
-        write_notice(html, "bad", QStringLiteral("The seal does not hold: ") + display_text(problem));
-    }
-    if (!proof.seal && proof.seal_problems.isEmpty() && data.run && data.run->status == run_status::finished) {
-        write_notice(html, "bad", QStringLiteral("The run is finished, and there is no seal."));
-    }
-}
-
-/// True when nothing that is known speaks against the result.
-bool is_proven(const report_data& data)
-{
-    const report_proof& proof = data.proof;
-    const bool run_ended_well = data.run && data.run->status == run_status::finished && data.run->error.isEmpty();
-    const bool is_sealed = proof.seal && proof.seal_problems.isEmpty();
-    const bool is_verified = proof.verifications.isEmpty() || (proof.newest() != nullptr && proof.newest()->whole);
-    return run_ended_well && is_sealed && is_verified && proof.unreadable_records().isEmpty() && data.manifest &&
-           data.manifest->faults() == 0;
-}
-
-void write_verification_notice(report_html& html, const report_data& data)
-{
-    if (!data.manifest) {
-        write_notice(html, "warn", QStringLiteral("The copies are not verified: there is no manifest."));
-    } else if (const qint64 faults = data.manifest->faults(); faults > 0) {
-        write_notice(
-            html, "bad",
-            QStringLiteral("Not whole: of %1 files, %2 are missing, %3 different, %4 changed and %5 unreadable.")
-                .arg(display_number(data.manifest->files()),
-                     display_number(data.manifest->count(entry_status::missing)),
-                     display_number(data.manifest->count(entry_status::different)),
-                     display_number(data.manifest->count(entry_status::changed)),
-                     display_number(data.manifest->count(entry_status::unreadable))));
-    } else if (is_proven(data)) {
-        write_notice(html, "good",
-                     QStringLiteral("Every copy that is due is there and has the bytes of its source: %1 files.")
-                         .arg(display_number(data.manifest->count(entry_status::copied))));
-    }
-}
+constexpr qsizetype most_users_named = 20;
 
 struct tile
 {
@@ -92,6 +28,44 @@ void write_tile(report_html& html, const tile& one)
     html.element("span", QString::fromLatin1(one.label), {{"class", QStringLiteral("label")}});
     html.element("span", one.figure, {{"class", QStringLiteral("figure")}});
     html.element("span", one.more, {{"class", QStringLiteral("more")}});
+}
+
+/// An account is counted once, in however many stores and states of a store its row stands.
+tile accounts_tile(const report_dossier& dossier)
+{
+    if (!dossier.found) {
+        return {"Accounts", QStringLiteral("?"), QStringLiteral("stores not read")};
+    }
+    QSet<QString> accounts;
+    QSet<QString> with_folder;
+    for (const account_record& record : dossier.found->accounts) {
+        if (record.store.isEmpty()) {
+            continue;
+        }
+        const QString name = record.identifier.isEmpty() ? account_title(record) : record.identifier.toUpper();
+        const QString key = record.user + u'/' + record.type_identifier + u'/' + name;
+        accounts.insert(key);
+        if (!record.folders.isEmpty()) {
+            with_folder.insert(key);
+        }
+    }
+    return {"Accounts", display_number(accounts.size()),
+            QStringLiteral("in stores, %1 with a folder").arg(display_number(with_folder.size()))};
+}
+
+tile account_folders_tile(const report_dossier& dossier, qsizetype rows)
+{
+    const QString told = QStringLiteral("%1 rows in the table").arg(display_number(rows));
+    if (!dossier.found) {
+        return {"Account folders", QStringLiteral("?"), told};
+    }
+    QSet<QString> folders;
+    for (const account_record& record : dossier.found->accounts) {
+        for (const account_place& place : record.folders) {
+            folders.insert(place.path);
+        }
+    }
+    return {"Account folders", display_number(folders.size()), told};
 }
 
 tile not_copied_tile(const report_data& data)
@@ -142,42 +116,73 @@ tile failures_tile(const report_data& data)
             data.failures > 0 ? "bad" : "good"};
 }
 
+QString left_out_text(const QStringList& users)
+{
+    const qsizetype further = users.size() - most_users_named;
+    return QStringLiteral(
+               "Of the users of the source, %1 were left out by the choice of users and not looked at: %2%3.")
+        .arg(display_number(users.size()), display_text(users.mid(0, most_users_named).join(QStringLiteral(", "))),
+             further > 0
+                 ? QStringLiteral(" and %1 more, in %2").arg(display_number(further), product_name(product::run_record))
+                 : QString());
+}
+
 QString exit_text(const run_record& run)
 {
     const QString code = run.exit_code ? QStringLiteral(", exit code %1").arg(*run.exit_code) : QString();
     return run_status_name(run.status) + code;
 }
 
+/// "clear: false, users: anna; ben"
 QString options_text(const QJsonObject& options)
 {
-    return options.isEmpty() ? QStringLiteral("none")
-                             : QString::fromUtf8(QJsonDocument(options).toJson(QJsonDocument::Compact));
+    QStringList texts;
+    for (auto option = options.begin(); option != options.end(); ++option) {
+        QStringList values;
+        for (const QVariant& value : option.value().isArray() ? option.value().toArray().toVariantList()
+                                                              : QVariantList{option.value().toVariant()}) {
+            values.append(value.toString());
+        }
+        const QString told = values.join(QStringLiteral("; "));
+        texts.append(QStringLiteral("%1: %2").arg(option.key(), told.isEmpty() ? QStringLiteral("-") : told));
+    }
+    return texts.isEmpty() ? QStringLiteral("none") : texts.join(QStringLiteral(", "));
 }
 
 } // namespace
 
 void write_report_notices(report_html& html, const report_data& data)
 {
-    write_proof_notices(html, data);
-    if (data.run) {
-        write_run_notice(html, *data.run);
+    const QStringList objections = objections_to(data);
+    for (const QString& objection : objections) {
+        write_notice(html, "bad", objection);
     }
-    write_verification_notice(html, data);
+    if (!data.manifest) {
+        write_notice(html, "warn", QStringLiteral("The copies are not verified: there is no manifest."));
+    } else if (objections.isEmpty() && data.run && data.proof.seal) {
+        write_notice(html, "good",
+                     QStringLiteral("Every copy that is due is there and has the bytes of its source: %1 files.")
+                         .arg(display_number(data.manifest->count(entry_status::copied))));
+    }
+    if (data.run && !data.run->users_left_out.isEmpty()) {
+        write_notice(html, "warn", left_out_text(data.run->users_left_out));
+    }
     for (const QString& note : data.notes) {
         write_notice(html, "warn", display_text(note));
     }
 }
 
-void write_report_tiles(report_html& html, const report_data& data)
+void write_report_tiles(report_html& html, const report_data& data, const report_dossier& dossier)
 {
-    qsizetype accounts = 0;
+    qsizetype rows = 0;
     file_amount all;
     for (const report_user& user : data.users) {
-        accounts += user.accounts.size();
+        rows += user.accounts.size();
         all += user.mail_tree;
     }
-    QList<tile> tiles = {{"Users", display_number(data.users.size()), QStringLiteral("of the source")},
-                         {"Account folders", display_number(accounts), QStringLiteral("rows of the result")},
+    QList<tile> tiles = {{"Users", display_number(data.users.size()), QStringLiteral("in the result")},
+                         accounts_tile(dossier),
+                         account_folders_tile(dossier, rows),
                          {"Files", display_number(all.files), QStringLiteral("of all users")},
                          {"Size", display_bytes(all.bytes), display_number(all.bytes) + QStringLiteral(" bytes")},
                          not_copied_tile(data)};
@@ -212,7 +217,7 @@ void write_run_facts(report_html& html, const report_data& data)
     write_fact_or_unknown(html, "Machine",
                           run.host_name + QStringLiteral(", ") + run.host_system + QStringLiteral(", ") +
                               run.host_architecture);
-    write_fact_or_unknown(html, "Time zone", run.time_zone);
+    write_fact_or_unknown(html, "Its time zone", run.time_zone);
     write_fact_or_unknown(html, "Command line", run.command_line.join(QLatin1Char(' ')));
     write_fact_or_unknown(html, "Options", options_text(run.options));
     write_fact_or_unknown(html, "Log",

@@ -122,6 +122,7 @@ void write_exceptions(report_html& html, const report_manifest& manifest, const 
         html.element("a", product_name(product::manifest), {{"href", manifest_link}});
         html.text(QStringLiteral("."));
     }
+    const auto findings = html.open("div", {{"data-filter", QStringLiteral("yes")}});
     const auto [single, equal] = folded(manifest.exceptions);
     if (!single.isEmpty()) {
         write_exception_table(html, single);

@@ -177,9 +177,11 @@ QJsonObject run_record_to_json(const run_record& record)
         {"ended_utc", time_value(record.ended)},
         {"source", record.source},
         {"source_identity", identity_to_json(record.identity)},
+        {"source_time_zone", text_or_null(record.source_time_zone)},
         {"result", record.result},
         {"options", record.options},
         {"users", users},
+        {"users_left_out", QJsonArray::fromStringList(record.users_left_out)},
         {"log", QJsonObject{{"path", record.log_path},
                             {"enciphered", record.log_enciphered},
                             {"failures", record.log_failures},
@@ -217,11 +219,13 @@ run_record run_record_from_json(const QJsonObject& object)
     record.ended = time_from(object["ended_utc"]);
     record.source = object["source"].toString();
     record.identity = identity_from_json(object["source_identity"].toObject());
+    record.source_time_zone = object["source_time_zone"].toString();
     record.result = object["result"].toString();
     record.options = object["options"].toObject();
     for (const auto& user : object["users"].toArray()) {
         record.users.append(user_from_json(user.toObject()));
     }
+    record.users_left_out = texts_from(object["users_left_out"]);
     record.log_path = log["path"].toString();
     record.log_enciphered = log["enciphered"].toBool();
     record.log_failures = log["failures"].toInteger();

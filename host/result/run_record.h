@@ -107,9 +107,11 @@ struct run_record
     QDateTime ended; ///< invalid while running
     QString source;  ///< absolute
     source_identity identity;
-    QString result; ///< absolute
+    QString source_time_zone; ///< of the Mac; empty when the source does not tell
+    QString result;           ///< absolute
     QJsonObject options;
     QList<user_record> users;
+    QStringList users_left_out; ///< users of the source whom the choice of users passed over
     QString log_path;
     bool log_enciphered = false;
     qint64 log_failures = 0;

@@ -51,7 +51,9 @@ verification_record record_from_json(const QJsonObject& object)
     record.source_findings = object["sources"].toObject()["findings"].toInteger();
     record.recorded_faults = object["recorded_faults"].toInteger();
     record.problem = object["problem"].toString();
-    record.whole = object["outcome"].toString() == QLatin1String("whole");
+    // A record that contradicts itself is not taken at its word.
+    record.whole = object["outcome"].toString() == QLatin1String("whole") && record.findings() == 0 &&
+                   record.problem.isEmpty() && record.root_expected.value_or(true);
     return record;
 }
 

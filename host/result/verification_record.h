@@ -28,7 +28,7 @@ struct verification_record
     file_amount sources;
     qint64 source_findings = 0;
     qint64 recorded_faults = 0; ///< that the run had found itself
-    QString problem;            ///< why copies and sources could not be looked at; empty when they could
+    QString problem;            ///< why copies or sources could not be looked at, or not all; empty when they could
     bool whole = false;         ///< nothing was found
 
     qint64 findings() const { return seal_findings + copy_findings + source_findings + recorded_faults; }

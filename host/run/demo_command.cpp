@@ -1,6 +1,6 @@
 #include "host/run/demo_command.h"
 
-#include "host/result/show_command.h"
+#include "host/mail_database/show_command.h"
 #include "host/result/source_guard.h"
 #include "host/run/run_command.h"
 #include "host/terminal/console.h"

@@ -52,6 +52,7 @@ QList<source_user> chosen_users(const run_options& options, run_plan& plan)
                      .arg(display_number(choice.passed_over.size()), choice.passed_over.join(QStringLiteral(", "))));
     }
     plan.left_out = choice.shortcomings;
+    plan.passed_over = choice.passed_over;
     return choice.users;
 }
 

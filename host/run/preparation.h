@@ -11,7 +11,8 @@ struct run_plan
 {
     result_paths result;
     extraction_settings settings = {};
-    QString left_out = {}; ///< one line on users and places that the run cannot reach; empty when there are none
+    QString left_out = {};        ///< one line on users and places that the run cannot reach; empty when there are none
+    QStringList passed_over = {}; ///< users of the source whom `--user` leaves out
     source_identity identity = {};
     case_data about = {};
     earlier_run earlier = earlier_run::none;

@@ -15,6 +15,7 @@
 #include "host/run/summary.h"
 #include "host/run/witness_keeping.h"
 #include "host/source/source_snapshot.h"
+#include "host/source/system_time_zone.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
 #include "host/terminal/interruption.h"
@@ -64,12 +65,14 @@ run_record begin_record(const run_options& options, const run_plan& plan, const 
     record.program_sha256 = hex_sha256(QCoreApplication::applicationFilePath());
     record.source = QDir::cleanPath(plan.settings.source_root);
     record.identity = plan.identity;
+    record.source_time_zone = system_time_zone(QFile::encodeName(plan.settings.source_root));
     record.about = plan.about;
     record.result = plan.result.root();
     record.options = options_to_json(options);
     for (const source_user& user : plan.settings.users) {
         record.users.append({user.name});
     }
+    record.users_left_out = plan.passed_over;
     record.log_path = plan.settings.log_path;
     record.log_enciphered = plan.settings.log_enciphered;
     record.error = plan.left_out;
@@ -97,6 +100,9 @@ try {
         request.known = &known;
     }
     const verification_result found = verify_with_progress(request, options.quiet);
+    for (const QString& problem : found.problems) {
+        record.add_error(QStringLiteral("not all users could be looked at: ") + problem);
+    }
     if (options.no_verify) {
         add_what_is_missing(found, record);
     } else if (!found.cancelled) {
@@ -147,6 +153,7 @@ void finish(run_journal& journal, const QString& scheme)
 QString seal_and_report(run_journal& journal, const result_paths& result)
 {
     QString root_hash;
+    interruption::wait_is_for(QStringLiteral("the seal and the report"));
     if (journal.record().status == run_status::finished) {
         // What the seal speaks for is on the disk before the seal is.
         journal.publish([&] { flush_file_system(result.root()); });

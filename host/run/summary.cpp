@@ -63,6 +63,11 @@ void print_run_summary(const run_record& record, const QString& root_hash)
     const auto print_fact = [](const char* name, const QString& value) {
         print_line(QString::fromLatin1(name).leftJustified(11) + display_text(value));
     };
+    if (!record.users_left_out.isEmpty()) {
+        print_fact(
+            "left out:",
+            QStringLiteral("%1 users of the source, by --user").arg(display_number(record.users_left_out.size())));
+    }
     print_fact("result:", result.root());
     print_fact("log:", record.log_path);
     if (record.verification) {
@@ -72,9 +77,8 @@ void print_run_summary(const run_record& record, const QString& root_hash)
     print_fact("time:", duration_text(record.started.secsTo(record.ended)));
     if (!root_hash.isEmpty()) {
         print_fact("root hash:", root_hash);
-        print_fact("next:", QStringLiteral("write the root hash on paper; mail-extract verify --result %1 --expect "
-                                           "ROOT_HASH holds the result against it")
-                                .arg(result.root()));
+        print_fact("next:", QStringLiteral("write the root hash on paper; this holds the result against it:"));
+        print_fact("", QStringLiteral("mail-extract verify --result %1 --expect ROOT_HASH").arg(result.root()));
     }
 }
 

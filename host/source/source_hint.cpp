@@ -109,15 +109,25 @@ QString lower_level_hint(const QByteArray& source)
                 .arg(QLatin1String(level.words));
         }
     }
-    return {};
+    // Deeper than these a home has no place for a whole source.
+    QByteArray library = source;
+    while (library.size() > 1 && name_of(library) != "Library") {
+        library = parent_of(library);
+    }
+    const QByteArray users = parent_of(parent_of(library));
+    return name_of(users) == "Users"
+               ? QStringLiteral("this lies in a user's Library: ") + type_instead(parent_of(users))
+               : QString();
 }
 
 /// Looks for the level that holds "Users" in what lies directly below.
 QString upper_level_hint(const QByteArray& source)
 {
-    const QByteArray data = child_path(source, "System/Volumes/Data");
-    if (is_directory(child_path(data, "Users"))) {
-        return QStringLiteral("the users' data are on the volume below: ") + type_instead(data);
+    for (const char* below : {"System/Volumes/Data", "Volumes/Data", "Data"}) {
+        const QByteArray data = child_path(source, below);
+        if (is_directory(child_path(data, "Users"))) {
+            return QStringLiteral("the users' data are on the volume below: ") + type_instead(data);
+        }
     }
     const directory_listing listing = quiet_list(source);
     for (const named_entry& entry : listing.entries) {

@@ -1,6 +1,7 @@
 #include "host/source/source_identity.h"
 
 #include "host/files/file_tree.h"
+#include "host/files/quiet_reading.h"
 #include "host/source/source_users.h"
 #include "host/source/system_version.h"
 
@@ -9,6 +10,7 @@
 #include <QTimeZone>
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -18,20 +20,21 @@ QString birth_text(const entry_facts& facts)
                       : QString();
 }
 
-} // namespace
-
-source_identity identify_source(const QByteArray& source)
+/// Says why the statement of the system's version cannot be read, though it may be there.
+std::optional<blocked_look> blocked_statement(const QByteArray& source)
 {
-    source_identity identity;
-    identity.system_version = system_version(QFile::decodeName(source));
-    for (const QByteArray& name : find_users(source).names) {
-        const entry_facts home = quiet_stat(child_path(source, "Users/" + name), link_handling::follow);
-        identity.homes.append({QFile::decodeName(name), home.inode, birth_text(home)});
+    const QByteArray path = system_version_path;
+    const directory_look folder = look_for_directory(source, path.left(path.lastIndexOf('/')));
+    if (folder.found != presence::present) {
+        return folder.blocked;
     }
-    return identity;
+    const quiet_data head = quiet_read_head(child_path(source, path), 1);
+    const bool is_absent = quiet_stat(child_path(source, path)).kind == entry_kind::absent;
+    return head.error.isEmpty() || is_absent ? std::nullopt
+                                             : std::optional(blocked_look{path, head.error, head.error_number});
 }
 
-QString why_another_source(const source_identity& recorded, const source_identity& found)
+QString why_it_seems_another(const source_identity& recorded, const source_identity& found)
 {
     if (recorded.system_version != found.system_version) {
         const auto shown = [](const QString& version) {
@@ -49,4 +52,32 @@ QString why_another_source(const source_identity& recorded, const source_identit
             .arg(QString::number(known), QString::number(recorded.homes.size()), QString::number(found.homes.size()));
     }
     return {};
+}
+
+} // namespace
+
+source_identity identify_source(const QByteArray& source)
+{
+    source_identity identity;
+    identity.system_version = system_version(QFile::decodeName(source));
+    if (const auto blocked = blocked_statement(source)) {
+        identity.blocked.append(blocked->text());
+    }
+    const user_names users = find_users(source);
+    if (users.blocked) {
+        identity.blocked.append(users.blocked->text());
+    }
+    for (const QByteArray& name : users.names) {
+        const entry_facts home = quiet_stat(child_path(source, "Users/" + name), link_handling::follow);
+        identity.homes.append({QFile::decodeName(name), home.inode, birth_text(home)});
+    }
+    return identity;
+}
+
+QString why_another_source(const source_identity& recorded, const source_identity& found)
+{
+    const QString reason = why_it_seems_another(recorded, found);
+    return reason.isEmpty() || found.blocked.isEmpty()
+               ? reason
+               : QStringLiteral("it could not be looked at: ") + found.blocked.join(QStringLiteral("; "));
 }

@@ -14,15 +14,19 @@ copy_assignment assign_copies(const QByteArray& source, const result_paths& resu
     for (const QString& user : users_of_run) {
         folders.try_emplace(QFile::encodeName(user));
     }
+    copy_assignment assignment;
     if (unnamed_users) {
-        for (const QByteArray& user : find_users(source).names) {
+        const user_names found = find_users(source);
+        for (const QByteArray& user : found.names) {
             if (!is_utf8(user)) {
                 folders.try_emplace(user);
             }
         }
+        if (found.blocked) {
+            assignment.problems += found.blocked->text();
+        }
     }
 
-    copy_assignment assignment;
     for (const auto& [user, of_user] : folders) {
         assignment.users.push_back({user, of_user.empty() ? QByteArray() : of_user.front().path});
         for (std::size_t i = 1; i < of_user.size(); ++i) {

@@ -11,7 +11,8 @@
 struct copy_assignment
 {
     std::vector<copied_user> users;
-    QStringList notes; ///< one line for each copy that is left out, an older one
+    QStringList notes;    ///< one line for each copy that is left out, an older one
+    QStringList problems; ///< why there may be users that nobody named
 };
 
 /// Assigns each user who has dated folders the newest of them. A user without one takes part, with no copy, when

@@ -119,6 +119,10 @@ private:
         if (one.with_source) {
             outcome.sources += {1, one.entry.size};
         }
+        const bool is_said_whole = one.entry.status == entry_status::copied || one.entry.status == entry_status::kept;
+        if (is_said_whole && !has_proven_copy(one.entry)) {
+            tell(finding_place::copy, one.entry.copy, "the manifest says that it is whole, and has no equal hashes");
+        }
         if (!one.copy_problem.isEmpty()) {
             tell(finding_place::copy, one.entry.copy, one.copy_problem);
         }
@@ -169,9 +173,13 @@ private:
         }
         for (const QByteArray& user : request.users) {
             const QByteArray mail = mail_directory_of(user);
-            const bool is_there = is_directory(child_path(*request.source, mail));
-            if (is_there && !find_unknown(*request.source, mail, known_sources, finding_place::source,
-                                          "the manifest knows no such file: it was not there when the run looked")) {
+            const directory_look look = look_for_directory(*request.source, mail);
+            if (look.blocked) {
+                tell(finding_place::source, mail, "could not be looked at: " + look.blocked->text().toUtf8());
+            }
+            if (look.found == presence::present &&
+                !find_unknown(*request.source, mail, known_sources, finding_place::source,
+                              "the manifest knows no such file: it was not there when the run looked")) {
                 return false;
             }
         }

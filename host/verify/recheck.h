@@ -14,8 +14,9 @@
 struct recheck_request
 {
     result_paths result;
-    std::optional<QByteArray> source; ///< absolute; nothing to hold the copies alone against the manifest
-    std::vector<QByteArray> users;    ///< whose Mail directories in the source hold nothing but what is recorded
+    std::optional<QByteArray> source = {}; ///< absolute; nothing to hold the copies alone against the manifest
+    std::vector<QByteArray> users = {};    ///< whose Mail directories in the source hold nothing but what is recorded
+    QString blocked = {};                  ///< why there may be more users in the source; empty when there are none
 };
 
 /// What a recheck gave. A file with a finding counts among the files all the same.

@@ -36,7 +36,7 @@ QStringList recheck_lines(const verification_record& record)
     if (!record.root_hash.isEmpty()) {
         lines.append(QStringLiteral("root hash: ") + record.root_hash);
     }
-    if (record.problem.isEmpty()) {
+    if (record.problem.isEmpty() || record.copies.files > 0) {
         lines.append(QStringLiteral("copies:    ") + files_text(record.copies, record.copy_findings));
         lines.append(QStringLiteral("source:    ") + (record.source.isEmpty()
                                                           ? QStringLiteral("not compared")
@@ -45,6 +45,9 @@ QStringList recheck_lines(const verification_record& record)
     if (record.recorded_faults > 0) {
         lines.append(QStringLiteral("the run:   %1 files not copied as they should be")
                          .arg(display_number(record.recorded_faults)));
+    }
+    if (!record.problem.isEmpty()) {
+        lines.append(QStringLiteral("problem:   ") + display_text(record.problem));
     }
     lines.append(record.whole ? QStringLiteral("whole") : QStringLiteral("NOT WHOLE"));
     return lines;

@@ -14,10 +14,12 @@ namespace {
 class seal_checker
 {
 public:
-    seal_checker(const result_paths& result, const finding_listener& listener, seal_outcome& result_outcome)
+    seal_checker(const result_paths& result, const finding_listener& listener, seal_outcome& result_outcome,
+                 std::function<bool(file_amount)> more_read)
         : paths(result)
         , told(listener)
         , outcome(result_outcome)
+        , is_cancelled_after(std::move(more_read))
     {
     }
 
@@ -25,6 +27,10 @@ public:
     {
         for (const sum& listed : seal.files) {
             check_file(listed);
+            outcome.cancelled = outcome.cancelled || is_cancelled_after({1, 0});
+            if (outcome.cancelled) {
+                return;
+            }
         }
         find_unlisted(seal);
     }
@@ -44,7 +50,14 @@ private:
             return;
         }
         QString problem;
-        const auto digest = sha256_of_file(child_path(paths.native_root(), listed.path), problem);
+        const auto stops = [this](qint64 bytes) {
+            outcome.cancelled = is_cancelled_after({0, bytes});
+            return outcome.cancelled;
+        };
+        const auto digest = sha256_of_file(child_path(paths.native_root(), listed.path), problem, stops);
+        if (outcome.cancelled) {
+            return;
+        }
         if (!digest) {
             tell(listed.path, problem.toUtf8());
         } else if (*digest != listed.digest) {
@@ -71,14 +84,30 @@ private:
     const result_paths& paths;
     const finding_listener& told;
     seal_outcome& outcome;
+    const std::function<bool(file_amount more)> is_cancelled_after;
 };
 
 } // namespace
 
-seal_outcome check_seal(const result_paths& result, const QString& expected_root, const finding_listener& found)
+file_amount sealed_amount(const result_paths& result)
+{
+    file_amount amount;
+    for (const QByteArray& path : sealed_paths(result)) {
+        amount += {1, quiet_stat(child_path(result.native_root(), path)).size};
+    }
+    return amount;
+}
+
+seal_outcome check_seal(const result_paths& result, const QString& expected_root, const finding_listener& found,
+                        const std::function<void(file_amount done)>& progress, const std::function<bool()>& cancelled)
 {
     seal_outcome outcome;
-    seal_checker checker(result, found, outcome);
+    file_amount done;
+    seal_checker checker(result, found, outcome, [&](file_amount more) {
+        done += more;
+        progress(done);
+        return cancelled();
+    });
     const QByteArray name = QByteArray(product_names[static_cast<std::size_t>(product::seal)]);
     try {
         const std::optional<result_seal> seal = read_seal(result);

@@ -73,6 +73,7 @@ verification_result verify_copies(const verification_request& request,
 
     verification_result found;
     found.notes = assignment.notes;
+    found.problems = assignment.problems;
 
     std::optional<manifest_writer> writer;
     if (!request.without_reading) {

@@ -33,7 +33,8 @@ struct verification_result
     qint64 surplus_count = 0;
     manifest_entry time_refused; ///< the first equal copy that did not take the source's modification time
     qint64 time_refused_count = 0;
-    QStringList notes; ///< one line for each dated folder that was left out
+    QStringList notes;    ///< one line for each dated folder that was left out
+    QStringList problems; ///< what of the source could not be looked at besides its files
     bool cancelled = false;
 };
 

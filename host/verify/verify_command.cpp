@@ -11,6 +11,7 @@
 #include "host/terminal/console.h"
 #include "host/terminal/interruption.h"
 #include "host/terminal/login_name.h"
+#include "host/terminal/progress.h"
 #include "host/verify/findings_file.h"
 #include "host/verify/recheck_progress.h"
 #include "host/verify/recheck_text.h"
@@ -40,15 +41,33 @@ try {
     return std::nullopt;
 }
 
-void look_at_seal(const result_paths& result, const QString& expected_root, const finding_listener& found,
+/// Looks at the seal; false when cancelled.
+bool look_at_seal(const result_paths& result, const verify_options& options, const finding_listener& found,
                   verification_record& record)
 {
-    const seal_outcome seal = check_seal(result, expected_root, found);
+    const progress_style style = progress_style_for(options.quiet);
+    progress shown(QStringLiteral("checking the seal"),
+                   style == progress_style::silent ? file_amount() : sealed_amount(result), style);
+    const seal_outcome seal = check_seal(
+        result, options.expected_root, found, [&shown](file_amount done) { shown.update(done); },
+        interruption::requested);
     record.sealed = seal.is_there;
     record.root_hash = seal.root_hash;
     record.root_expected = seal.expected;
     record.sealed_files = seal.files;
     record.seal_findings = seal.differing;
+    return !seal.cancelled;
+}
+
+/// Says what of the source could not be looked at; empty when nothing was in the way.
+QString what_is_blocked(const recorded_source& source, const recheck_request& request)
+{
+    if (source.is_blocked) {
+        return source.note;
+    }
+    return request.blocked.isEmpty()
+               ? QString()
+               : QStringLiteral("not all users of the source could be looked at: ") + request.blocked;
 }
 
 /// Looks at copies and sources; false when cancelled.
@@ -63,9 +82,19 @@ try {
     record.recorded_faults = files.recorded_faults;
     return !files.cancelled;
 } catch (const failure& unsound) {
-    record.problem = unsound.message();
+    record.problem += (record.problem.isEmpty() ? QString() : QStringLiteral("; ")) + unsound.message();
     complain(unsound.message());
     return true;
+}
+
+/// Has the report tell of the verification; false, and says so, when it cannot be written.
+bool renew_report(const result_paths& result)
+try {
+    write_report(result, result.path(product::report));
+    return true;
+} catch (const failure& unwritten) {
+    complain(QStringLiteral("the report is as it was before: ") + unwritten.message());
+    return false;
 }
 
 verification_record begin_record()
@@ -120,8 +149,10 @@ int verify_command(const verify_options& options)
     const QString place = free_verification_place(result, record.verified);
     findings_file findings(place + QStringLiteral(".csv"));
     const finding_listener found = [&findings](const finding& one) { findings.add(one); };
-    look_at_seal(result, options.expected_root, found, record);
-    if (!look_at_files(recheck_request_for(result, source, run), found, options.quiet, record)) {
+    const bool is_seal_seen = look_at_seal(result, options, found, record);
+    const recheck_request request = recheck_request_for(result, source, run);
+    record.problem = what_is_blocked(source, request);
+    if (!is_seal_seen || !look_at_files(request, found, options.quiet, record)) {
         throw command_failure(exit_code::cancelled,
                               QStringLiteral("%1: cancelled; nothing is recorded").arg(options.result));
     }
@@ -129,7 +160,7 @@ int verify_command(const verify_options& options)
     record.whole = record.findings() == 0 && record.problem.isEmpty();
     findings.commit();
     write_verification_record(place, record);
-    write_report(result, result.path(product::report));
+    const bool is_told = renew_report(result);
     print_outcome(record, place, options.json);
-    return record.whole ? exit_code::whole : exit_code::with_failures;
+    return record.whole && is_told ? exit_code::whole : exit_code::with_failures;
 }

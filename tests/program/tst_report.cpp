@@ -348,6 +348,8 @@ private slots:
             verified(result, "2026-03-02T00:00:00Z", 0);
             verified(result, "2026-03-01T00:00:00Z", 3);
         });
+        row("which has not come yet", false,
+            [verified](const auto& result) { verified(result, "9999-03-01T00:00:00Z", 0); });
         row("this is no record of a verification", false, [verified](const auto& result) {
             verified(result, "2026-03-02T00:00:00Z", 0);
             result.write("mail-extract/verifications/2026-03-01.json", "{}");

@@ -1,4 +1,6 @@
+#include "host/mail_database/account_tables.h"
 #include "tests/common/driven_program.h"
+#include "tests/common/files.h"
 #include "tests/common/result_fixture.h"
 
 #include <QJsonArray>
@@ -23,11 +25,45 @@ public:
         add_row({0, 2, "Ju\u0308rgen \"J\"", "a,b\r\n\x1b[31mred\u202e", "", "many", long_folder, "note"});
     }
 
-    program_result show(const QString& format = "table") const
+    program_result show(const QString& format = "table", const QStringList& further = {}) const
     {
-        return run_program({"show", "--result", path(), "--format", format});
+        return run_program(QStringList{"show", "--result", path(), "--format", format} + further);
     }
 };
+
+/// What the program itself found: the folder of the first row with a mark, and what has no row.
+account_dossier found_beside_rows()
+{
+    const auto folder = [](const char* name) {
+        account_place place;
+        place.mail_version = "V9";
+        place.path = QString("Users/anna/Library/Mail/V9/") + name;
+        return place;
+    };
+    account_record marked;
+    marked.user = "anna";
+    marked.user_name = marked.store = "x' OR '1'='1";
+    marked.folders = {folder("x")};
+    marked.marks = {"its name holds a quote"};
+    account_record without_row = marked;
+    without_row.user_name = "lost@example.org";
+    without_row.folders = {folder("lost")};
+    account_record without_record = without_row;
+    without_record.store.clear();
+    without_record.marks.clear();
+    without_record.folders = {folder("UUID")};
+    account_record without_folder = without_record;
+    without_folder.folders.clear();
+    without_folder.store = "Accounts4.sqlite";
+    without_folder.mail_enabled = true;
+    account_record disabled = without_folder;
+    disabled.user_name = "off@example.org";
+    disabled.mail_enabled = false;
+    account_dossier dossier;
+    dossier.accounts = {marked, without_row, without_record, without_folder, disabled};
+    dossier.other_folders = {{"anna", folder("MailData")}};
+    return dossier;
+}
 
 } // namespace
 
@@ -79,6 +115,36 @@ private slots:
 
         result.execute("DELETE FROM accounts");
         QCOMPARE(result.show("json").output.trimmed(), "[]");
+    }
+
+    void what_has_no_row_is_shown_behind_them()
+    {
+        const shown_result result;
+        mail_database_writer writer(result.path("mail-extract/mail.sqlite"));
+        write_account_tables(writer, found_beside_rows());
+        writer.put_in_place();
+
+        const QStringList expected = {
+            "row 1: (!) its name holds a quote", "V9/lost account known, without a row; (!) its name holds a quote",
+            "V9/UUID no account found for it", "- Mail enabled, no folder", "V9/MailData no account folder"};
+        const QString table = QString::fromUtf8(result.show("table", {"--wide"}).output).simplified();
+        const QJsonArray rows = result.show("json").json().array();
+        const QByteArrayList lines = result.show("csv").output.split('\n');
+        QVERIFY2(!table.contains("off@example.org"), qPrintable(table));
+        QVERIFY2(table.contains("1 anna anna@example.com (!) IMAP"), qPrintable(table));
+        QCOMPARE(rows.size(), 2 + expected.size());
+        for (qsizetype i = 0; i < expected.size(); ++i) {
+            QVERIFY2(table.contains(expected[i]), qPrintable(table));
+            const QString words = rows[2 + i]["notes"].toString();
+            QVERIFY2(rows[2 + i]["INT"].isNull() && expected[i].endsWith(words), qPrintable(words));
+            QVERIFY2(lines[4 + i].startsWith(",,anna,") && lines[4 + i].contains(words.toUtf8()), lines[4 + i]);
+        }
+        QCOMPARE(result.show("json", {"--raw"}).json().array().size(), 2);
+
+        write_file(result.path("mail-extract/run.json"), "{}");
+        write_file(result.path("mail-extract/mail.sqlite"), "damaged");
+        const program_result damaged = result.show();
+        QVERIFY2(damaged.exit_code == 3 && damaged.errors.contains("mail.sqlite"), damaged.errors);
     }
 
     void unfinished_transaction_is_not_shown_and_not_touched()

@@ -25,7 +25,10 @@ tree_state examine(const QString& root)
     QDirIterator walk(root, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
     while (walk.hasNext()) {
         const QString path = walk.next();
-        entries.insert(path.mid(root.size()), walk.fileInfo());
+        // Where a link leads is no part of the sample.
+        if (!walk.fileInfo().isSymLink()) {
+            entries.insert(path.mid(root.size()), walk.fileInfo());
+        }
     }
     QCryptographicHash hash(QCryptographicHash::Sha256);
     for (const auto& [path, entry] : entries.asKeyValueRange()) {
