@@ -14,7 +14,7 @@ namespace {
 const QLatin1String mail_literal("/Library/Mail");
 const QLatin1String source_file_separator(";++::++;");
 // A store of many thousand accounts takes less than one.
-constexpr qint64 time_for_a_store = 5'000'000'000;
+constexpr qint64 time_for_a_store = 3'000'000'000;
 
 using account_details = apple_mail_extractor_macos::struct_apple_mail_extractor_account_details;
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 namespace {
 
@@ -30,9 +31,18 @@ constexpr std::array<folder_prefix, 7> prefixes{{{"AosIMAP-", "iCloud"},
                                                  {"IMAP", "IMAP"},
                                                  {"POP", "POP"}}};
 
-QString live_version(const QByteArray& mail_directory)
+void add_problem(const QByteArray& path, const QString& reason, QStringList& problems)
 {
-    const quiet_data list = quiet_read(child_path(mail_directory, "PersistenceInfo.plist"), largest_property_list);
+    problems.append(QStringLiteral("%1: %2").arg(display_text(path), reason));
+}
+
+QString live_version(const QByteArray& mail_directory, QStringList& problems)
+{
+    const QByteArray path = child_path(mail_directory, "PersistenceInfo.plist");
+    const quiet_data list = quiet_read(path, largest_property_list);
+    if (list.error_number != 0 && list.error_number != ENOENT) {
+        add_problem(path, list.error, problems);
+    }
     const QString key = QStringLiteral("LastUsedVersionDirectoryName");
     return list.error.isEmpty() ? property_list_string(list.data, key).value : QString();
 }
@@ -92,20 +102,26 @@ std::vector<account_folder_found> find_account_folders(const QByteArray& source,
     const QByteArray mail = child_path(source, mail_directory_of(user));
     const directory_listing versions = quiet_list(mail);
     if (!versions.error.isEmpty() && quiet_stat(mail).kind != entry_kind::absent) {
-        problems.append(QStringLiteral("%1: %2").arg(display_text(mail), versions.error));
+        add_problem(mail, versions.error, problems);
     }
-    const QString live = live_version(mail);
+    const QString live = live_version(mail, problems);
     for (const named_entry& version : versions.entries) {
+        const QByteArray directory = child_path(mail, version.name);
+        if (!version.facts.error.isEmpty()) {
+            add_problem(directory, version.facts.error, problems);
+        }
         if (!is_version_name(version.name) || version.facts.kind != entry_kind::directory) {
             continue;
         }
-        const QByteArray directory = child_path(mail, version.name);
         const directory_listing folders = quiet_list(directory);
         if (!folders.error.isEmpty()) {
-            problems.append(QStringLiteral("%1: %2").arg(display_text(directory), folders.error));
+            add_problem(directory, folders.error, problems);
         }
         for (const named_entry& entry : folders.entries) {
             account_folder_found folder;
+            if (!entry.facts.error.isEmpty()) {
+                add_problem(child_path(directory, entry.name), entry.facts.error, problems);
+            }
             if (entry.facts.kind != entry_kind::directory) {
                 continue;
             }

@@ -11,6 +11,7 @@
 
 #include <optional>
 #include <utility>
+#include <vector>
 
 /// Where a value of a record was read.
 namespace account_origin {
@@ -114,12 +115,31 @@ struct other_folder
     account_place place;
 };
 
+/// What of a row of an account store decides whether it is found by a name.
+struct account_row_key
+{
+    qint64 key = 0;
+    QString identifier;
+    QString user_name;
+    std::optional<qint64> parent;
+    bool is_plain = false; ///< texts and numbers where they are due, and no text that a look-up stumbles over
+};
+
+/// All rows of one account store, those of other accounts than Mail's as well, in the order of the table.
+struct account_store_rows
+{
+    QByteArray user;
+    QByteArray store; ///< its file's name
+    std::vector<account_row_key> rows;
+};
+
 /// The accounts of a source. `problems` are what could not be looked at; `remarks` what a store does not have.
 struct account_dossier
 {
     QList<account_record> accounts;
     QList<account_family> families;
-    QList<other_folder> other_folders; ///< with the accounts' own, every folder of the Mail version directories
+    QList<other_folder> other_folders;      ///< with the accounts' own, every folder of the Mail version directories
+    std::vector<account_store_rows> stores; ///< those that could be read without any problem
     QStringList problems;
     QStringList remarks;
 };

@@ -136,6 +136,14 @@ std::optional<double> real(const evidence_rows& rows, int column)
 store_account store_reader::account(const evidence_rows& rows)
 {
     store_account read;
+    const auto is_text = [&rows](int column) { return !rows.is_number(column) && !rows.is_blob(column); };
+    const auto as_integer = [&rows](int column) {
+        bool is_integer = false;
+        const qint64 number = rows.text(column).toLongLong(&is_integer);
+        return is_integer ? std::optional(number) : std::nullopt;
+    };
+    read.looked_up_parent = as_integer(7);
+    read.has_plain_keys = as_integer(0) && is_text(1) && is_text(2) && (rows.is_null(7) || read.looked_up_parent);
     read.key = rows.integer(0);
     read.identifier = text(rows, 1);
     read.user_name = text(rows, 2);

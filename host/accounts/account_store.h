@@ -16,6 +16,8 @@
 struct store_account
 {
     qint64 key = 0;
+    bool has_plain_keys = false;            ///< key and parent are integers, identifier and user name texts, or NULL
+    std::optional<qint64> looked_up_parent; ///< also where the number is written as a text
     QString identifier;
     QString user_name;
     QString description;

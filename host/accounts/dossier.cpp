@@ -13,8 +13,9 @@
 
 namespace {
 
-// Each store is read twice, with its log and without.
-constexpr qint64 milliseconds_a_reading = 5000;
+// Each store is read twice, with its log and without, and the plug-in has read it before: of hostile ones a run takes
+// ten seconds in all.
+constexpr qint64 milliseconds_a_reading = 2000;
 
 // One for each store and each state of it would be four.
 constexpr qsizetype most_rows_of_one_account = 20;
@@ -35,7 +36,7 @@ public:
 
 private:
     void read_store(const QByteArray& name, const QByteArray& path);
-    store_records read_copy(const evidence_copies& copies, log_use use);
+    store_records read_copy(const evidence_copies& copies, log_use use, const QByteArray& name);
     void add(account_record record, const char* row, const QString& store, qsizetype families);
     QList<qsizetype> owners_by_name(const account_folder_found& folder,
                                     const QMultiHash<QString, qsizetype>& by_name) const;
@@ -99,6 +100,23 @@ bool is_named_after(const account_folder_found& folder, const account_record& re
            equals(whole, record.address);
 }
 
+/// A quote ends the text that a value is pasted into; what is no Unicode is not the same text once it was read.
+bool is_plain(const QString& text)
+{
+    return !text.contains(u'\'') && !text.contains(QChar::Null) && !text.contains(QChar::ReplacementCharacter);
+}
+
+std::vector<account_row_key> keys_of(const account_store_content& content)
+{
+    std::vector<account_row_key> keys;
+    keys.reserve(content.accounts.size());
+    for (const store_account& row : content.accounts) {
+        keys.push_back({row.key, row.identifier, row.user_name, row.looked_up_parent,
+                        row.has_plain_keys && is_plain(row.identifier) && is_plain(row.user_name)});
+    }
+    return keys;
+}
+
 } // namespace
 
 void user_dossier::add(account_record record, const char* row, const QString& store, qsizetype families)
@@ -112,7 +130,7 @@ void user_dossier::add(account_record record, const char* row, const QString& st
     dossier.accounts.append(std::move(record));
 }
 
-store_records user_dossier::read_copy(const evidence_copies& copies, log_use use)
+store_records user_dossier::read_copy(const evidence_copies& copies, log_use use, const QByteArray& name)
 {
     evidence_limits limits;
     limits.milliseconds = milliseconds_a_reading;
@@ -123,6 +141,9 @@ store_records user_dossier::read_copy(const evidence_copies& copies, log_use use
     if (use == log_use::with_log) {
         for (const QString& remark : content.remarks) {
             dossier.remarks.append(QStringLiteral("%1: %2").arg(copies.origin(), remark));
+        }
+        if (content.problems.isEmpty() && copies.problems().isEmpty()) {
+            dossier.stores.push_back({user, name, keys_of(content)});
         }
         for (const QString& problem : content.problems) {
             dossier.problems.append(
@@ -142,7 +163,7 @@ void user_dossier::read_store(const QByteArray& name, const QByteArray& path)
     store_records alone;
     if (copies.has_log()) {
         try {
-            alone = read_copy(copies, log_use::alone);
+            alone = read_copy(copies, log_use::alone, name);
         } catch (const evidence_failure& failure) {
             dossier.problems.append(failure.message() + QStringLiteral(" (read without its log)"));
         }
@@ -152,7 +173,7 @@ void user_dossier::read_store(const QByteArray& name, const QByteArray& path)
     for (std::size_t index = 0; index < alone.records.size(); ++index) {
         alone_by_key.emplace(row_key(alone.keys[index], alone.records[index].identifier), index);
     }
-    store_records whole = read_copy(copies, log_use::with_log);
+    store_records whole = read_copy(copies, log_use::with_log, name);
     const qsizetype families = dossier.families.size();
     for (std::size_t index = 0; index < whole.records.size(); ++index) {
         account_record& record = whole.records[index];

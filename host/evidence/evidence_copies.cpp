@@ -103,13 +103,9 @@ QString problem_of(const QByteArray& path, const QString& reason)
 
 evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& path, const QString& scratch,
                                  const evidence_limits& limits)
-    : scratch_directory(QDir(scratch).filePath(QStringLiteral("evidence-XXXXXX")))
-    , origin_text(display_text(path))
+    : origin_text(display_text(path))
+    , scratch_directory(scratch, origin_text)
 {
-    if (!scratch_directory.isValid()) {
-        throw evidence_failure(QStringLiteral("%1: no directory for its copy in %2: %3")
-                                   .arg(origin_text, display_text(scratch), scratch_directory.errorString()));
-    }
     root = resolved_path(QFile::encodeName(scratch_directory.path()));
     const QByteArray resolved = resolved_path(path);
     if (!resolved.isEmpty() && !is_at_or_below(resolved, resolved_path(source))) {

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "host/evidence/evidence_limits.h"
+#include "host/evidence/private_directory.h"
 
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
-#include <QTemporaryDir>
 
 /// What a database is read with.
 enum class log_use
@@ -39,9 +39,9 @@ public:
     qint64 bytes() const { return copied_bytes; }
 
 private:
-    QTemporaryDir scratch_directory;
-    QByteArray root;
     QString origin_text;
+    private_directory scratch_directory;
+    QByteArray root;
     QStringList found_problems;
     bool log_found = false;
     qint64 copied_bytes = 0;

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr qint64 size_that_the_time_is_for = 100'000'000;
+constexpr qint64 size_that_the_time_is_for = qint64(100) << 20;
 constexpr int steps_between_looks_at_the_clock = 2000;
 
 // Far above what an application's schema needs, far below what makes parsing expensive.
@@ -73,7 +73,7 @@ evidence_database::evidence_database(const evidence_copies& copies, log_use use,
     : origin(copies.origin())
     , file_bytes(copies.bytes())
     , limits(taken)
-    , deadline(taken.milliseconds * std::max<qint64>(1, file_bytes / size_that_the_time_is_for + 1))
+    , deadline(taken.milliseconds * (file_bytes / size_that_the_time_is_for + 1))
     , memory(taken.heap_bytes)
     , files(copies.directory(use))
 {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -164,6 +165,33 @@ entry_facts facts_at(int directory, const QByteArray& name, link_handling links)
     return facts;
 }
 
+/// Calls `take` for each entry but "." and ".."; a failure is told by the listing.
+template <typename listing_type, typename visitor>
+void read_directory(const QByteArray& path, listing_type& listing, const visitor& take)
+{
+    file_descriptor descriptor(open_quietly(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr,
+                                                     ::closedir);
+    if (!stream) {
+        listing.error_number = errno;
+        listing.error = system_error_text(listing.error_number);
+        return;
+    }
+    const int directory = descriptor.release();
+    errno = 0;
+    while (const dirent* entry = ::readdir(stream.get())) {
+        const std::string_view name(entry->d_name);
+        if (name != "." && name != "..") {
+            take(directory, *entry);
+        }
+        errno = 0;
+    }
+    if (errno != 0) {
+        listing.error_number = errno;
+        listing.error = system_error_text(listing.error_number);
+    }
+}
+
 QString refusal(entry_kind kind)
 {
     return QStringLiteral("is no file: ") + kind_text(kind);
@@ -252,53 +280,25 @@ bool quiet_is_readable(const QByteArray& path)
 directory_listing quiet_list(const QByteArray& path)
 {
     directory_listing listing;
-    file_descriptor descriptor(open_quietly(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr,
-                                                     ::closedir);
-    if (!stream) {
-        listing.error_number = errno;
-        listing.error = system_error_text(listing.error_number);
-        return listing;
-    }
-    const int directory = descriptor.release();
-    errno = 0;
-    while (const dirent* entry = ::readdir(stream.get())) {
-        QByteArray name(entry->d_name);
-        if (name != "." && name != "..") {
-            entry_facts facts = facts_at(directory, name, link_handling::keep);
-            listing.entries.push_back({std::move(name), std::move(facts)});
-        }
-        errno = 0;
-    }
-    if (errno != 0) {
-        listing.error_number = errno;
-        listing.error = system_error_text(listing.error_number);
-    }
+    read_directory(path, listing, [&listing](int directory, const dirent& entry) {
+        entry_facts facts = facts_at(directory, entry.d_name, link_handling::keep);
+        listing.entries.push_back({QByteArray(entry.d_name), std::move(facts)});
+    });
     std::sort(listing.entries.begin(), listing.entries.end(),
               [](const named_entry& left, const named_entry& right) { return left.name < right.name; });
     return listing;
 }
 
-std::vector<named_kind> quiet_kinds(const QByteArray& path)
+kinds_listing quiet_kinds(const QByteArray& path)
 {
-    std::vector<named_kind> kinds;
-    file_descriptor descriptor(open_quietly(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr,
-                                                     ::closedir);
-    if (!stream) {
-        return kinds;
-    }
-    const int directory = descriptor.release();
-    while (const dirent* entry = ::readdir(stream.get())) {
-        QByteArray name(entry->d_name);
-        if (name != "." && name != "..") {
-            // Not every file system tells the kind with the name.
-            const entry_kind kind = entry->d_type == DT_UNKNOWN ? facts_at(directory, name, link_handling::keep).kind
-                                                                : kind_of(static_cast<quint32>(DTTOIF(entry->d_type)));
-            kinds.push_back({std::move(name), kind});
-        }
-    }
-    return kinds;
+    kinds_listing listing;
+    read_directory(path, listing, [&listing](int directory, const dirent& entry) {
+        // Not every file system tells the kind with the name.
+        const entry_kind kind = entry.d_type == DT_UNKNOWN ? facts_at(directory, entry.d_name, link_handling::keep).kind
+                                                           : kind_of(static_cast<quint32>(DTTOIF(entry.d_type)));
+        listing.entries.push_back({QByteArray(entry.d_name), kind});
+    });
+    return listing;
 }
 
 quiet_file quiet_open(const QByteArray& path, link_handling links)

@@ -62,6 +62,13 @@ struct named_kind
     entry_kind kind = entry_kind::unknown;
 };
 
+struct kinds_listing
+{
+    std::vector<named_kind> entries; ///< in no order, without "." and ".."
+    QString error;                   ///< why the listing is missing or incomplete; empty when it is whole
+    int error_number = 0;            ///< the system's number for `error`
+};
+
 struct directory_listing
 {
     std::vector<named_entry> entries; ///< sorted bytewise by name, without "." and ".."
@@ -130,9 +137,8 @@ bool quiet_is_readable(const QByteArray& path);
 /// Lists a directory, following `path` itself when it is a link; the entries' facts are those of links themselves.
 directory_listing quiet_list(const QByteArray& path);
 
-/// Returns names and kinds of a directory's entries, in no order, without looking at each; empty also when it cannot be
-/// listed.
-std::vector<named_kind> quiet_kinds(const QByteArray& path);
+/// Lists names and kinds of a directory's entries without looking at each.
+kinds_listing quiet_kinds(const QByteArray& path);
 
 /// Opens a regular file for reading. Anything else is refused with a reason, a fifo without waiting for its writer.
 quiet_file quiet_open(const QByteArray& path, link_handling links = link_handling::keep);

@@ -11,6 +11,7 @@ constexpr qsizetype most_lines_kept = 100;
 
 // What stands in place of the engine's name after a reset. It tells of the order of a host's calls, not of the work.
 constexpr QByteArrayView engine_unknown(shared_texts::unknown_engine.data(), shared_texts::unknown_engine.size());
+constexpr QByteArrayView message_begin("]:-- ");
 constexpr QByteArrayView failure_word(shared_texts::failure_word.data(), shared_texts::failure_word.size());
 
 class failure_counter
@@ -22,6 +23,13 @@ public:
         const qsizetype from = engine < 0 ? 0 : engine + engine_unknown.size();
         if (line.indexOf(failure_word, from) >= 0) {
             add(QString::fromUtf8(line));
+            // Where nothing stands behind the dashes, the lines that follow name the reason and the path.
+            lines_to_add = line.endsWith('-') && found.first.size() == found.count ? 2 : 0;
+        } else if (lines_to_add > 0) {
+            --lines_to_add;
+            const qsizetype message = line.indexOf(message_begin);
+            found.first.last() += QStringLiteral(" | ") +
+                                  QString::fromUtf8(message < 0 ? line : line.mid(message + message_begin.size()));
         }
     }
 
@@ -34,6 +42,9 @@ public:
     }
 
     log_failures found;
+
+private:
+    int lines_to_add = 0;
 };
 
 } // namespace

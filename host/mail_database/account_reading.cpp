@@ -10,10 +10,10 @@ namespace {
 
 /// Calls `take` with the record that each row of a table speaks of.
 void for_each_detail(const own_database& database, const char* table, const char* columns, const char* order,
-                     account_dossier& dossier, const std::function<void(account_record&, const QSqlQuery&)>& take)
+                     account_dossier& dossier, const std::function<void(account_record&, const checked_rows&)>& take)
 {
-    QSqlQuery rows = database.query(QStringLiteral("SELECT account, %1 FROM %2 ORDER BY account, %3")
-                                        .arg(QLatin1String(columns), QLatin1String(table), QLatin1String(order)));
+    checked_rows rows = database.query(QStringLiteral("SELECT account, %1 FROM %2 ORDER BY account, %3")
+                                           .arg(QLatin1String(columns), QLatin1String(table), QLatin1String(order)));
     while (rows.next()) {
         const qint64 account = rows.value(0).toLongLong();
         if (account >= 1 && account <= dossier.accounts.size()) {
@@ -22,13 +22,13 @@ void for_each_detail(const own_database& database, const char* table, const char
     }
 }
 
-account_name name_in(const QSqlQuery& rows, int first)
+account_name name_in(const checked_rows& rows, int first)
 {
     return {rows.value(first).toString(), rows.value(first + 1).toString(), rows.value(first + 2).toString()};
 }
 
 /// Columns: Mail version, in use, path, files, bytes, problem.
-account_place place_in(const QSqlQuery& rows, int first)
+account_place place_in(const checked_rows& rows, int first)
 {
     const QVariant live = rows.value(first + 1);
     return {rows.value(first).toString(),
@@ -41,13 +41,13 @@ account_place place_in(const QSqlQuery& rows, int first)
 
 void read_other_folders(const own_database& database, account_dossier& dossier)
 {
-    QSqlQuery known = database.query(QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = 'other_folders'"));
+    checked_rows known = database.query(QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = 'other_folders'"));
     if (!known.next()) {
         dossier.problems.append(QStringLiteral("folders that are no account's were not recorded by this run"));
         return;
     }
-    QSqlQuery rows = database.query(QStringLiteral("SELECT user, mail_version, live, path, files, bytes, problem "
-                                                   "FROM other_folders ORDER BY rowid"));
+    checked_rows rows = database.query(QStringLiteral("SELECT user, mail_version, live, path, files, bytes, problem "
+                                                      "FROM other_folders ORDER BY rowid"));
     while (rows.next()) {
         dossier.other_folders.append({rows.value(0).toString(), place_in(rows, 1)});
     }
@@ -59,7 +59,7 @@ void read_records(const own_database& database, account_dossier& dossier)
     for (const account_field& field : account_fields()) {
         columns.append(QLatin1Char('"') + QLatin1String(field.column) + QLatin1Char('"'));
     }
-    QSqlQuery rows =
+    checked_rows rows =
         database.query(QStringLiteral("SELECT %1, family FROM accounts ORDER BY id").arg(columns.join(u',')));
     while (rows.next()) {
         account_record& record = dossier.accounts.emplaceBack();
@@ -75,29 +75,29 @@ void read_details(const own_database& database, account_dossier& dossier)
 {
     for_each_detail(
         database, "account_addresses", "address", "position", dossier,
-        [](account_record& record, const QSqlQuery& rows) { record.addresses.append(rows.value(1).toString()); });
+        [](account_record& record, const checked_rows& rows) { record.addresses.append(rows.value(1).toString()); });
     for_each_detail(
         database, "account_sources", "field, origin, raw", "field", dossier,
-        [](account_record& record, const QSqlQuery& rows) {
+        [](account_record& record, const checked_rows& rows) {
             record.sources.insert(rows.value(1).toString(), {rows.value(2).toString(), rows.value(3).toString()});
         });
     for_each_detail(database, "account_parents", "identifier, type_identifier, description", "position", dossier,
-                    [](account_record& record, const QSqlQuery& rows) { record.parents.append(name_in(rows, 1)); });
+                    [](account_record& record, const checked_rows& rows) { record.parents.append(name_in(rows, 1)); });
     for_each_detail(database, "account_folders", "mail_version, live, path, files, bytes, problem, matched_by",
-                    "position", dossier, [](account_record& record, const QSqlQuery& rows) {
+                    "position", dossier, [](account_record& record, const checked_rows& rows) {
                         record.folders.append(place_in(rows, 1));
                         record.folders.last().matched_by = rows.value(7).toString();
                     });
     for_each_detail(database, "account_settings", "name, value", "name", dossier,
-                    [](account_record& record, const QSqlQuery& rows) {
+                    [](account_record& record, const checked_rows& rows) {
                         record.settings.insert(rows.value(1).toString(), rows.value(2).toString());
                     });
     for_each_detail(database, "account_other_keys", "name, kind", "position", dossier,
-                    [](account_record& record, const QSqlQuery& rows) {
+                    [](account_record& record, const checked_rows& rows) {
                         record.other_keys.append({rows.value(1).toString(), rows.value(2).toString()});
                     });
     for_each_detail(database, "account_notes", "kind, text", "kind, position", dossier,
-                    [](account_record& record, const QSqlQuery& rows) {
+                    [](account_record& record, const checked_rows& rows) {
                         const bool is_mark = rows.value(1).toString() == QLatin1String("mark");
                         (is_mark ? record.marks : record.before_log).append(rows.value(2).toString());
                     });
@@ -105,12 +105,12 @@ void read_details(const own_database& database, account_dossier& dossier)
 
 void read_families(const own_database& database, account_dossier& dossier)
 {
-    QSqlQuery families = database.query(QStringLiteral("SELECT members FROM account_families ORDER BY family"));
+    checked_rows families = database.query(QStringLiteral("SELECT members FROM account_families ORDER BY family"));
     while (families.next()) {
         dossier.families.append({{}, families.value(0).toLongLong()});
     }
-    QSqlQuery members = database.query(QStringLiteral("SELECT family, identifier, type_identifier, description FROM "
-                                                      "account_family_members ORDER BY family, position"));
+    checked_rows members = database.query(QStringLiteral("SELECT family, identifier, type_identifier, description FROM "
+                                                         "account_family_members ORDER BY family, position"));
     while (members.next()) {
         const qint64 family = members.value(0).toLongLong();
         if (family >= 0 && family < dossier.families.size()) {
@@ -128,7 +128,7 @@ account_dossier read_accounts(const result_paths& result)
     read_records(database, dossier);
     read_details(database, dossier);
     read_families(database, dossier);
-    QSqlQuery remarks = database.query(QStringLiteral("SELECT kind, text FROM remarks ORDER BY rowid"));
+    checked_rows remarks = database.query(QStringLiteral("SELECT kind, text FROM remarks ORDER BY rowid"));
     while (remarks.next()) {
         const bool is_problem = remarks.value(0).toString() == QLatin1String("problem");
         (is_problem ? dossier.problems : dossier.remarks).append(remarks.value(1).toString());

@@ -39,7 +39,7 @@ QString ordered(const char* table)
     return QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1String(table));
 }
 
-store_certificate* store_of(completeness_certificate& certificate, const QSqlQuery& rows)
+store_certificate* store_of(completeness_certificate& certificate, const checked_rows& rows)
 {
     const qint64 number = rows.value(QStringLiteral("store")).toLongLong();
     return number >= 1 && number <= certificate.stores.size() ? &certificate.stores[number - 1] : nullptr;
@@ -47,7 +47,7 @@ store_certificate* store_of(completeness_certificate& certificate, const QSqlQue
 
 void read_stores(const own_database& database, completeness_certificate& certificate)
 {
-    QSqlQuery rows = database.query(ordered("completeness_stores"));
+    checked_rows rows = database.query(ordered("completeness_stores"));
     while (rows.next()) {
         store_certificate& store = certificate.stores.emplaceBack();
         for (const auto& [column, member] : store_texts) {
@@ -61,9 +61,9 @@ void read_stores(const own_database& database, completeness_certificate& certifi
 
 void read_mailboxes(const own_database& database, completeness_certificate& certificate)
 {
-    QSqlQuery rows = database.query(QStringLiteral("SELECT m.*, a.setting FROM completeness_mailboxes m LEFT JOIN "
-                                                   "completeness_accounts a ON a.store = m.store AND "
-                                                   "a.account = m.account ORDER BY m.rowid"));
+    checked_rows rows = database.query(QStringLiteral("SELECT m.*, a.setting FROM completeness_mailboxes m LEFT JOIN "
+                                                      "completeness_accounts a ON a.store = m.store AND "
+                                                      "a.account = m.account ORDER BY m.rowid"));
     while (rows.next()) {
         store_certificate* store = store_of(certificate, rows);
         if (!store) {
@@ -87,7 +87,7 @@ void read_mailboxes(const own_database& database, completeness_certificate& cert
 
 void read_notes(const own_database& database, completeness_certificate& certificate)
 {
-    QSqlQuery rows = database.query(ordered("completeness_notes"));
+    checked_rows rows = database.query(ordered("completeness_notes"));
     while (rows.next()) {
         store_certificate* store = store_of(certificate, rows);
         for (const auto& [kind, list] : note_lists) {
@@ -100,7 +100,7 @@ void read_notes(const own_database& database, completeness_certificate& certific
 
 void read_lone_accounts(const own_database& database, completeness_certificate& certificate)
 {
-    QSqlQuery rows = database.query(
+    checked_rows rows = database.query(
         QStringLiteral("SELECT * FROM completeness_accounts WHERE has_folder <> in_index ORDER BY rowid"));
     while (rows.next()) {
         if (store_certificate* store = store_of(certificate, rows)) {

@@ -5,48 +5,25 @@
 #include "host/text/failure.h"
 
 #include <QFile>
-#include <QSqlError>
 
 namespace {
 
-const QString connection_name = QStringLiteral("own_database");
+/// Returns the path of the database; throws a failure where no file is.
+QString path_of_file(const result_paths& result)
+{
+    const QString path = result.path(product::mail_database);
+    const entry_facts facts = quiet_stat(QFile::encodeName(path));
+    if (facts.kind != entry_kind::file) {
+        const QString reason =
+            facts.error.isEmpty() ? QStringLiteral("is no file: ") + kind_text(facts.kind) : facts.error;
+        refuse(QStringLiteral("cannot read %1: %2").arg(display_text(path), reason));
+    }
+    return path;
+}
 
 } // namespace
 
-own_database::own_database(const result_paths& result) : path(result.path(product::mail_database))
+own_database::own_database(const result_paths& result)
+    : database(path_of_file(result), result.path(product::mail_database), true)
 {
-    const entry_facts facts = quiet_stat(QFile::encodeName(path));
-    if (facts.kind != entry_kind::file) {
-        fail(facts.error.isEmpty() ? QStringLiteral("is no file: ") + kind_text(facts.kind) : facts.error);
-    }
-    database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection_name);
-    database.setDatabaseName(path);
-    database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
-    if (!database.open()) {
-        const QString reason = database.lastError().databaseText();
-        database = QSqlDatabase();
-        QSqlDatabase::removeDatabase(connection_name);
-        fail(reason);
-    }
-}
-
-own_database::~own_database()
-{
-    database = QSqlDatabase();
-    QSqlDatabase::removeDatabase(connection_name);
-}
-
-QSqlQuery own_database::query(const QString& statement) const
-{
-    QSqlQuery query(database);
-    query.setForwardOnly(true);
-    if (!query.exec(statement)) {
-        fail(query.lastError().databaseText());
-    }
-    return query;
-}
-
-void own_database::fail(const QString& reason) const
-{
-    refuse(QStringLiteral("cannot read %1: %2").arg(display_text(path), reason));
 }

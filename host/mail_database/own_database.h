@@ -1,10 +1,7 @@
 #pragma once
 
+#include "host/files/checked_database.h"
 #include "host/result/result_paths.h"
-
-#include <QSqlDatabase>
-#include <QSqlQuery>
-#include <QString>
 
 /// A result's own database, mail.sqlite, open for reading only.
 class own_database
@@ -12,16 +9,10 @@ class own_database
 public:
     /// Throws a failure that names the path and the reason.
     explicit own_database(const result_paths& result);
-    ~own_database();
-    own_database(const own_database&) = delete;
-    own_database& operator=(const own_database&) = delete;
 
     /// Runs a query; throws a failure when it fails.
-    QSqlQuery query(const QString& statement) const;
+    checked_rows query(const QString& statement) const { return database.query(statement); }
 
 private:
-    [[noreturn]] void fail(const QString& reason) const;
-
-    QString path;
-    QSqlDatabase database;
+    checked_database database;
 };

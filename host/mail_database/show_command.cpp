@@ -14,72 +14,27 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSqlQuery>
-#include <QSqlRecord>
 #include <QVariant>
 
-#include <functional>
 #include <optional>
 
 namespace {
 
-/// The columns that tell of something beside the rows. It lacks a number, by which each row is known.
-QHash<QString, QString> cells_of(const item_without_row& item)
+void print_csv(checked_rows& rows, bool raw)
 {
-    return {{QStringLiteral("system_user"), item.user},
-            {QStringLiteral("account"), item.account},
-            {QStringLiteral("account_type"), item.type},
-            {QStringLiteral("source_file"), item.folder.isEmpty() ? QString() : u'/' + item.folder},
-            {QStringLiteral("notes"), item.remark}};
-}
-
-/// Hands the rows of the table over one by one, then what was found beside them as rows of the same columns.
-void for_each_row(QSqlQuery& rows, row_comparison* found,
-                  const std::function<void(const std::function<QVariant(int)>&)>& print)
-{
-    const QSqlRecord columns = rows.record();
-    QList<item_without_row> further;
-    while (rows.next()) {
-        print([&rows](int column) { return rows.value(column); });
-        const auto text = [&rows](const char* column) { return rows.value(QLatin1String(column)).toString(); };
-        if (!found) {
-            continue;
-        }
-        const QStringList marks = found->take(text("system_user"), text("account"), text("dest_path"));
-        if (!marks.isEmpty()) {
-            further.append({text("system_user"),
-                            text("account"),
-                            text("account_type"),
-                            {},
-                            0,
-                            QStringLiteral("row %1: %2").arg(text("INT"), warning_text(marks))});
-        }
-    }
-    if (found) {
-        further += found->without_row();
-    }
-    for (const item_without_row& item : std::as_const(further)) {
-        const QHash<QString, QString> cells = cells_of(item);
-        print([&](int column) {
-            const QString text = cells.value(columns.fieldName(column));
-            return text.isEmpty() ? QVariant() : QVariant(text);
-        });
-    }
-}
-
-void print_csv(QSqlQuery& rows, row_comparison* found, bool raw)
-{
-    const QSqlRecord columns = rows.record();
-    const auto print_record = [&columns, raw](const auto& field_of) {
+    const QStringList columns = rows.columns();
+    const auto print_record = [&columns, raw](const auto& field_text) {
         QByteArrayList fields;
-        for (int i = 0; i < columns.count(); ++i) {
-            const QByteArray text = QVariant(field_of(i)).toString().toUtf8();
+        for (qsizetype i = 0; i < columns.size(); ++i) {
+            const QByteArray text = field_text(static_cast<int>(i)).toUtf8();
             fields.append(raw ? text : spreadsheet_text(text));
         }
         print_bytes(csv_line(fields));
     };
-    print_record([&columns](int i) { return columns.fieldName(i); });
-    for_each_row(rows, found, print_record);
+    print_record([&columns](int i) { return columns.at(i); });
+    while (rows.next()) {
+        print_record([&rows](int i) { return rows.value(i).toString(); });
+    }
 }
 
 /// Counts are kept as text by the table's declaration; a reader of JSON expects them as numbers.
@@ -101,23 +56,23 @@ QByteArray json_text(const QJsonValue& value)
     return in_array.mid(1, in_array.size() - 2);
 }
 
-void print_json(QSqlQuery& rows, row_comparison* found)
+void print_json(checked_rows& rows)
 {
-    const QSqlRecord columns = rows.record();
+    const QStringList columns = rows.columns();
     QByteArray separator = "[";
-    for_each_row(rows, found, [&](const std::function<QVariant(int)>& value_of) {
+    while (rows.next()) {
         QByteArrayList members;
-        for (int i = 0; i < columns.count(); ++i) {
-            const QString name = columns.fieldName(i);
-            members.append(json_text(name) + ": " + json_text(json_value(name, value_of(i))));
+        for (qsizetype i = 0; i < columns.size(); ++i) {
+            const QString& name = columns.at(i);
+            members.append(json_text(name) + ": " + json_text(json_value(name, rows.value(static_cast<int>(i)))));
         }
         print_bytes(separator + "\n  {" + members.join(", ") + '}');
         separator = ",";
-    });
+    }
     print_bytes(separator == "[" ? "[]\n" : "\n]\n");
 }
 
-void print_table(QSqlQuery& rows, const result_paths& result, row_comparison* found, bool wide)
+void print_table(checked_rows& rows, const result_paths& result, row_comparison* found, bool wide)
 {
     const qsizetype width = wide ? unlimited_width : screen_columns(page_width);
     QStringList lines = lines_of_rows(rows, row_folders(result), found, width);
@@ -148,21 +103,24 @@ int show_command(const show_options& options)
 {
     const result_paths result(options.result);
     const result_database database(result);
-    QSqlQuery rows = database.query(QStringLiteral("SELECT * FROM %1 ORDER BY INT").arg(shared_texts::accounts_table));
-    const std::optional<account_dossier> dossier = options.raw ? std::nullopt : dossier_of(result);
+    checked_rows rows =
+        database.query(QStringLiteral("SELECT * FROM %1 ORDER BY INT").arg(shared_texts::accounts_table));
+    // Programs read the plug-in's table and nothing else; "accounts" tells them what the program found.
+    if (options.format == QLatin1String("csv")) {
+        print_csv(rows, options.raw);
+        return exit_code::whole;
+    }
+    if (options.format == QLatin1String("json")) {
+        print_json(rows);
+        return exit_code::whole;
+    }
+    const std::optional<account_dossier> dossier = dossier_of(result);
     std::optional<row_comparison> comparison;
     if (dossier) {
         comparison.emplace(*dossier);
     }
-    row_comparison* found = comparison ? &*comparison : nullptr;
-    if (options.format == QLatin1String("csv")) {
-        print_csv(rows, found, options.raw);
-    } else if (options.format == QLatin1String("json")) {
-        print_json(rows, found);
-    } else {
-        print_table(rows, result, found, options.wide);
-    }
+    print_table(rows, result, comparison ? &*comparison : nullptr, options.wide);
     // A suite leaves the table alone; where the program ran, it left more.
-    const bool is_due = !options.raw && QFileInfo::exists(result.path(product::run_record));
+    const bool is_due = QFileInfo::exists(result.path(product::run_record));
     return is_due && !dossier ? exit_code::with_failures : exit_code::whole;
 }

@@ -52,7 +52,7 @@ QList<item_without_row> records_in_one_line(const QList<item_without_row>& items
 
 } // namespace
 
-QStringList lines_of_rows(QSqlQuery& rows, const row_folders& folders, row_comparison* found, qsizetype width)
+QStringList lines_of_rows(checked_rows& rows, const row_folders& folders, row_comparison* found, qsizetype width)
 {
     const QList<table_column> columns{{QStringLiteral("#"), true},
                                       {QStringLiteral("user"), false, narrow_column},

@@ -9,15 +9,13 @@
 #include <QFile>
 #include <QHash>
 #include <QMap>
-#include <QSqlError>
-#include <QSqlQuery>
 #include <QVariant>
 
 #include <algorithm>
 
 namespace {
 
-report_account account_from_row(const QSqlQuery& row, const row_folders& folders)
+report_account account_from_row(const checked_rows& row, const row_folders& folders)
 {
     report_account account;
     account.account = row.value(1).toString();
@@ -116,7 +114,7 @@ qint64 report_manifest::faults() const
 QList<report_user> load_report_users(const result_paths& result)
 {
     const result_database database(result);
-    QSqlQuery rows = database.query(
+    checked_rows rows = database.query(
         QStringLiteral("SELECT system_user, account, account_type, files_copied, dest_path FROM %1 ORDER BY INT")
             .arg(shared_texts::accounts_table));
     const row_folders folders(result);
@@ -125,9 +123,6 @@ QList<report_user> load_report_users(const result_paths& result)
         report_user& user = users[rows.value(0).toString()];
         user.name = rows.value(0).toString();
         user.accounts.append(account_from_row(rows, folders));
-    }
-    if (rows.lastError().isValid()) {
-        refuse(result.database() + QStringLiteral(": ") + rows.lastError().databaseText());
     }
     return users.values();
 }

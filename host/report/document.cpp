@@ -123,6 +123,11 @@ report_outcome write_report(const result_paths& result, const QString& output)
     if (data.run && !data.run->source.isEmpty() && lies_inside(path, data.run->source)) {
         refuse(path + QStringLiteral(": the report would lie in the source, which is only read"));
     }
+    if (!data.run && QFileInfo::exists(result.path(product::run_record)) && !lies_inside(path, result.root())) {
+        refuse(path +
+               QStringLiteral(": the record of the run cannot be read, so that nobody knows which source must not "
+                              "be written to; the report can only lie in the result"));
+    }
     durable_file file(path);
     report_html html(&file);
     write_document(html, data, QFileInfo(path).absolutePath());

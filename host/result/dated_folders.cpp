@@ -1,11 +1,13 @@
 #include "host/result/dated_folders.h"
 
 #include "host/files/file_tree.h"
+#include "host/text/failure.h"
 #include "support/shared_texts.h"
 
 #include <QLocale>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
@@ -16,7 +18,11 @@ const QByteArray folder_prefix = QByteArray(shared_texts::artifact_folder.data()
 std::map<QByteArray, std::vector<dated_folder>> find_dated_folders(const result_paths& result)
 {
     std::map<QByteArray, std::vector<dated_folder>> folders;
-    for (const named_entry& entry : quiet_list(child_path(result.native_root(), relative_copies())).entries) {
+    const directory_listing listing = quiet_list(child_path(result.native_root(), relative_copies()));
+    if (!listing.error.isEmpty() && listing.error_number != ENOENT) {
+        refuse(QStringLiteral("cannot list %1: %2").arg(result.copies(), listing.error));
+    }
+    for (const named_entry& entry : listing.entries) {
         const qsizetype user_length = entry.name.size() - folder_prefix.size() - 1 - shared_texts::date_format.size();
         if (entry.facts.kind != entry_kind::directory || user_length < 1 || !entry.name.startsWith(folder_prefix)) {
             continue;

@@ -15,7 +15,8 @@ struct dated_folder
     QByteArray path; ///< relative to the result
 };
 
-/// Returns the dated folders of a result by user, each user's newest first.
+/// Returns the dated folders of a result by user, each user's newest first. Throws a failure when their folder is there
+/// and cannot be listed.
 std::map<QByteArray, std::vector<dated_folder>> find_dated_folders(const result_paths& result);
 
 /// Returns the place of a user's dated folder of a day, relative to the result.

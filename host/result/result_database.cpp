@@ -8,14 +8,10 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSqlError>
-#include <QSqlQuery>
 
 #include <algorithm>
 
 namespace {
-
-const QString connection_name = QStringLiteral("result_database");
 
 bool is_unfinished(const QString& path)
 {
@@ -45,30 +41,7 @@ result_database::result_database(const result_paths& result) : path(result.datab
             QFile::copy(path + QLatin1String(companion), opened + QLatin1String(companion));
         }
     }
-    database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection_name);
-    database.setDatabaseName(opened);
-    if (!copies) {
-        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
-    }
-    if (!database.open()) {
-        fail(database.lastError().databaseText());
-    }
-}
-
-result_database::~result_database()
-{
-    database = QSqlDatabase();
-    QSqlDatabase::removeDatabase(connection_name);
-}
-
-QSqlQuery result_database::query(const QString& statement) const
-{
-    QSqlQuery query(database);
-    query.setForwardOnly(true);
-    if (!query.exec(statement)) {
-        fail(query.lastError().databaseText());
-    }
-    return query;
+    database.emplace(opened, path, !copies);
 }
 
 void result_database::fail(const QString& reason) const
@@ -82,12 +55,12 @@ qint64 last_account_row(const result_paths& result)
         return 0;
     }
     const result_database database(result);
-    QSqlQuery tables = database.query(
+    checked_rows tables = database.query(
         QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = '%1'").arg(shared_texts::accounts_table));
     if (!tables.next()) {
         return 0;
     }
-    QSqlQuery rows = database.query(QStringLiteral("SELECT max(INT) FROM %1").arg(shared_texts::accounts_table));
+    checked_rows rows = database.query(QStringLiteral("SELECT max(INT) FROM %1").arg(shared_texts::accounts_table));
     return rows.next() ? rows.value(0).toLongLong() : 0;
 }
 
@@ -95,9 +68,10 @@ QStringList problems_of_row_folders(const result_paths& result)
 {
     const result_database database(result);
     const row_folders folders(result);
-    QSqlQuery rows = database.query(QStringLiteral("SELECT system_user, dest_path, CAST(files_copied AS INTEGER) FROM "
-                                                   "%1 WHERE dest_path <> '' ORDER BY INT")
-                                        .arg(shared_texts::accounts_table));
+    checked_rows rows =
+        database.query(QStringLiteral("SELECT system_user, dest_path, CAST(files_copied AS INTEGER) FROM "
+                                      "%1 WHERE dest_path <> '' ORDER BY INT")
+                           .arg(shared_texts::accounts_table));
     qint64 moved = 0;
     qint64 lost = 0;
     QString first_moved;
@@ -128,7 +102,7 @@ QStringList problems_of_row_folders(const result_paths& result)
 qint64 count_account_rows(const result_paths& result, QList<user_record>& users)
 {
     const result_database database(result);
-    QSqlQuery rows = database.query(
+    checked_rows rows = database.query(
         QStringLiteral("SELECT system_user, coalesce(account_type, '') = '', count(*) FROM %1 GROUP BY 1, 2")
             .arg(shared_texts::accounts_table));
     qint64 count = 0;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "host/files/checked_database.h"
 #include "host/result/result_paths.h"
 #include "host/result/run_record.h"
 
 #include <QList>
-#include <QSqlDatabase>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -18,19 +18,16 @@ class result_database
 public:
     /// Throws a failure that names the path and the reason.
     explicit result_database(const result_paths& result);
-    ~result_database();
-    result_database(const result_database&) = delete;
-    result_database& operator=(const result_database&) = delete;
 
     /// Runs a query over the table of accounts; throws a failure when it fails.
-    QSqlQuery query(const QString& statement) const;
+    checked_rows query(const QString& statement) const { return database->query(statement); }
 
 private:
     [[noreturn]] void fail(const QString& reason) const;
 
     QString path;
     std::optional<QTemporaryDir> copies;
-    QSqlDatabase database;
+    std::optional<checked_database> database;
 };
 
 /// Returns the number of the last row of the table of accounts; 0 without rows or without a database.

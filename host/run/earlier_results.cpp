@@ -3,6 +3,7 @@
 #include "host/files/durable_file.h"
 #include "host/files/file_tree.h"
 #include "host/result/dated_folders.h"
+#include "host/text/display_text.h"
 #include "host/text/failure.h"
 
 #include <QDir>
@@ -87,6 +88,30 @@ void remove_stray_products(const result_paths& result)
 void empty_scratch(const result_paths& result)
 {
     remove_all(result.scratch());
+}
+
+QString clear_left_scratch(const result_paths& result)
+{
+    const QByteArray scratch = QFile::encodeName(result.scratch());
+    const entry_facts facts = quiet_stat(scratch);
+    if (facts.kind == entry_kind::absent) {
+        return {};
+    }
+    QString reason = facts.error.isEmpty() ? kind_text(facts.kind) : facts.error;
+    if (facts.kind == entry_kind::directory) {
+        std::error_code error;
+        std::filesystem::remove_all(scratch.toStdString(), error);
+        if (!error) {
+            return {};
+        }
+        reason = QString::fromLocal8Bit(error.message().c_str());
+    }
+    QByteArray first;
+    walk_tree(scratch, [&first](const tree_entry& entry) {
+        first = entry.relative_path;
+        return entry.facts.kind == entry_kind::directory;
+    });
+    return QStringLiteral("working copies stay in %1 (%2): %3").arg(result.scratch(), display_text(first), reason);
 }
 
 void remove_earlier_products(const result_paths& result)

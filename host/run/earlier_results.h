@@ -22,6 +22,10 @@ void remove_stray_products(const result_paths& result);
 /// a failure.
 void empty_scratch(const result_paths& result);
 
+/// Removes what the plug-in left in that folder at its end, and returns a line on what stays; empty when nothing does.
+/// A link in the folder's place is left alone.
+QString clear_left_scratch(const result_paths& result);
+
 /// Removes what earlier runs said about a result: everything in the program's own folder but
 /// the record, which the next run writes over, the log, which it goes on with, and the lock. Throws a failure when that
 /// fails, because they would pass for this run's.

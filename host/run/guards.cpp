@@ -3,6 +3,7 @@
 #include "host/run/earlier_results.h"
 #include "host/source/room_estimate.h"
 #include "host/terminal/console.h"
+#include "host/text/display_text.h"
 #include "host/text/failure.h"
 
 #include <QFile>
@@ -18,6 +19,47 @@ void refuse_links(const copy_forecast& forecast, const QString& source)
     }
     refuse(QStringLiteral("%1: nothing is copied because of these links; --follow-links-outside runs in spite of them")
                .arg(source));
+}
+
+/// Account folders that lie in each other are copied once for each that they lie in: of a few hundred that comes to
+/// more than any disk takes in a day.
+void refuse_folders_in_each_other(const copy_forecast& forecast, copying_way way, const QString& source)
+{
+    constexpr qint64 most_times = 20;
+    constexpr qint64 no_trouble = 10'000; // copies
+    if (way == copying_way::in_bulk) {
+        return;
+    }
+    for (std::size_t i = 0; i < forecast.trees.size(); ++i) {
+        const qint64 copies = forecast.scratch_copies[i].files;
+        const qint64 files = forecast.trees[i].files;
+        if (copies > no_trouble && copies / most_times > files) {
+            refuse(QStringLiteral("%1: account folders lie in each other, so that one by one %2 files would be copied "
+                                  "%3 times; the ordinary way, without --one-by-one and --as-suite, counts them "
+                                  "instead")
+                       .arg(source, display_number(files), display_number(copies)));
+        }
+    }
+}
+
+/// What is not seen now may be seen by the plug-in, and be lost between the two.
+void name_unread(const std::vector<blocked_look>& unread, run_plan& plan)
+{
+    constexpr std::size_t most_named = 5;
+    std::size_t count = 0;
+    for (const blocked_look& look : unread) {
+        const QString below = display_text(look.path.mid(QFile::encodeName(plan.settings.source_root).size()));
+        if (!below.isEmpty() && plan.left_out.contains(below)) {
+            continue;
+        }
+        if (++count <= most_named) {
+            plan.left_out += (plan.left_out.isEmpty() ? QString() : QStringLiteral("; ")) +
+                             QStringLiteral("could not be looked at: ") + look.text();
+        }
+    }
+    if (count > most_named) {
+        plan.left_out += QStringLiteral(" and %1 more").arg(count - most_named);
+    }
 }
 
 } // namespace
@@ -40,13 +82,15 @@ void guard_run(run_plan& plan, bool follow_links_outside)
     } else if (!follow_links_outside) {
         refuse_links(forecast, settings.source_root);
     }
+    plan.files_of_accounts = std::move(forecast.files_of_accounts);
+    name_unread(forecast.unread, plan);
 
-    if (settings.in_bulk) {
-        // Account folders are counted then, not copied.
-        forecast.room_of_accounts = 0;
-    }
+    const copying_way way = settings.in_bulk    ? copying_way::in_bulk
+                            : settings.as_suite ? copying_way::as_suite
+                                                : copying_way::one_by_one;
+    refuse_folders_in_each_other(forecast, way, settings.source_root);
     const qint64 earlier = bytes_of_earlier_copies(plan.result, settings);
-    const room_estimate room = estimate_room(forecast, plan.result.root(),
+    const room_estimate room = estimate_room(forecast, plan.result.root(), way,
                                              settings.clear ? earlier : std::min(earlier, forecast.room_of_trees));
     if (!room.is_enough()) {
         refuse(QStringLiteral("cannot write to %1: not enough room at %2: %3")

@@ -1,6 +1,7 @@
 #include "host/run/mail_database_step.h"
 
 #include "host/accounts/dossier.h"
+#include "host/evidence/private_directory.h"
 #include "host/mail_database/account_tables.h"
 #include "host/mail_database/completeness_tables.h"
 #include "host/terminal/interruption.h"
@@ -68,8 +69,9 @@ mail_database_outcome write_mail_database(const QString& source_root, const QLis
     for (const source_user& user : users) {
         request.users.push_back(QFile::encodeName(user.name));
     }
-    const account_dossier dossier = read_dossier(request);
-    mail_database_outcome outcome{dossier.problems, dossier.remarks};
+    const QStringList left = remove_left_directories(request.scratch);
+    account_dossier dossier = read_dossier(request);
+    mail_database_outcome outcome{left + dossier.problems, dossier.remarks, std::move(dossier.stores)};
     try {
         mail_database_writer writer(result.path(product::mail_database));
         write_account_tables(writer, dossier);

@@ -5,6 +5,7 @@
 #include "host/result/result_paths.h"
 #include "host/run/earlier_run.h"
 #include "host/run/run_options.h"
+#include "host/source/copy_walk.h"
 
 /// What a run works with once everything that can be checked beforehand is checked.
 struct run_plan
@@ -16,7 +17,8 @@ struct run_plan
     source_identity identity = {};
     case_data about = {};
     earlier_run earlier = earlier_run::none;
-    qint64 log_begin = 0; ///< where this run's part of the log begins
+    std::map<directory_identity, qint64> files_of_accounts = {}; ///< by account folder, as far as they are known
+    qint64 log_begin = 0;                                        ///< where this run's part of the log begins
 };
 
 /// Checks source, result and users and lays out what the plug-in is told; changes nothing. Throws a failure

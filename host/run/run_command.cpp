@@ -6,7 +6,9 @@
 #include "host/files/quiet_reading.h"
 #include "host/report/document.h"
 #include "host/result/seal.h"
+#include "host/row_check/row_check.h"
 #include "host/run/copies_of_run.h"
+#include "host/run/earlier_results.h"
 #include "host/run/guards.h"
 #include "host/run/mail_database_step.h"
 #include "host/run/preparation.h"
@@ -112,14 +114,29 @@ try {
     record.add_error(unwritten.message());
 }
 
-/// Writes down who the accounts are; what a store cannot say is no error of the run.
-void note_accounts(run_record& record, const run_plan& plan)
+void add_errors(run_record& record, const QStringList& problems)
 {
-    const mail_database_outcome outcome =
-        write_mail_database(plan.settings.source_root, plan.settings.users, plan.result);
-    for (const QString& problem : outcome.problems) {
-        record.add_error(problem);
+    for (const QString& problem : problems) {
+        if (!problem.isEmpty() && !record.error.contains(problem)) {
+            record.add_error(problem);
+        }
     }
+}
+
+/// Writes down who the accounts are, and whether the plug-in wrote the rows that they must have; what a store cannot
+/// say is no error of the run.
+void note_accounts(run_record& record, const run_plan& plan, const source_snapshot& at_first)
+try {
+    const extraction_settings& settings = plan.settings;
+    const mail_database_outcome outcome = write_mail_database(settings.source_root, settings.users, plan.result);
+    add_errors(record, outcome.problems);
+    if (!interruption::requested()) {
+        add_errors(record, problems_of_rows({QFile::encodeName(settings.source_root), settings.users, settings.as_suite,
+                                             at_first, outcome.stores, plan.files_of_accounts},
+                                            plan.result));
+    }
+} catch (const failure& unread) {
+    record.add_error(unread.message());
 }
 
 source_snapshot snapshot_of(const run_plan& plan)
@@ -198,17 +215,17 @@ int run_command(const run_options& options)
     const qint64 signalled_rows = extract(library, plan.settings, progress_style_for(options.quiet),
                                           [&copies](const copied_file& file) { copies.take(file); });
     copies.tell(journal.record());
+    add_errors(journal.record(), QStringList(clear_left_scratch(plan.result)));
     take_stock(plan, begun, signalled_rows, journal.record());
     if (holds_mail && !interruption::requested()) {
         keep_witnesses(plan, copies.known(), journal.record());
-        note_accounts(journal.record(), plan);
+        note_accounts(journal.record(), plan, at_first);
     }
     if (holds_mail && !interruption::requested()) {
         verify_run(journal.record(), options, plan.result, copies.known());
     }
-    for (const QString& difference : snapshot_of(plan).differences_from(at_first)) {
-        journal.record().add_error(difference);
-    }
+    const source_snapshot at_last = snapshot_of(plan);
+    add_errors(journal.record(), at_first.problems() + at_last.problems() + at_last.differences_from(at_first));
     finish(journal, plan.settings.scheme);
     const QString root_hash = seal_and_report(journal, plan.result);
 

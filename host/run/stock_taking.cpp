@@ -22,13 +22,6 @@ file_amount copied_files(const QByteArray& result, const std::vector<dated_folde
 
 void take_stock(const run_plan& plan, QDate begun, qint64 signalled_rows, run_record& record)
 {
-    auto folders = find_dated_folders(plan.result);
-    for (user_record& user : record.users) {
-        const file_amount copied =
-            copied_files(plan.result.native_root(), folders[QFile::encodeName(user.name)], begun);
-        user.files_copied = copied.files;
-        user.bytes = copied.bytes;
-    }
     const log_failures failures = read_log_failures(record.log_path, plan.log_begin, record.log_enciphered);
     record.log_failures = failures.count;
     record.log_failure_lines = failures.first;
@@ -36,6 +29,13 @@ void take_stock(const run_plan& plan, QDate begun, qint64 signalled_rows, run_re
         record.add_error(QStringLiteral("cannot read the log %1: %2").arg(record.log_path, failures.problem));
     }
     try {
+        auto folders = find_dated_folders(plan.result);
+        for (user_record& user : record.users) {
+            const file_amount copied =
+                copied_files(plan.result.native_root(), folders[QFile::encodeName(user.name)], begun);
+            user.files_copied = copied.files;
+            user.bytes = copied.bytes;
+        }
         const qint64 rows = count_account_rows(plan.result, record.users);
         if (rows != signalled_rows) {
             record.add_error(QStringLiteral("%1 holds %2 accounts, and the plug-in told of %3: what is missing was not "

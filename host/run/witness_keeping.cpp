@@ -29,6 +29,11 @@ public:
     void keep_left_out(const QByteArray& mail_directory)
     {
         walk_tree(child_path(source, mail_directory), [&](const tree_entry& entry) {
+            const QString& unseen = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
+            if (!unseen.isEmpty()) {
+                note(entry.relative_path.isEmpty() ? mail_directory : child_path(mail_directory, entry.relative_path),
+                     unseen);
+            }
             const bool is_loose = !entry.relative_path.contains('/');
             if (entry.facts.kind == entry_kind::file && (entry.hidden || is_loose)) {
                 keep(child_path(mail_directory, entry.relative_path), entry.facts, link_handling::keep);
@@ -54,10 +59,14 @@ private:
         const QByteArray target = child_path(result, relative_evidence(path));
         const bool can_be_kept = facts.kind == entry_kind::file || facts.kind == entry_kind::link;
         if (!can_be_kept) {
-            note(path, kind_text(facts.kind));
+            note(path, facts.error.isEmpty() ? kind_text(facts.kind) : facts.error);
             return;
         }
-        if (quiet_stat(target).kind != entry_kind::absent) {
+        const entry_facts present = quiet_stat(target);
+        if (!present.error.isEmpty() && present.kind != entry_kind::absent) {
+            note(path, QStringLiteral("%1: %2").arg(display_text(target), present.error));
+        }
+        if (present.kind != entry_kind::absent) {
             return;
         }
         const file_copy_outcome outcome =

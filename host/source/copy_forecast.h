@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/files/file_amount.h"
+#include "host/source/copy_walk.h"
 #include "host/source/link_problems.h"
 #include "host/source/source_look.h"
 
@@ -16,8 +17,12 @@ struct copy_forecast
     std::vector<file_amount> trees;          ///< by Mail directory
     std::vector<blocked_look> unread;        ///< what could not be looked at, and is not counted therefore
     std::vector<file_amount> copies;         ///< by Mail directory: the tree once, its account folders once more
-    qint64 room_of_trees = 0;                ///< bytes that the trees take, each file in whole units of 4096
-    qint64 room_of_accounts = 0;             ///< the same for the account folders, which go to scratch
+    std::map<directory_identity, qint64> files_of_accounts; ///< by account folder; empty when not all could be counted
+    std::vector<file_amount> scratch_copies;                ///< by Mail directory: the account folders alone
+    qint64 room_of_trees = 0;              ///< bytes that the trees take, each file in whole units of 4096
+    qint64 room_of_kept_files = 0;         ///< the same for account stores and for the files that no copy takes
+    std::vector<qint64> rooms_of_accounts; ///< by Mail directory: the account folders, which go to scratch
+    std::vector<qint64> rooms_of_stores;   ///< the same for the account store, once for each Mail version
 };
 
 /// Goes once through everything that a run over these Mail directories (SOURCE/Users/NAME/Library/Mail, which need not

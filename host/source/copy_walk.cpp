@@ -2,6 +2,7 @@
 
 #include "host/files/file_tree.h"
 #include "host/source/folder_names.h"
+#include "host/text/utf8.h"
 
 #include <algorithm>
 #include <limits>
@@ -12,19 +13,19 @@ namespace {
 // Links that share targets can multiply a tree beyond every number.
 constexpr qint64 most = std::numeric_limits<qint64>::max() / 4;
 
-copy_walk::amount amount_of_file(qint64 bytes)
-{
-    constexpr qint64 allocation_unit = 4096;
-    const qint64 counted = std::min(most, bytes);
-    return {{1, counted}, (counted + allocation_unit - 1) / allocation_unit * allocation_unit};
-}
-
 void add_up(qint64& sum, qint64 more)
 {
     sum = std::min(most, sum + std::min(most, more));
 }
 
 } // namespace
+
+copy_walk::amount copy_walk::amount_of_file(qint64 bytes)
+{
+    constexpr qint64 allocation_unit = 4096;
+    const qint64 counted = std::min(most, bytes);
+    return {{1, counted}, (counted + allocation_unit - 1) / allocation_unit * allocation_unit};
+}
 
 copy_walk::amount& copy_walk::amount::operator+=(const amount& other)
 {
@@ -75,7 +76,11 @@ copy_walk::extent copy_walk::walk(open_directory start)
             continue;
         }
         const named_entry entry = std::move(current.entries[current.next++]);
-        if (!entry.facts.hidden) {
+        if (entry.facts.hidden || current.where == depth::mail_directory) {
+            leave_out(child_path(current.path, entry.name), entry.facts);
+        }
+        // Names that are no Unicode are copied by no way of copying.
+        if (!entry.facts.hidden && is_utf8(entry.name)) {
             take(current.path, current.where, entry);
         }
     }
@@ -94,6 +99,22 @@ void copy_walk::take(const QByteArray& directory, depth where, const named_entry
         take_link(path, where, entry.name);
     } else if (!facts.error.isEmpty()) {
         blocked.push_back({path, facts.error, facts.error_number});
+    }
+}
+
+/// Counts a hidden or loose file, or those of a hidden directory.
+void copy_walk::leave_out(const QByteArray& path, const entry_facts& facts)
+{
+    amount& left_out = open.back().sum.left_out;
+    if (facts.kind == entry_kind::file) {
+        left_out += amount_of_file(facts.size);
+    } else if (facts.kind == entry_kind::directory && facts.hidden) {
+        walk_tree(path, [&left_out](const tree_entry& entry) {
+            if (entry.facts.kind == entry_kind::file) {
+                left_out += amount_of_file(entry.facts.size);
+            }
+            return true;
+        });
     }
 }
 
@@ -123,6 +144,7 @@ void copy_walk::take_link(const QByteArray& link, depth where, const QByteArray&
 bool copy_walk::enter(open_directory inner)
 {
     if (const auto known = walked.find(inner.id); known != walked.end() && !open.empty()) {
+        note_account(inner, known->second);
         add_to_parent(known->second, inner.name, inner.is_link);
         return false;
     }
@@ -142,6 +164,13 @@ bool copy_walk::enter(open_directory inner)
     return true;
 }
 
+void copy_walk::note_account(const open_directory& folder, const extent& content)
+{
+    if (naming_of(folder.name) != folder_naming::other) {
+        account_files[folder.id] = content.tree.files;
+    }
+}
+
 /// Adds a directory to the one it is reached from, which is open.
 void copy_walk::add_to_parent(const extent& content, const QByteArray& name, bool is_link)
 {
@@ -150,6 +179,7 @@ void copy_walk::add_to_parent(const extent& content, const QByteArray& name, boo
     // The copy follows links; the search for account folders does not, but for a folder that is itself a link.
     if (!is_link) {
         sum.accounts += content.accounts;
+        sum.left_out += content.left_out;
     }
     switch (naming_of(name)) {
     case folder_naming::imap:
@@ -179,6 +209,7 @@ copy_walk::extent copy_walk::close()
     // The Mail directory itself is copied without its files, a folder of the same identity with them.
     if (done.where == depth::below) {
         walked[done.id] = done.sum;
+        note_account(done, done.sum);
     }
     if (!open.empty()) {
         add_to_parent(done.sum, done.name, done.is_link);

@@ -10,6 +10,9 @@
 #include <utility>
 #include <vector>
 
+/// Device and inode.
+using directory_identity = std::pair<quint64, quint64>;
+
 /// Goes where a copy of directory trees would go: into every directory that is not hidden, through links too, but
 /// not out of the source and not round a cycle. Each real directory is read once, however many links lead to it, so
 /// that a source made to waste time cannot.
@@ -30,7 +33,11 @@ public:
         amount tree;
         amount accounts;    ///< the account folders below it, which are copied once more
         amount identifiers; ///< the folders directly in it that are named by an identifier
+        amount left_out;    ///< hidden and loose files, which the copy leaves
     };
+
+    /// Returns what the copy of one file takes.
+    static amount amount_of_file(qint64 bytes);
 
     explicit copy_walk(const QByteArray& source_root);
 
@@ -42,9 +49,11 @@ public:
     const std::vector<link_problem>& problems() const { return found; }
     /// Returns what could not be looked at, each place once, as whole paths; a walk goes on beside it.
     const std::vector<blocked_look>& unread() const { return blocked; }
+    /// Returns how many files the copy of each folder has that is named as an account's.
+    const std::map<directory_identity, qint64>& files_of_accounts() const { return account_files; }
 
 private:
-    using identity = std::pair<quint64, quint64>;
+    using identity = directory_identity;
 
     enum class depth
     {
@@ -67,8 +76,10 @@ private:
 
     extent walk(open_directory start);
     void take(const QByteArray& directory, depth where, const named_entry& entry);
+    void leave_out(const QByteArray& path, const entry_facts& facts);
     void take_link(const QByteArray& link, depth where, const QByteArray& name);
     bool enter(open_directory inner);
+    void note_account(const open_directory& folder, const extent& content);
     void add_to_parent(const extent& content, const QByteArray& name, bool is_link);
     extent close();
     bool stays_inside(const QByteArray& link, const QByteArray& target);
@@ -81,6 +92,7 @@ private:
     std::set<QByteArray> reported;
     std::set<identity> being_walked;
     std::map<identity, extent> walked;
+    std::map<identity, qint64> account_files;
     // Held here rather than in calls of calls: links can lead deeper than any stack of calls.
     std::vector<open_directory> open;         ///< from the Mail directory to where the walk is now
     std::vector<link_problem> followed_links; ///< on the way there

@@ -2,24 +2,35 @@
 
 #include "host/source/copy_forecast.h"
 
+/// How a run copies, which decides what lies in its scratch directory at one time.
+enum class copying_way
+{
+    in_bulk,    ///< account folders are counted where they are
+    one_by_one, ///< they are copied to scratch, which is emptied behind each user
+    as_suite    ///< the same for all users at once
+};
+
 /// What the copies of a run take, and what there is, in bytes.
 struct room_estimate
 {
     qint64 mail_trees = 0; ///< copied once into the dated folders; links inside the source followed as the copy does
-    qint64 account_folders = 0; ///< copied once more into scratch
+    qint64 account_folders = 0; ///< copied once more into scratch, as far as they lie there at one time
+    qint64 working_copies = 0;  ///< of account stores: the same
+    qint64 kept_files = 0;      ///< account stores and what no copy takes, kept beside the copies
+    qint64 records = 0;         ///< rough: what is written down of every file
     qint64 earlier = 0;         ///< of earlier copies, which the run removes or does not make again
     qint64 free = 0;            ///< what this user may still write on the result's file system
     bool is_least = false;      ///< there is more to copy: what could not be looked at is not counted
     QString measured_at;        ///< the result, or its nearest parent that exists
     QString error;              ///< why `free` is unknown; empty when it holds
 
-    qint64 needed() const { return mail_trees + account_folders; }
+    qint64 needed() const { return mail_trees + account_folders + working_copies + kept_files + records; }
     bool is_enough() const { return error.isEmpty() && needed() - earlier <= free; }
 };
 
 /// Compares what a run needs with what the file system of `result`, which need not exist yet, has. `earlier` bytes of
 /// earlier copies there count as room.
-room_estimate estimate_room(const copy_forecast& forecast, const QString& result, qint64 earlier = 0);
+room_estimate estimate_room(const copy_forecast& forecast, const QString& result, copying_way way, qint64 earlier = 0);
 
 /// Returns the needed and the free bytes as one line, without saying where.
 QString room_amounts(const room_estimate& estimate);

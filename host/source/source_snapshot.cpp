@@ -2,6 +2,7 @@
 
 #include "host/files/file_tree.h"
 #include "host/source/account_stores.h"
+#include "host/source/folder_names.h"
 #include "host/source/source_users.h"
 #include "host/text/display_text.h"
 
@@ -25,12 +26,16 @@ void source_snapshot::look_at(const QByteArray& path, bool and_below)
     while (!waiting.empty()) {
         const QByteArray directory = std::move(waiting.back());
         waiting.pop_back();
-        const std::vector<named_kind> entries = quiet_kinds(child_path(root, directory));
-        if (entries.empty() && !is_directory(child_path(root, directory))) {
+        const kinds_listing listing = quiet_kinds(child_path(root, directory));
+        if (!listing.error.isEmpty()) {
+            const entry_kind kind = quiet_stat(child_path(root, directory), link_handling::follow).kind;
+            if (kind == entry_kind::directory || kind == entry_kind::unknown) {
+                blocked.push_back({directory, listing.error, listing.error_number});
+            }
             continue;
         }
         shape& found = shapes[directory];
-        for (const named_kind& entry : entries) {
+        for (const named_kind& entry : listing.entries) {
             const bool is_inner = entry.kind == entry_kind::directory;
             found.files += entry.kind == entry_kind::file ? 1 : 0;
             found.directories += is_inner ? 1 : 0;
@@ -39,8 +44,49 @@ void source_snapshot::look_at(const QByteArray& path, bool and_below)
             if (is_inner && and_below) {
                 waiting.push_back(child_path(directory, entry.name));
             }
+            const folder_naming naming = naming_of(entry.name);
+            const bool may_be_folder = is_inner || entry.kind == entry_kind::link;
+            if (and_below && may_be_folder && (naming == folder_naming::imap || naming == folder_naming::pop)) {
+                account_names.push_back({child_path(directory, entry.name), path.size()});
+            }
         }
     }
+}
+
+bool source_snapshot::is_hidden(const account_name& folder) const
+{
+    for (qsizetype end = folder.mail_directory_size; end >= 0;) {
+        end = folder.path.indexOf('/', end + 1);
+        if (quiet_stat(child_path(root, end < 0 ? folder.path : folder.path.left(end))).hidden) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::vector<QByteArray> source_snapshot::account_folders() const
+{
+    std::vector<QByteArray> folders;
+    for (const account_name& folder : account_names) {
+        if (!is_hidden(folder)) {
+            folders.push_back(folder.path);
+        }
+    }
+    return folders;
+}
+
+QStringList source_snapshot::problems() const
+{
+    QStringList lines;
+    for (const blocked_look& look : blocked) {
+        if (lines.size() == most_differences) {
+            lines.append(QStringLiteral("%1 more directories of the source could not be listed")
+                             .arg(display_number(qint64(blocked.size()) - most_differences)));
+            break;
+        }
+        lines.append(look.text());
+    }
+    return lines;
 }
 
 QString source_snapshot::shape::text() const

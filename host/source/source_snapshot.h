@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/source/source_look.h"
+
 #include <QByteArray>
 #include <QStringList>
 
@@ -18,6 +20,13 @@ public:
     /// Says, a line each and the first of many only, which directories are no longer as `earlier` saw them.
     QStringList differences_from(const source_snapshot& earlier) const;
 
+    /// Says, a line each and the first of many only, which directories could not be listed.
+    QStringList problems() const;
+
+    /// Returns the paths below the source of all folders, and of links, below the Mail directories whose names are
+    /// those of an account of the kind "IMAP" or "POP"; hidden ones and what lies in hidden ones is left out.
+    std::vector<QByteArray> account_folders() const;
+
 private:
     struct shape
     {
@@ -30,8 +39,18 @@ private:
         QString text() const;
     };
 
+    /// A folder or a link that is named as an account's, whether hidden or not.
+    struct account_name
+    {
+        QByteArray path;
+        qsizetype mail_directory_size = 0; ///< of the beginning of the path
+    };
+
     void look_at(const QByteArray& path, bool and_below);
+    bool is_hidden(const account_name& folder) const;
 
     const QByteArray root;
+    std::vector<account_name> account_names;
+    std::vector<blocked_look> blocked;
     std::map<QByteArray, shape> shapes; ///< by path relative to the source
 };

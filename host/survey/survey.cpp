@@ -137,7 +137,7 @@ source_survey survey_source(const QByteArray& source, const QString& result)
         problem.path = below_source(survey.source, problem.path);
     }
     if (!result.isEmpty()) {
-        survey.room = estimate_room(forecast, result);
+        survey.room = estimate_room(forecast, result, copying_way::as_suite);
         survey.room->is_least = survey.room->is_least || found.blocked.has_value();
     }
     return survey;

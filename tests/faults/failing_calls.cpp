@@ -263,6 +263,7 @@ int put_forward(int result, time* found)
 
 } // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a list of parameters is none with a second pair.
 #define CLOCK(name, parameters, arguments, is_shown)                                                                   \
     extern "C" __attribute__((visibility("default"))) int failing_##name parameters __asm__(#name);                    \
     int failing_##name parameters                                                                                      \
@@ -270,6 +271,7 @@ int put_forward(int result, time* found)
         static auto* const next = next_function<int parameters>(#name);                                                \
         return (is_shown) ? put_forward(next arguments, found) : next arguments;                                       \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 CLOCK(clock_gettime, (clockid_t clock, struct timespec* found), (clock, found), clock == CLOCK_REALTIME)
 CLOCK(gettimeofday, (struct timeval * found, void* zone), (found, zone), true)

@@ -172,16 +172,21 @@ trial_ending trial_ground::run(const QStringList& arguments, const chosen_fault&
     if (ending.met) {
         ending.met_path = without_escapes(calls.mid(met, calls.indexOf('\n', met) - met).split('\t').value(2));
     }
-    ending.said = program.readAllStandardError() + content_of(result() + "/mail-extract/run.json") +
+    ending.output = program.readAllStandardOutput();
+    ending.errors = program.readAllStandardError();
+    ending.said = ending.errors + content_of(result() + "/mail-extract/run.json") +
                   content_of(result() + "/mail-extract/manifest.csv");
     return ending;
 }
 
-QList<chosen_fault> trial_ground::calls_of(const QStringList& arguments) const
+QList<chosen_fault> trial_ground::calls_of(const QStringList& arguments, trial_ending* ended) const
 {
     const trial_ending ending = run(arguments, {});
     if (ending.exit_code != 0) {
         qFatal("the undisturbed run ended with %d: %s", ending.exit_code, ending.said.constData());
+    }
+    if (ended != nullptr) {
+        *ended = ending;
     }
     QList<chosen_fault> calls;
     QMap<QByteArray, int> numbers;

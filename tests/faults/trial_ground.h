@@ -26,6 +26,8 @@ struct trial_ending
     int exit_code = -1;  ///< -1 when it crashed or did not end within half a minute
     bool met = false;    ///< the chosen call was made
     QByteArray met_path; ///< the first that failed, below the ground
+    QByteArray output;   ///< standard output
+    QByteArray errors;   ///< standard error
     QByteArray said;     ///< standard error, run.json and manifest.csv, one after the other
 };
 
@@ -51,8 +53,9 @@ public:
     /// where the program stands still until `during` has returned.
     trial_ending run(const QStringList& arguments, const chosen_fault& fault,
                      const std::function<void()>& during = {}) const;
-    /// Runs it undisturbed and returns each call that it makes on source and result, in order, as a fault to choose.
-    QList<chosen_fault> calls_of(const QStringList& arguments) const;
+    /// Runs it undisturbed and returns each call that it makes on source and result, in order, as a fault to choose;
+    /// `ended` takes how that ended.
+    QList<chosen_fault> calls_of(const QStringList& arguments, trial_ending* ended = nullptr) const;
 
     result_content content() const;
     /// Everything about each entry of the source but its time of access.

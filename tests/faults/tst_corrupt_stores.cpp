@@ -5,12 +5,9 @@
 #include <QSqlQuery>
 #include <QTest>
 
-#include <filesystem>
 #include <functional>
 #include <random>
 #include <sys/stat.h>
-
-namespace fs = std::filesystem;
 
 namespace {
 

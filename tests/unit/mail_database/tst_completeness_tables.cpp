@@ -88,7 +88,7 @@ private slots:
               {"SELECT date_sent IS NULL AND date_sent_stored = '2147483647' FROM index_only", "1"},
               {"SELECT path || indexed || problem FROM unreadable_messages", "Users/u/\\xff.emlx1is empty"},
               {"SELECT part FROM absent_attachments WHERE announced_bytes IS NULL", "2.1"}}) {
-            QSqlQuery rows = database.query(query);
+            checked_rows rows = database.query(query);
             QVERIFY(rows.next());
             QCOMPARE(rows.value(0).toString(), QString(answer));
         }

@@ -1,0 +1,108 @@
+#include "host/row_check/store_pairs.h"
+
+#include "host/files/file_tree.h"
+#include "host/source/account_stores.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr std::array both_versions{"V9", "V8"};
+constexpr std::array first_versions{"V7", "V6", "V5", "V4", "V3"};
+
+/// What the plug-in finds for some users: two lists that are not in step.
+struct found_sources
+{
+    struct version_directory
+    {
+        QByteArray user;
+        QByteArray path;
+    };
+    struct store_file
+    {
+        QByteArray user;
+        QByteArray name;
+    };
+    std::vector<version_directory> versions;
+    std::vector<store_file> stores;
+};
+
+bool exists(const QByteArray& source, const QByteArray& path)
+{
+    return quiet_stat(child_path(source, path), link_handling::follow).kind != entry_kind::absent;
+}
+
+void find_sources(const row_check_request& request, const source_user& user, found_sources& found)
+{
+    const QByteArray name = QFile::encodeName(user.name);
+    const QByteArray mail = mail_directory_of(name);
+    const auto add_if_there = [&](const QByteArray& version) {
+        const QByteArray path = child_path(mail, version);
+        const bool is_there = exists(request.source, path);
+        if (is_there) {
+            found.versions.push_back({name, path});
+        }
+        return is_there;
+    };
+    if (!request.as_suite) {
+        for (const QString& version : user.newer_mail_versions) {
+            add_if_there(version.toLatin1());
+        }
+    }
+    for (const char* version : both_versions) {
+        add_if_there(version);
+    }
+    std::any_of(first_versions.begin(), first_versions.end(), add_if_there);
+    const auto store = std::find_if(account_store_names.begin(), account_store_names.end(), [&](const char* file) {
+        return exists(request.source, child_path(account_folder_of(name), file));
+    });
+    if (store != account_store_names.end()) {
+        found.stores.push_back({name, *store});
+    }
+}
+
+const account_store_rows* rows_of(const row_check_request& request, const found_sources::store_file& file)
+{
+    const auto rows =
+        std::find_if(request.stores.begin(), request.stores.end(), [&file](const account_store_rows& store) {
+            return store.user == file.user && store.store == file.name;
+        });
+    return rows == request.stores.end() ? nullptr : &*rows;
+}
+
+/// By position, and where the stores have run out that of the same user.
+void pair_up(const row_check_request& request, const found_sources& found, std::vector<store_pair>& pairs)
+{
+    for (std::size_t i = 0; i < found.versions.size(); ++i) {
+        const found_sources::version_directory& version = found.versions[i];
+        auto store = found.stores.begin() + static_cast<std::ptrdiff_t>(std::min(i, found.stores.size()));
+        if (store == found.stores.end()) {
+            store = std::find_if(found.stores.begin(), found.stores.end(),
+                                 [&version](const found_sources::store_file& one) { return one.user == version.user; });
+        }
+        const account_store_rows* rows = store == found.stores.end() ? nullptr : rows_of(request, *store);
+        if (rows != nullptr) {
+            pairs.push_back({version.user, version.path, rows});
+        }
+    }
+}
+
+} // namespace
+
+std::vector<store_pair> pairs_of_stores(const row_check_request& request)
+{
+    std::vector<store_pair> pairs;
+    found_sources found;
+    for (const source_user& user : request.users) {
+        find_sources(request, user, found);
+        if (!request.as_suite) {
+            pair_up(request, found, pairs);
+            found = {};
+        }
+    }
+    pair_up(request, found, pairs);
+    return pairs;
+}
