@@ -177,9 +177,7 @@ void add_show(CLI::App& program, chosen_command& chosen, show_options& options)
         ->option_text("table|csv|json")
         ->default_str("table");
     command.add_flag("--wide", options.wide, "Shorten nothing in the table");
-    command.add_flag(
-        "--raw", options.raw,
-        "The table alone, its cells in csv as they are, also those that a spreadsheet would run as a formula");
+    command.add_flag("--raw", options.raw, "CSV as the table has it, also cells that a spreadsheet would run");
 }
 
 void add_accounts(CLI::App& program, chosen_command& chosen, accounts_options& options)

@@ -8,7 +8,7 @@ struct show_options
     QString result;
     QString format = QStringLiteral("table"); ///< "table", "csv" or "json"
     bool wide = false;                        ///< shorten nothing in a table
-    bool raw = false;                         ///< the plug-in's table alone, cells of csv unguarded
+    bool raw = false;                         ///< cells of csv unguarded
 };
 
 /// Prints the table of accounts of a result and what was found that has no row there; returns the exit code. Throws a
