@@ -7,8 +7,9 @@
 evidence_limits completeness_request::index_limits()
 {
     evidence_limits limits;
-    limits.milliseconds = 120'000;
     limits.largest_file = qint64(32) << 30;
+    // A forged index of 100 MB has to be done with, and what it could tell written, in ten seconds.
+    limits.milliseconds = 6'000;
     limits.also_alone = false;
     return limits;
 }

@@ -65,7 +65,8 @@ struct store_completeness
     qint64 pairs = 0;            ///< messages on disk in both forms
     qint64 repeated = 0;         ///< files whose number another file of their mailbox bears
     qint64 dangling_labels = 0;  ///< labels of messages that the index does not have
-    QStringList notes;           ///< what was not looked at, a line each
+    QStringList notes;           ///< what could not be looked at, a line each
+    QStringList links;           ///< links that were not followed and lead nowhere else, a line each
     QStringList not_closing;     ///< sums that do not close, a line each; empty as it must be
 };
 

@@ -65,13 +65,13 @@ QByteArray place_of(qint64 number)
     return place + "/Messages";
 }
 
-bool holds_content(const QByteArray& directory)
+bool holds_content(const QByteArray& directory, const std::function<bool()>& cancelled)
 {
     bool found = false;
-    walk_tree(directory, [&found](const tree_entry& entry) {
+    walk_tree(directory, [&](const tree_entry& entry) {
         const QByteArray name = entry.path.mid(entry.path.lastIndexOf('/') + 1);
         found = entry.facts.kind == entry_kind::file && entry.facts.size > 0 && !is_foreign(name);
-        return !found;
+        return !found && !cancelled();
     });
     return found;
 }
@@ -124,10 +124,10 @@ private:
             } else if (message) {
                 candidates.push_back(*message);
                 ++files.seen;
-            } else if (entry.facts.kind == entry_kind::link || !entry.facts.error.isEmpty()) {
-                const QString reason =
-                    entry.facts.error.isEmpty() ? QStringLiteral("is a link, not followed") : entry.facts.error;
-                files.notes.push_back({child_path(here.path, entry.name), reason});
+            } else if (!entry.facts.error.isEmpty()) {
+                files.notes.push_back({child_path(here.path, entry.name), entry.facts.error});
+            } else if (entry.facts.kind == entry_kind::link) {
+                files.links.push_back(child_path(here.path, entry.name));
             }
         }
         if (!candidates.empty()) {
@@ -187,6 +187,10 @@ private:
         const auto directory = qint32(files.directories.size());
         files.directories.push_back(here.path);
         for (std::size_t at = 0; at < candidates.size(); ++at) {
+            if (cancelled()) {
+                files.seen -= qint64(candidates.size() - at);
+                return;
+            }
             const candidate& first = candidates[at];
             const candidate* second = at + 1 < candidates.size() ? &candidates[at + 1] : nullptr;
             const bool is_pair = second && first.number >= 0 && second->number == first.number && !first.is_partial &&
@@ -247,8 +251,8 @@ private:
         }
         const bool is_usual = directory.endsWith("/Messages");
         const QByteArray bucket = is_usual ? directory.left(directory.lastIndexOf('/')) : directory;
-        return holds_content(child_path(files.root, bucket) + "/Attachments/" + QByteArray::number(number) + '/' +
-                             part);
+        return holds_content(child_path(files.root, bucket) + "/Attachments/" + QByteArray::number(number) + '/' + part,
+                             cancelled);
     }
 
     qint32 problem_position(const QString& problem)
@@ -298,7 +302,7 @@ mail_files find_mail_files(const QByteArray& root, const std::function<bool(cons
         if (entry.facts.kind == entry_kind::directory) {
             reader.read_account(entry.name);
         } else if (entry.facts.kind == entry_kind::link) {
-            files.notes.push_back({entry.name, QStringLiteral("is a link, not followed")});
+            files.links.push_back(entry.name);
         }
     }
     return files;

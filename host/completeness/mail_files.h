@@ -33,7 +33,7 @@ struct mailbox_folder
     QList<QByteArray> names; ///< of the mailboxes down to this one, in comparable form
 };
 
-/// Something that could not be looked at, or was not.
+/// Something that could not be looked at.
 struct walk_note
 {
     QByteArray path; ///< below the root
@@ -60,6 +60,7 @@ struct mail_files
     std::vector<QByteArray> names;
     std::vector<QString> problems; ///< why files are not readable, each reason once
     std::vector<walk_note> notes;
+    std::vector<QByteArray> links; ///< below the root, not followed; messages that are links are not among them
 
     /// Returns the path of a message below the root; of a pair, that of the form that was read.
     QByteArray path_of(const mail_file& file) const;

@@ -13,6 +13,11 @@ constexpr qint64 no_date = std::numeric_limits<qint32>::max();
 constexpr qint64 end_of_calendar = 253'402'300'800; // the year 10000
 constexpr qsizetype longest_property = 200;
 
+// Far above what any store has; a forged index must not fill the memory.
+constexpr qint64 most_mailboxes = 100'000;
+constexpr qint64 most_messages = 5'000'000;
+constexpr qsizetype longest_address = 4096;
+
 /// A column that is read where there is one.
 struct read_column
 {
@@ -51,6 +56,13 @@ constexpr std::array known_schemas{
     known_schema{"macOS 10.13 and 10.14", {{{"messages", "deleted"}, {"labels", "mailbox_id"}}}},
     known_schema{"Mac OS X 10.7 to 10.9", {{{"messages", "document_id"}, {"subjects", "normalized_subject"}}}},
     known_schema{"Mac OS X 10.4", {{{"messages", "original_mailbox"}, {"threads", "message_id"}}}}};
+
+/// Where a number or a word is due, a long text says nothing.
+QString stored_word(const evidence_rows& rows, int column)
+{
+    return (rows.is_blob(column) ? QString::fromLatin1(rows.bytes(column).left(longest_property).toHex())
+                                 : QString::fromUtf8(rows.bytes(column).left(longest_property)));
+}
 
 QString stored_text(const evidence_rows& rows, int column)
 {
@@ -129,7 +141,7 @@ void mail_index::read_properties()
                                              "('version','minor_version','UUID','WriteTransactionGeneration')");
         while (rows.next()) {
             const QByteArray key = rows.bytes(0);
-            const QString value = stored_text(rows, 1).left(longest_property);
+            const QString value = stored_word(rows, 1);
             (key == "version"         ? found.version
              : key == "minor_version" ? found.minor_version
              : key == "UUID"          ? found.store
@@ -177,13 +189,26 @@ void mail_index::read_mailboxes(const std::function<void(const index_mailbox&)>&
     if (!table("mailboxes").exists) {
         return;
     }
+    bool has_longer = false;
     read("mailboxes", [&] {
         evidence_rows rows = database.select("SELECT b.ROWID, " + column("mailboxes", "b", "url") + ", " +
                                              column("mailboxes", "b", "source") + " FROM mailboxes b");
-        while (rows.next()) {
-            take({rows.integer(0), rows.bytes(1), !rows.is_null(2)});
+        for (qint64 count = 0; rows.next(); ++count) {
+            if (count == most_mailboxes) {
+                throw evidence_failure(QStringLiteral("there are more than %1").arg(most_mailboxes));
+            }
+            const QByteArray address = rows.bytes(1);
+            const bool is_too_long = address.size() > longest_address;
+            has_longer = has_longer || is_too_long;
+            take({rows.integer(0), is_too_long ? QByteArray() : address, !rows.is_null(2)});
         }
     });
+    if (has_longer) {
+        found.is_whole = false;
+        found.problems.append(
+            QStringLiteral("mailboxes have addresses of more than %1 bytes; they count as having none")
+                .arg(longest_address));
+    }
 }
 
 void mail_index::read_entries(const std::function<void(const index_entry&)>& take)
@@ -191,7 +216,10 @@ void mail_index::read_entries(const std::function<void(const index_entry&)>& tak
     read("messages", [&] {
         evidence_rows rows = database.select("SELECT m.ROWID, " + column("messages", "m", "mailbox") + ", " +
                                              deleted_column() + " FROM messages m");
-        while (rows.next()) {
+        for (qint64 count = 0; rows.next(); ++count) {
+            if (count == most_messages) {
+                throw evidence_failure(QStringLiteral("there are more than %1").arg(most_messages));
+            }
             take({stored_number(rows, 0).value_or(-1), stored_number(rows, 1), rows.integer(2) != 0});
         }
     });
@@ -251,8 +279,8 @@ void mail_index::read_messages(const std::function<bool(qint64 number)>& wanted,
             const qint64 number = stored_number(rows, 0).value_or(-1);
             if (wanted(number)) {
                 take({number, stored_text(rows, 1) + stored_text(rows, 2), stored_text(rows, 3), stored_text(rows, 4),
-                      stored_date(rows, 5), stored_date(rows, 6), stored_text(rows, 5), stored_text(rows, 6),
-                      stored_text(rows, 7), stored_text(rows, 9), rows.integer(8) != 0});
+                      stored_date(rows, 5), stored_date(rows, 6), stored_word(rows, 5), stored_word(rows, 6),
+                      stored_word(rows, 7), stored_text(rows, 9), rows.integer(8) != 0});
             }
         }
     });

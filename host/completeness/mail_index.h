@@ -66,7 +66,9 @@ public:
     const index_schema& schema() const { return found; }
     /// Returns how many messages the database counts itself; nothing when it cannot.
     std::optional<qint64> count_messages();
+    /// Ends where there are more mailboxes than any store has; an address that is longer than any is left out.
     void read_mailboxes(const std::function<void(const index_mailbox&)>& take);
+    /// Ends where there are more messages than any store has.
     void read_entries(const std::function<void(const index_entry&)>& take);
     /// Calls `take` with a message's number and the key of a label it bears; the same pair may come twice.
     void read_labels(const std::function<void(qint64 number, qint64 label)>& take);

@@ -136,7 +136,18 @@ QByteArray account_of(const mailbox_address& address)
     return address.user.isEmpty() ? address.host : address.user + '@' + address.host;
 }
 
-QByteArray folder_of(const mailbox_address& address, const QList<QByteArray>& account_folders)
+account_folders by_lower_case(const QList<QByteArray>& folders)
+{
+    account_folders by_name;
+    for (const QByteArray& folder : folders) {
+        if (const QByteArray name = folder.toLower(); !by_name.contains(name)) {
+            by_name.insert(name, folder);
+        }
+    }
+    return by_name;
+}
+
+QByteArray folder_of(const mailbox_address& address, const account_folders& folders)
 {
     const QByteArray account = account_of(address);
     QList<QByteArray> fitting{account};
@@ -152,10 +163,9 @@ QByteArray folder_of(const mailbox_address& address, const QList<QByteArray>& ac
         fitting.append(local_folder);
     }
     for (const QByteArray& name : std::as_const(fitting)) {
-        for (const QByteArray& folder : account_folders) {
-            if (!name.isEmpty() && folder.compare(name, Qt::CaseInsensitive) == 0) {
-                return folder;
-            }
+        const auto folder = folders.constFind(name.toLower());
+        if (!name.isEmpty() && folder != folders.constEnd()) {
+            return *folder;
         }
     }
     return {};

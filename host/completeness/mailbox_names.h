@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 
 // Names of mailboxes are compared as bytes: UTF-8 in normalisation form C where they are UTF-8, else as they are.
@@ -33,6 +34,11 @@ bool is_mailbox_folder(const QByteArray& folder);
 /// Returns the account that an address names where no folder does: the identifier, or "user@host".
 QByteArray account_of(const mailbox_address& address);
 
+/// The account folders of a store, by their names in lower case.
+using account_folders = QHash<QByteArray, QByteArray>;
+/// Of several that differ in letter case alone, the first counts.
+account_folders by_lower_case(const QList<QByteArray>& folders);
+
 /// Returns the one of the account folders in which the mailboxes of an address lie, by identifier or by protocol, user
 /// and server; empty when none fits.
-QByteArray folder_of(const mailbox_address& address, const QList<QByteArray>& account_folders);
+QByteArray folder_of(const mailbox_address& address, const account_folders& folders);

@@ -1,6 +1,7 @@
 #include "host/completeness/store_check.h"
 
 #include "host/completeness/mailbox_names.h"
+#include "host/completeness/store_notes.h"
 #include "host/completeness/store_sums.h"
 #include "host/evidence/evidence_failure.h"
 #include "host/files/file_tree.h"
@@ -17,6 +18,15 @@
 namespace {
 
 constexpr qint64 room_to_leave = qint64(64) << 20;
+
+// More rows than a forged count may have room made for.
+constexpr qint64 most_reserved = 5'000'000;
+
+// Of messages of which the index could not tell more than that they are there, the rest is counted.
+constexpr qint64 most_told_by_number = 100'000;
+
+// A text that many messages share is written for each of them.
+constexpr qint64 most_text_for_each_byte = 4;
 
 /// A mailbox of the index with where its messages are counted.
 struct indexed_mailbox
@@ -47,7 +57,7 @@ public:
     store_completeness check()
     {
         if (quiet_stat(store.root).kind == entry_kind::link && !store.mail_version.isEmpty()) {
-            result.notes.append(display_text(below_source(store.root)) + QStringLiteral(": is a link, not followed"));
+            note_links({store.root}, request.source, result);
             return result;
         }
         find_files();
@@ -67,11 +77,7 @@ public:
     }
 
 private:
-    QByteArray below_source(const QByteArray& path) const
-    {
-        const QByteArray prefix = child_path(request.source, {});
-        return path.startsWith(prefix) ? path.mid(prefix.size()) : path;
-    }
+    QByteArray below_source(const QByteArray& path) const { return path_below(request.source, path); }
 
     mailbox_identity identity(const QByteArray& account, const QByteArray& mailbox) const
     {
@@ -103,10 +109,7 @@ private:
             const qint32 line = line_of(folder.account, mailbox_path(folder.names));
             lines[std::size_t(line)].has_folder = true;
         }
-        for (const walk_note& note : files.notes) {
-            const QByteArray path = note.path.isEmpty() ? store.root : child_path(store.root, note.path);
-            result.notes.append(display_text(below_source(path)) + QStringLiteral(": ") + note.reason);
-        }
+        add_notes(files, store, request.source, result);
     }
 
     qint32 line_of(const QByteArray& account, const QByteArray& mailbox)
@@ -156,9 +159,10 @@ private:
 
     void read_rows()
     {
-        index->read_mailboxes([this](const index_mailbox& read) {
+        const account_folders folders = by_lower_case(files.accounts);
+        index->read_mailboxes([&](const index_mailbox& read) {
             const mailbox_address address = parse_mailbox_address(read.address);
-            const QByteArray folder = folder_of(address, files.accounts);
+            const QByteArray folder = folder_of(address, folders);
             indexed_mailbox mailbox{folder.isEmpty() ? account_of(address) : folder, mailbox_path(address.names),
                                     read.is_label};
             if (read.is_label) {
@@ -169,6 +173,8 @@ private:
             }
             mailboxes.insert(read.key, mailbox);
         });
+        result.index.rows_stated = index->count_messages();
+        rows.reserve(std::size_t(std::clamp<qint64>(result.index.rows_stated.value_or(0), 0, most_reserved)));
         index->read_entries([this](const index_entry& entry) {
             rows.push_back({entry.number, line_of_row(entry.mailbox), -1, entry.is_deleted});
         });
@@ -278,15 +284,33 @@ private:
             at += is_index_only ? 0 : 1;
             return is_index_only;
         };
-        index->read_messages(is_wanted, [&](const index_message& message) { tell(rows[at++], message); });
+        text_left = copies->bytes() * most_text_for_each_byte + room_to_leave;
+        index->read_messages(is_wanted, [&](const index_message& message) {
+            text_left -= message.subject.size() + message.sender.size() + message.sender_name.size();
+            if (text_left < 0) {
+                tell_by_number(rows[at++]);
+            } else {
+                tell(rows[at++], message);
+            }
+        });
         for (; at < rows.size(); ++at) {
             tell_by_number(rows[at]);
+        }
+        if (not_told > 0) {
+            result.notes.append(QStringLiteral("%1: %2 messages of the index alone are counted but not listed")
+                                    .arg(display_text(below_source(store.index)), display_number(not_told)));
+        }
+        if (text_left < 0) {
+            result.notes.append(QStringLiteral("%1: its messages have more text than can be listed")
+                                    .arg(display_text(below_source(store.index))));
         }
     }
 
     void tell_by_number(const index_row& row)
     {
-        if (row.file < 0) {
+        if (row.file < 0 && told_by_number++ >= most_told_by_number) {
+            ++not_told;
+        } else if (row.file < 0) {
             index_message message;
             message.number = row.number;
             message.is_deleted = row.is_deleted;
@@ -307,7 +331,6 @@ private:
     {
         index_record& record = result.index;
         record.rows = qint64(rows.size());
-        record.rows_stated = index->count_messages();
         record.schema = index->schema();
         const bool is_whole = record.schema.is_whole && record.rows_stated == record.rows;
         record.state = is_whole ? index_state::read : index_state::incomplete;
@@ -345,7 +368,7 @@ private:
                       return std::tie(left.account, left.mailbox, left.is_label) <
                              std::tie(right.account, right.mailbox, right.is_label);
                   });
-        result.not_closing = sums_that_do_not_close(result, {files.seen, told_index_only, index != nullptr});
+        result.not_closing = sums_that_do_not_close(result, {files.seen, told_index_only + not_told, index != nullptr});
     }
 
     const mail_store& store;
@@ -363,6 +386,9 @@ private:
     reconciliation joined;
     std::vector<std::pair<qint64, qint32>> without_row; // numbers and positions of readable files without a row
     qint64 told_index_only = 0;
+    qint64 told_by_number = 0;
+    qint64 not_told = 0;
+    qint64 text_left = 0;
 };
 
 } // namespace

@@ -42,16 +42,16 @@ public:
 private:
     struct details
     {
-        QSqlQuery account;
-        QSqlQuery address;
-        QSqlQuery source;
-        QSqlQuery parent;
-        QSqlQuery folder;
-        QSqlQuery setting;
-        QSqlQuery other_key;
-        QSqlQuery note;
-        QSqlQuery family;
-        QSqlQuery member;
+        prepared_insertion account;
+        prepared_insertion address;
+        prepared_insertion source;
+        prepared_insertion parent;
+        prepared_insertion folder;
+        prepared_insertion setting;
+        prepared_insertion other_key;
+        prepared_insertion note;
+        prepared_insertion family;
+        prepared_insertion member;
     };
 
     void write_notes(const char* kind, const QStringList& texts);
@@ -74,6 +74,12 @@ QString accounts_table(QStringList& columns)
     columns.append(QStringLiteral("family"));
     declarations.append(QStringLiteral("family INTEGER"));
     return QStringLiteral("CREATE TABLE accounts(%1)").arg(declarations.join(QStringLiteral(", ")));
+}
+
+/// A key without a name is a key.
+QString never_null(const QString& text)
+{
+    return text.isNull() ? QStringLiteral("") : text;
 }
 
 QString insertion(const QString& table, qsizetype columns)
@@ -141,8 +147,8 @@ void account_table_writer::write(const account_record& record)
         writer.insert(into.setting, {account, setting.key(), setting.value()});
     }
     for (qsizetype position = 0; position < record.other_keys.size(); ++position) {
-        writer.insert(into.other_key,
-                      {account, position, record.other_keys[position].first, record.other_keys[position].second});
+        const auto& [name, kind] = record.other_keys[position];
+        writer.insert(into.other_key, {account, position, never_null(name), kind});
     }
     write_notes("mark", record.marks);
     write_notes("before the log", record.before_log);
@@ -169,12 +175,12 @@ void write_account_tables(mail_database_writer& writer, const account_dossier& d
     for (const account_family& family : dossier.families) {
         accounts.write(family);
     }
-    QSqlQuery others = writer.prepare(insertion(QStringLiteral("other_folders"), 7));
+    prepared_insertion others = writer.prepare(insertion(QStringLiteral("other_folders"), 7));
     for (const auto& [user, place] : dossier.other_folders) {
         writer.insert(others, {user, place.mail_version, flag_or_null(place.live), place.path, place.amount.files,
                                place.amount.bytes, place.problem});
     }
-    QSqlQuery remarks = writer.prepare(insertion(QStringLiteral("remarks"), 2));
+    prepared_insertion remarks = writer.prepare(insertion(QStringLiteral("remarks"), 2));
     for (const auto& [kind, texts] : {std::pair{"problem", &dossier.problems}, std::pair{"remark", &dossier.remarks}}) {
         for (const QString& text : *texts) {
             writer.insert(remarks, {QLatin1String(kind), text});

@@ -28,8 +28,9 @@ constexpr std::array<std::pair<const char*, qint64 store_certificate::*>, 4> sto
      {"dangling_labels", &store_certificate::dangling_labels}}};
 
 /// The lists of notes by the kind under which they are kept.
-constexpr std::array<std::pair<const char*, QStringList store_certificate::*>, 4> note_lists{
+constexpr std::array<std::pair<const char*, QStringList store_certificate::*>, 5> note_lists{
     {{"not looked at", &store_certificate::not_looked_at},
+     {"link", &store_certificate::links},
      {"index", &store_certificate::index_notes},
      {"column not there", &store_certificate::missing},
      {"does not close", &store_certificate::not_closing}}};
@@ -156,6 +157,7 @@ QStringList completeness_remarks(const completeness_certificate& certificate)
     });
     add("", [](const store_certificate& store) { return store.index_notes; });
     add("not looked at: ", [](const store_certificate& store) { return store.not_looked_at; });
+    add("", [](const store_certificate& store) { return store.links; });
     add("", [](const store_certificate& store) {
         QStringList texts;
         const bool is_compared =

@@ -44,6 +44,7 @@ struct store_certificate
     QList<mailbox_certificate> mailboxes;
     QList<lone_account> lone_accounts;
     QStringList not_looked_at;
+    QStringList links;       ///< not followed, for they lead to nowhere else
     QStringList index_notes; ///< what a person must know of reading the index
     QStringList missing;     ///< columns that the index lacks
     QStringList not_closing; ///< sums that do not close

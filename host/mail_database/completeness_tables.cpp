@@ -64,7 +64,7 @@ QString text_of(const QByteArray& declarations)
     return QString::fromLatin1(declarations);
 }
 
-QSqlQuery make_table(mail_database_writer& writer, const table_declaration& table)
+prepared_insertion make_table(mail_database_writer& writer, const table_declaration& table)
 {
     const QByteArray name = table.name;
     writer.execute(text_of("CREATE TABLE " + name + '(' + table.columns.join(", ") + ')'));
@@ -253,6 +253,7 @@ void completeness_table_writer::add_store(const store_completeness& store)
                                      int{account.has_address}, or_null(account.setting)});
     }
     add_notes("not looked at", store.notes);
+    add_notes("link", store.links);
     add_notes("index", schema.problems);
     add_notes("column not there", schema.missing);
     add_notes("does not close", store.not_closing);

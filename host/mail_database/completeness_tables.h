@@ -49,14 +49,14 @@ private:
     /// One statement for each table.
     struct statements
     {
-        QSqlQuery store;
-        QSqlQuery mailbox;
-        QSqlQuery account;
-        QSqlQuery note;
-        QSqlQuery index_only;
-        QSqlQuery disk_only;
-        QSqlQuery unreadable;
-        QSqlQuery absent;
+        prepared_insertion store;
+        prepared_insertion mailbox;
+        prepared_insertion account;
+        prepared_insertion note;
+        prepared_insertion index_only;
+        prepared_insertion disk_only;
+        prepared_insertion unreadable;
+        prepared_insertion absent;
     };
 
     void add_mailbox(const store_completeness& store, const mailbox_line& line);

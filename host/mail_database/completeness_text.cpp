@@ -96,6 +96,7 @@ QJsonObject store_to_json(const store_certificate& store)
             {"dangling_labels", store.dangling_labels},
             {"lone_accounts", lone},
             {"not_looked_at", QJsonArray::fromStringList(store.not_looked_at)},
+            {"links_not_followed", QJsonArray::fromStringList(store.links)},
             {"not_closing", QJsonArray::fromStringList(store.not_closing)}};
 }
 

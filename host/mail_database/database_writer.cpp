@@ -6,8 +6,9 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSqlError>
 #include <QTemporaryFile>
+
+#include <sqlite3.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -27,7 +28,34 @@ int synchronise(const QString& path, int flags)
     return descriptor.is_open() && ::fsync(descriptor.get()) == 0 ? 0 : errno;
 }
 
+/// The value must stay as it is until the statement has run.
+int bind(sqlite3_stmt* statement, int position, const QVariant& value)
+{
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
+        return sqlite3_bind_null(statement, position);
+    case QMetaType::QString: {
+        const auto* text = static_cast<const QString*>(value.constData());
+        return text->isNull() ? sqlite3_bind_null(statement, position)
+                              : sqlite3_bind_text16(statement, position, text->utf16(),
+                                                    int(text->size() * qsizetype(sizeof(QChar))), SQLITE_STATIC);
+    }
+    default:
+        return sqlite3_bind_int64(statement, position, value.toLongLong());
+    }
+}
+
 } // namespace
+
+void prepared_insertion::finalizer::operator()(sqlite3_stmt* prepared) const
+{
+    sqlite3_finalize(prepared);
+}
+
+void mail_database_writer::closer::operator()(sqlite3* open) const
+{
+    sqlite3_close_v2(open);
+}
 
 mail_database_writer::mail_database_writer(const QString& target) : path(target)
 {
@@ -40,39 +68,37 @@ mail_database_writer::mail_database_writer(const QString& target) : path(target)
     temporary = fresh.fileName();
     fresh.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
     fresh.close();
-
-    connection_name = QStringLiteral("mail_database_writer ") + temporary;
-    database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection_name);
-    database.setDatabaseName(temporary);
-    if (!database.open()) {
-        const QString reason = database.lastError().databaseText();
-        close();
-        fail(reason);
-    }
-    // A file that is thrown away when anything fails needs no journal beside it.
     try {
-        execute(QStringLiteral("PRAGMA journal_mode=MEMORY"));
-        execute(QStringLiteral("PRAGMA synchronous=OFF"));
-        execute(QStringLiteral("PRAGMA user_version=%1").arg(schema_version));
-        execute(QStringLiteral("BEGIN"));
+        open();
     } catch (const failure&) {
-        close();
+        remove_temporary();
         throw;
     }
 }
 
 mail_database_writer::~mail_database_writer()
 {
-    close();
+    remove_temporary();
 }
 
-void mail_database_writer::close()
+void mail_database_writer::open()
 {
-    if (!connection_name.isEmpty()) {
-        database = QSqlDatabase();
-        QSqlDatabase::removeDatabase(connection_name);
-        connection_name.clear();
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(QFile::encodeName(temporary).constData(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    connection.reset(opened);
+    if (code != SQLITE_OK) {
+        fail_as_told();
     }
+    // A file that is thrown away when anything fails needs no journal beside it.
+    execute(QStringLiteral("PRAGMA journal_mode=MEMORY"));
+    execute(QStringLiteral("PRAGMA synchronous=OFF"));
+    execute(QStringLiteral("PRAGMA user_version=%1").arg(schema_version));
+    execute(QStringLiteral("BEGIN"));
+}
+
+void mail_database_writer::remove_temporary()
+{
+    connection.reset();
     if (!temporary.isEmpty()) {
         QFile::remove(temporary);
         temporary.clear();
@@ -84,49 +110,52 @@ void mail_database_writer::fail(const QString& reason) const
     refuse(QStringLiteral("cannot write %1: %2").arg(display_text(path), reason));
 }
 
+void mail_database_writer::fail_as_told() const
+{
+    fail(connection ? QString::fromUtf8(sqlite3_errmsg(connection.get())) : QStringLiteral("out of memory"));
+}
+
 void mail_database_writer::execute(const QString& statement)
 {
-    QSqlQuery query(database);
-    if (!query.exec(statement)) {
-        fail(query.lastError().databaseText());
+    if (sqlite3_exec(connection.get(), statement.toUtf8().constData(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+        fail_as_told();
     }
 }
 
-QSqlQuery mail_database_writer::prepare(const QString& statement)
+prepared_insertion mail_database_writer::prepare(const QString& statement)
 {
-    QSqlQuery query(database);
-    if (!query.prepare(statement)) {
-        fail(query.lastError().databaseText());
+    sqlite3_stmt* prepared = nullptr;
+    if (sqlite3_prepare_v2(connection.get(), statement.toUtf8().constData(), -1, &prepared, nullptr) != SQLITE_OK) {
+        fail_as_told();
     }
-    return query;
+    return prepared_insertion(prepared);
 }
 
-void mail_database_writer::insert(QSqlQuery& statement, const QVariantList& values)
+void mail_database_writer::insert(prepared_insertion& into, const QVariantList& values)
 {
-    for (int position = 0; position < values.size(); ++position) {
-        statement.bindValue(position, values[position]);
+    sqlite3_stmt* statement = into.statement.get();
+    int code = SQLITE_OK;
+    for (int position = 0; position < values.size() && code == SQLITE_OK; ++position) {
+        code = bind(statement, position + 1, values[position]);
     }
-    if (!statement.exec()) {
-        fail(statement.lastError().databaseText());
+    if (code != SQLITE_OK || sqlite3_step(statement) != SQLITE_DONE || sqlite3_reset(statement) != SQLITE_OK) {
+        fail_as_told();
     }
 }
 
 void mail_database_writer::put_in_place()
 {
     execute(QStringLiteral("COMMIT"));
-    database.close();
+    connection.reset();
     int error = synchronise(temporary, O_RDONLY);
     if (error == 0) {
         error =
             std::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(path).constData()) == 0 ? 0 : errno;
     }
     if (error != 0) {
-        const QString reason = system_error_text(error);
-        close();
-        fail(reason);
+        fail(system_error_text(error));
     }
     temporary.clear();
-    close();
     if (const int unwritten = synchronise(QFileInfo(path).path(), O_RDONLY | O_DIRECTORY)) {
         fail(system_error_text(unwritten));
     }

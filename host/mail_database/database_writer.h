@@ -1,9 +1,29 @@
 #pragma once
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QString>
 #include <QVariantList>
+
+#include <memory>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+/// A statement of a mail_database_writer that takes rows; must not outlive it.
+class prepared_insertion
+{
+public:
+    prepared_insertion() = default;
+
+private:
+    friend class mail_database_writer;
+    struct finalizer
+    {
+        void operator()(sqlite3_stmt* prepared) const;
+    };
+    explicit prepared_insertion(sqlite3_stmt* prepared) : statement(prepared) {}
+
+    std::unique_ptr<sqlite3_stmt, finalizer> statement;
+};
 
 /// Writes a database of the program's own beside its place under a temporary name; it takes its place whole, or not at
 /// all. Everything here throws a failure that names the path and the reason.
@@ -19,20 +39,25 @@ public:
 
     /// Runs one statement ("CREATE TABLE ...").
     void execute(const QString& statement);
-    /// Returns a statement to be given rows with insert(); must not outlive this object's put_in_place().
-    QSqlQuery prepare(const QString& statement);
-    /// Runs a prepared statement with one row's values.
-    void insert(QSqlQuery& statement, const QVariantList& values);
+    /// Returns a statement to be given rows with insert().
+    prepared_insertion prepare(const QString& statement);
+    /// Runs a prepared statement with one row's values: texts (a null one is NULL), numbers, flags, and nothing.
+    void insert(prepared_insertion& into, const QVariantList& values);
 
     /// Commits, checks that everything is on the disk and renames the database to its place.
     void put_in_place();
 
 private:
-    void close();
+    struct closer
+    {
+        void operator()(sqlite3* open) const;
+    };
+    void open();
+    void remove_temporary();
     [[noreturn]] void fail(const QString& reason) const;
+    [[noreturn]] void fail_as_told() const;
 
     QString path;
-    QString temporary;
-    QString connection_name;
-    QSqlDatabase database;
+    QString temporary; ///< empty once the database is in place
+    std::unique_ptr<sqlite3, closer> connection;
 };

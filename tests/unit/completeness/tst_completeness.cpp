@@ -152,6 +152,43 @@ private slots:
         QCOMPARE(source.sink.index_only.first(), "INBOX 4  |  <> -1 -1 moved");
     }
 
+    void links_that_stay_in_the_source_are_no_fault()
+    {
+        checked_source source;
+        source.add_message("INBOX.mbox", "1.emlx");
+        const QString account = source.path("V10/" + identifier + '/');
+        QVERIFY(QFile::link("V10", source.path("V9")));
+        QVERIFY(QFile::link("INBOX.mbox", account + "Same.mbox"));
+        QVERIFY(QFile::link("nowhere", account + "INBOX.mbox/gone"));
+        QVERIFY(QFile::link("/etc", account + "Out.mbox"));
+        QVERIFY(QFile::link("round", account + "round"));
+        const auto stores = source.check();
+        QCOMPARE(stores.size(), 2);
+        QCOMPARE(stores[0].links, QStringList("Users/u/Library/Mail/V9: is a link to V10, not followed"));
+        QCOMPARE(stores[0].notes, QStringList());
+        QCOMPARE(stores[1].links.size(), 3);
+        QCOMPARE(stores[1].notes.size(), 1);
+        QVERIFY2(stores[1].notes[0].endsWith("is a link to /etc, not followed; it leads out of the source"),
+                 qPrintable(stores[1].notes[0]));
+    }
+
+    void a_cancel_does_not_wait_for_a_directory()
+    {
+        checked_source source;
+        for (int number = 1; number <= 50; ++number) {
+            source.add_message("INBOX.mbox", QString::number(number) + ".emlx");
+        }
+        source.add_index(newer_tables + QStringList{mailbox_row(1, "INBOX"), message_row(1, 1)});
+        completeness_request request{QFile::encodeName(source.folder.filePath("src")), "u", "Users/u/Library/Mail",
+                                     source.folder.path()};
+        int asked = 0;
+        request.limits.cancelled = [&asked] { return ++asked > 20; };
+        const store_completeness store = check_completeness(request, source.sink).front();
+        QVERIFY2(store.totals.on_disk < 20, qPrintable(text_of(store.totals)));
+        QCOMPARE(store.index.problem, QString("cancelled"));
+        QCOMPARE(store.not_closing, QStringList());
+    }
+
     void stores_are_told_apart()
     {
         checked_source source;

@@ -56,6 +56,47 @@ private slots:
         QCOMPARE(store.not_closing, QStringList());
     }
 
+    void what_no_store_has_is_not_read_without_end_data()
+    {
+        QTest::addColumn<QString>("statement"); // one more, in which "n" counts up to the number
+        QTest::addColumn<int>("number");
+        QTest::addColumn<QString>("said");
+        QTest::newRow("mailboxes") << "INSERT INTO mailboxes (url) SELECT 'imap://x/' || i FROM n" << 100'001
+                                   << "mailboxes not read to the end: there are more than 100000";
+        QTest::newRow("an address") << "INSERT INTO mailboxes (url) SELECT 'imap://x/' || hex(zeroblob(5000)) FROM n"
+                                    << 2 << "mailboxes have addresses of more than 4096 bytes";
+        QTest::newRow("text") << "INSERT INTO messages (mailbox, subject) SELECT 1, 7 FROM n" << 130'000
+                              << "its messages have more text than can be listed";
+    }
+
+    void what_no_store_has_is_not_read_without_end()
+    {
+        QFETCH(QString, statement);
+        QFETCH(int, number);
+        QFETCH(QString, said);
+        checked_source source;
+        source.add_message("INBOX.mbox", "1.emlx");
+        const QString count = "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) ";
+        source.add_index(newer_tables + QStringList{mailbox_row(1, "INBOX"), message_row(1, 1),
+                                                    "INSERT INTO subjects VALUES (7, hex(zeroblob(4000)))",
+                                                    count.arg(number) + statement});
+        class counting_sink : public recording_sink
+        {
+        public:
+            void add_index_only(const index_only_message&) override { ++told; }
+            qint64 told = 0;
+        } sink;
+        const auto stores = check_completeness(
+            {QFile::encodeName(source.folder.filePath("src")), "u", "Users/u/Library/Mail", source.folder.path()},
+            sink);
+        const store_completeness& store = stores.front();
+        const QString lines = (store.index.schema.problems + store.notes).join('\n');
+        QVERIFY2(lines.contains(said), qPrintable(lines));
+        QCOMPARE(store.totals.both, 1);
+        QCOMPARE(store.not_closing, QStringList());
+        QCOMPARE(sink.told < store.totals.index_only, said.contains("text"));
+    }
+
     void a_cut_index_is_said_to_be_incomplete()
     {
         checked_source source;

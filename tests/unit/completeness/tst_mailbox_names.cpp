@@ -52,7 +52,7 @@ private slots:
         const QList<QByteArray> folders{"0A1B2C3D-0000-4000-8000-00000000000F", "IMAP-anna@example.org",
                                         "IMAP-anna@imap.example.org", "POP-ben@pop.example.org", "Mailboxes"};
         const mailbox_address parsed = parse_mailbox_address(address);
-        QCOMPARE(folder_of(parsed, folders), folder);
+        QCOMPARE(folder_of(parsed, by_lower_case(folders)), folder);
         QCOMPARE(account_of(parsed), account);
         QCOMPARE(mailbox_path(parsed.names), mailbox);
     }
