@@ -216,6 +216,10 @@ void write_dossier(report_html& html, const report_dossier& dossier)
     for (const QString& problem : dossier.found->problems.mid(0, most_lines)) {
         write_notice(html, "bad", display_text(problem));
     }
+    for (const QString& remark : dossier.found->remarks.mid(0, most_lines)) {
+        const auto line = html.open("p", {{"class", QStringLiteral("muted")}});
+        html.foreign(display_text(remark));
+    }
     {
         const auto users = html.open("div", {{"data-filter", QStringLiteral("yes")}});
         write_users(html, *dossier.found);

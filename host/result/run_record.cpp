@@ -187,6 +187,7 @@ QJsonObject run_record_to_json(const run_record& record)
                             {"failures", record.log_failures},
                             {"failure_lines", QJsonArray::fromStringList(record.log_failure_lines)}}},
         {"verification", record.verification ? QJsonValue(summary_to_json(*record.verification)) : QJsonValue()},
+        {"remarks", QJsonArray::fromStringList(record.remarks)},
         {"error", text_or_null(record.error)},
     };
 }
@@ -233,6 +234,7 @@ run_record run_record_from_json(const QJsonObject& object)
     if (object["verification"].isObject()) {
         record.verification = summary_from_json(object["verification"].toObject());
     }
+    record.remarks = texts_from(object["remarks"]);
     record.error = object["error"].toString();
     return record;
 }

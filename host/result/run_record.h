@@ -117,6 +117,8 @@ struct run_record
     qint64 log_failures = 0;
     QStringList log_failure_lines; ///< the first of them
     std::optional<verification_summary> verification;
+    QStringList
+        remarks;   ///< what the schemas of the account stores do not have, a line each; nothing wrong with the run
     QString error; ///< one line; empty when nothing kept the run from its work
 
     /// Adds what went wrong to `error`, behind what did so earlier.

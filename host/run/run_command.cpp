@@ -124,12 +124,13 @@ void add_errors(run_record& record, const QStringList& problems)
 }
 
 /// Writes down who the accounts are, and whether the plug-in wrote the rows that they must have; what a store cannot
-/// say is no error of the run.
+/// say is no error of the run, but is said.
 void note_accounts(run_record& record, const run_plan& plan, const source_snapshot& at_first)
 try {
     const extraction_settings& settings = plan.settings;
     const mail_database_outcome outcome = write_mail_database(settings.source_root, settings.users, plan.result);
     add_errors(record, outcome.problems);
+    record.remarks = outcome.remarks;
     if (!interruption::requested()) {
         add_errors(record, problems_of_rows({QFile::encodeName(settings.source_root), settings.users, settings.as_suite,
                                              at_first, outcome.stores, plan.files_of_accounts},

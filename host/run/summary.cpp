@@ -11,6 +11,7 @@
 namespace {
 
 constexpr qsizetype most_failures_shown = 5;
+constexpr qsizetype most_remarks_shown = 10;
 
 QStringList row_of(const QString& title, const user_record& sums)
 {
@@ -74,6 +75,14 @@ void print_run_summary(const run_record& record, const QString& root_hash)
         print_fact("manifest:", result.path(product::manifest));
     }
     print_fact("report:", result.path(product::report));
+    for (const QString& remark : record.remarks.mid(0, most_remarks_shown)) {
+        print_fact("note:", remark);
+    }
+    if (record.remarks.size() > most_remarks_shown) {
+        print_fact("note:", QStringLiteral("%1 more stand in %2")
+                                .arg(display_number(record.remarks.size() - most_remarks_shown),
+                                     result.path(product::run_record)));
+    }
     print_fact("time:", duration_text(record.started.secsTo(record.ended)));
     if (!root_hash.isEmpty()) {
         print_fact("root hash:", root_hash);

@@ -142,12 +142,17 @@ private slots:
         QCOMPARE(first_user["accounts"]["mail_directory"].toInt(), 1);
         QCOMPARE(first_user["files_copied"].toInt(), 2);
         QCOMPARE(summary["exit_code"].toInt(-1), 0);
+        // What a store does not say is nothing wrong, but is said.
+        const QString remark = "Users/anna/Library/Accounts/Accounts4.sqlite: has no table ZACCOUNTTYPE";
+        const QStringList remarks = summary["remarks"].toVariant().toStringList();
+        QVERIFY2(remarks.filter(remark).size() == 1, qPrintable(remarks.join('\n')));
+        QVERIFY(content_of(product(source, "report.html")).contains("has no table ZACCOUNTTYPE"));
 
         const evidence_source as_suite;
         add_two_users(as_suite);
         const program_result one_run = run(as_suite, {"--as-suite"});
         QVERIFY2(one_run.exit_code == 0 && one_run.errors.isEmpty(), one_run.errors);
-        QVERIFY2(one_run.output.contains("ben"), one_run.output);
+        QVERIFY2(one_run.output.contains("ben") && one_run.output.contains("has no table"), one_run.output);
         const QStringList rows = rows_of(as_suite.result());
         QVERIFY2(!rows.contains(anna), "V10 is looked into without being asked for");
         QVERIFY(rows.contains(anna_imap) && rows.contains(ben));
