@@ -3,6 +3,7 @@
 #include "host/case_collection/collected_csv.h"
 #include "host/case_collection/collected_report.h"
 #include "host/case_collection/result_check.h"
+#include "host/cases/lease_beats.h"
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
 #include "host/terminal/interruption.h"
@@ -22,6 +23,15 @@ void stop_if_interrupted()
 {
     if (interruption::requested()) {
         throw command_failure(exit_code::cancelled, QStringLiteral("cancelled; nothing was collected"));
+    }
+}
+
+/// Two collections must not put theirs into the same place.
+void stop_if_lost(const lease_beats& beats)
+{
+    if (beats.is_lost()) {
+        throw command_failure(exit_code::held_elsewhere,
+                              QStringLiteral("another process has taken this case over; nothing was collected"));
     }
 }
 
@@ -84,14 +94,15 @@ void move_into_case(const QString& made, const case_paths& paths)
 }
 
 /// Takes the rows of every result that fits what was written down of it; returns what kept others out.
-QHash<int, QString> add_results(collected_database& database, const case_overview& overview, lease& held, bool quiet)
+QHash<int, QString> add_results(collected_database& database, const case_overview& overview, const lease_beats& beats,
+                                bool quiet)
 {
     QHash<int, QString> problems;
     progress shown(QStringLiteral("collecting"), {overview.entries.size(), overview.bytes}, progress_style_for(quiet));
     file_amount done;
     for (const overview_entry& entry : overview.entries) {
         stop_if_interrupted();
-        held.beat();
+        stop_if_lost(beats);
         if (has_result(entry.status.state)) {
             QString problem = reason_against_result(entry.status);
             problem = problem.isEmpty() ? database.add_result(entry) : problem;
@@ -120,6 +131,20 @@ void complain_about(const case_overview& overview, const QHash<int, QString>& pr
     }
 }
 
+/// Says of which sources rows name folders that are not theirs; false when copies are nowhere.
+bool complain_about_misplaced(const case_overview& overview, const QHash<int, misplaced_rows>& misplaced)
+{
+    bool is_whole = true;
+    for (const overview_entry& entry : overview.entries) {
+        const auto found = misplaced.constFind(entry.source.index);
+        if (found != misplaced.constEnd()) {
+            complain(QStringLiteral("%1: %2").arg(label_of(entry.source), found->text()));
+            is_whole = is_whole && found->lost == 0;
+        }
+    }
+    return is_whole;
+}
+
 } // namespace
 
 int collect_command(const collect_options& options)
@@ -143,6 +168,7 @@ int collect_command(const collect_options& options)
                                                              .arg(holder.holder.process)
                                                              .arg(holder.holder.node));
     }
+    const lease_beats beats(*held);
     QTemporaryDir scratch(scratch_pattern());
     if (!scratch.isValid()) {
         refuse(QStringLiteral("cannot create a folder like %1: %2").arg(scratch_pattern(), scratch.errorString()));
@@ -152,20 +178,24 @@ int collect_command(const collect_options& options)
         refuse(QStringLiteral("cannot create %1").arg(made));
     }
     QHash<int, QString> problems;
+    QHash<int, misplaced_rows> misplaced;
     const QStringList warnings = version_warnings(overview);
     {
         collected_database database(made);
-        problems = add_results(database, overview, *held, options.quiet);
+        problems = add_results(database, overview, beats, options.quiet);
+        misplaced = database.misplaced();
         database.finish(overview, problems);
         write_collected_csv(database, made);
         write_collected_report({paths, data, overview, problems, warnings}, database, made);
     }
     stop_if_interrupted();
+    stop_if_lost(beats);
     move_into_case(made, paths);
     for (const QString& warning : warnings) {
         complain(warning);
     }
     complain_about(overview, problems);
+    const bool is_whole = complain_about_misplaced(overview, misplaced) && problems.isEmpty();
     print_line(paths.collected() + QLatin1Char('/') + case_paths::collected_report_name());
-    return standing == exit_code::whole && !problems.isEmpty() ? exit_code::with_failures : standing;
+    return standing == exit_code::whole && !is_whole ? exit_code::with_failures : standing;
 }

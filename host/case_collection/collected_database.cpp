@@ -22,7 +22,8 @@ const QString index_prefix = QStringLiteral("by_source_");
 constexpr const char* accounts_table = "accounts";
 
 // Tables of our own; a result that has such ones is not from this program.
-const QStringList own_tables{QStringLiteral("sources"), QStringLiteral("accounts_across_sources")};
+const QStringList own_tables{QStringLiteral("sources"), QStringLiteral("accounts_across_sources"),
+                             QStringLiteral("misplaced_accounts")};
 
 /// Where something stands that several Macs may have in common; a table that no result has is passed over.
 struct shared_value
@@ -90,6 +91,8 @@ collected_database::collected_database(const QString& place) : directory(place)
          {"journal_mode = MEMORY", "synchronous = OFF", "trusted_schema = OFF", "temp_store = FILE"}) {
         query(QStringLiteral("PRAGMA ") + QLatin1String(setting));
     }
+    query(QStringLiteral("CREATE TABLE misplaced_accounts(source_index INTEGER NOT NULL, \"INT\" INTEGER, system_user "
+                         "TEXT, dest_path TEXT NOT NULL, place TEXT, is_lost INTEGER NOT NULL)"));
 }
 
 collected_database::~collected_database()
@@ -132,6 +135,7 @@ QString collected_database::add_result(const overview_entry& entry)
         parts.append({QStringLiteral("mail_part"), mail, QStringLiteral("mail_")});
     }
     QString problem;
+    const auto columns_before = columns_of;
     try {
         for (const database_part& part : parts) {
             attach(result, part);
@@ -141,10 +145,13 @@ QString collected_database::add_result(const overview_entry& entry)
         for (const database_part& part : parts) {
             add_part(entry.source.index, part);
         }
+        note_misplaced(entry.source.index, result);
         query(QStringLiteral("COMMIT"));
     } catch (const failure& failed) {
         problem = failed.message();
         QSqlQuery(database).exec(QStringLiteral("ROLLBACK"));
+        misplaced_by_source.remove(entry.source.index);
+        columns_of = columns_before;
     }
     for (const database_part& part : parts) {
         QSqlQuery(database).exec(QStringLiteral("DETACH DATABASE ") + part.schema);
@@ -199,50 +206,80 @@ void collected_database::require_accounts() const
     }
 }
 
+/// What rows name is written there as the extraction wrote it; where that is not where the copies lie, a row beside
+/// says so.
+void collected_database::note_misplaced(int source_index, const result_paths& result)
+{
+    QStringList columns;
+    QSqlQuery known = query(QStringLiteral("SELECT name FROM pragma_table_info('accounts', 'part')"));
+    while (known.next()) {
+        columns.append(known.value(0).toString());
+    }
+    known.finish();
+    QStringList selected;
+    for (const char* name : {"INT", "system_user", "dest_path", "files_copied"}) {
+        const QString column = QLatin1String(name);
+        selected.append(columns.contains(column, Qt::CaseInsensitive) ? quoted(column) : QStringLiteral("NULL"));
+    }
+    QSqlQuery insert(database);
+    insert.prepare(QStringLiteral("INSERT INTO main.misplaced_accounts VALUES(?,?,?,?,?,?)"));
+    const misplaced_rows found = find_misplaced_rows(
+        result,
+        query(
+            QStringLiteral("SELECT %1 FROM part.accounts WHERE dest_path <> ''").arg(selected.join(QLatin1Char(',')))),
+        [&](const misplaced_row& row) {
+            const QVariant place = row.place.isEmpty() ? QVariant() : QVariant(row.place);
+            for (const QVariant& value :
+                 QVariantList{source_index, row.number, row.user, row.named, place, row.is_lost}) {
+                insert.addBindValue(value);
+            }
+            if (!insert.exec()) {
+                refuse(insert.lastError().databaseText());
+            }
+        });
+    if (!found.text().isEmpty()) {
+        misplaced_by_source.insert(source_index, found);
+    }
+}
+
 void collected_database::add_rows(const QString& schema, const QString& table, const QString& target, int source_index)
 {
     if (own_tables.contains(target, Qt::CaseInsensitive) || target.startsWith(index_prefix, Qt::CaseInsensitive)) {
         refuse(QStringLiteral("its database has a table \"%1\", which none of ours has").arg(target));
     }
-    fit_columns(schema, table, target);
-    QStringList columns;
-    QSqlQuery info = query(QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(table)));
-    while (info.next()) {
-        columns.append(quoted(info.value(1).toString()));
-    }
-    info.finish();
+    const QStringList columns = fit_columns(schema, table, target);
     const QString list = columns.join(QLatin1Char(','));
     query(QStringLiteral("INSERT INTO main.%1(%2,%3) SELECT %4,%3 FROM %5.%6")
               .arg(quoted(target), index_column, list, QString::number(source_index), schema, quoted(table)));
 }
 
-void collected_database::fit_columns(const QString& schema, const QString& table, const QString& target)
+QStringList collected_database::fit_columns(const QString& schema, const QString& table, const QString& target)
 {
-    QSqlQuery known = query(QStringLiteral("PRAGMA main.table_info(%1)").arg(quoted(target)));
+    const bool is_new = !columns_of.contains(target.toLower());
+    QSet<QString>& known = columns_of[target.toLower()];
     QStringList columns;
-    while (known.next()) {
-        columns.append(known.value(1).toString().toLower());
-    }
-    known.finish();
-    QSqlQuery info = query(QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(table)));
     QStringList declarations;
+    QSqlQuery info = query(QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(table)));
     while (info.next()) {
         const QString name = info.value(1).toString();
         if (name.toLower() == index_column) {
             refuse(QStringLiteral("its table \"%1\" has a column %2 already").arg(table, index_column));
         }
-        if (!columns.contains(name.toLower())) {
-            declarations.append(quoted(name) + QLatin1Char(' ') + plain_type(info.value(2).toString()));
+        columns.append(quoted(name));
+        if (!known.contains(name.toLower())) {
+            known.insert(name.toLower());
+            declarations.append(columns.last() + QLatin1Char(' ') + plain_type(info.value(2).toString()));
         }
     }
     info.finish();
-    if (columns.isEmpty()) {
+    if (is_new) {
         query(QStringLiteral("CREATE TABLE main.%1(%2 INTEGER NOT NULL)").arg(quoted(target), index_column));
     }
     // Versions differ in their columns: rows of one that lacks a column have NULL there.
     for (const QString& declaration : declarations) {
         query(QStringLiteral("ALTER TABLE main.%1 ADD COLUMN %2").arg(quoted(target), declaration));
     }
+    return columns;
 }
 
 void collected_database::write_sources(const case_overview& overview, const QHash<int, QString>& problems)

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "host/case_collection/row_places.h"
 #include "host/cases/case_overview.h"
 
 #include <QHash>
+#include <QSet>
 #include <QSqlDatabase>
 #include <QString>
 #include <QStringList>
-
-class result_paths;
 
 /// The database of a whole case: the tables of all results under their names, each row with the index of its source.
 /// Written at a place of its own on a local disk, since SQLite does not keep its word on every network file system.
@@ -27,6 +27,9 @@ public:
     /// Writes the table of sources, what is found on several of them, and the indexes. Throws a failure.
     void finish(const case_overview& overview, const QHash<int, QString>& problems);
 
+    /// Returns, by the index of the source, what of the rows taken names no folder of its result, or not the right one.
+    const QHash<int, misplaced_rows>& misplaced() const { return misplaced_by_source; }
+
     /// Returns the names of all tables, sorted.
     QStringList tables() const;
     /// Runs a statement; throws a failure.
@@ -45,10 +48,14 @@ private:
     void attach(const result_paths& result, const database_part& part) const;
     void add_part(int source_index, const database_part& part);
     void require_accounts() const;
+    void note_misplaced(int source_index, const result_paths& result);
     void add_rows(const QString& schema, const QString& table, const QString& target, int source_index);
-    void fit_columns(const QString& schema, const QString& table, const QString& target);
+    /// Gives the target every column of a table; returns these, quoted.
+    QStringList fit_columns(const QString& schema, const QString& table, const QString& target);
     void write_sources(const case_overview& overview, const QHash<int, QString>& problems);
 
     QString directory;
     QSqlDatabase database;
+    QHash<QString, QSet<QString>> columns_of; ///< names in lower case, by that of the table
+    QHash<int, misplaced_rows> misplaced_by_source;
 };

@@ -72,13 +72,18 @@ void write_header(report_html& html, const collected_case& collected)
     write_fact(html, "Collected", display_time(QDateTime::currentDateTimeUtc()));
 }
 
-void write_missing(report_html& html, const collected_case& collected)
+void write_missing(report_html& html, const collected_case& collected, const QHash<int, misplaced_rows>& misplaced)
 {
     const auto section = html.open("section", {{"id", QStringLiteral("missing")}});
     html.element("h2", QStringLiteral("Missing, failed and with failures"));
     bool is_any = false;
     for (const overview_entry& entry : collected.overview.entries) {
         const source_status& status = entry.status;
+        if (const auto found = misplaced.constFind(entry.source.index); found != misplaced.constEnd()) {
+            is_any = true;
+            write_notice(html, found->lost > 0 ? "bad" : "warn",
+                         label_of(entry.source) + QStringLiteral(": ") + display_text(found->text()));
+        }
         const bool is_fine = status.state == source_state::whole || facts_of(status.state).kind == state_kind::done;
         if (is_fine && !collected.problems.contains(entry.source.index)) {
             continue;
@@ -199,7 +204,7 @@ void write_collected_report(const collected_case& collected, const collected_dat
         for (const QString& warning : collected.warnings) {
             write_notice(html, "warn", display_text(warning));
         }
-        write_missing(html, collected);
+        write_missing(html, collected, database.misplaced());
         write_sources(html, collected);
         write_across(html, database);
         html.verbatim("script", report_script);

@@ -2,6 +2,7 @@
 
 #include "host/cases/case_overview.h"
 #include "host/cases/case_settings.h"
+#include "host/cases/lease_beats.h"
 #include "host/cases/path_mapping.h"
 #include "host/files/quiet_reading.h"
 #include "host/result/source_guard.h"
@@ -151,10 +152,10 @@ QString path_for_case(const case_paths& paths, const QString& typed)
                                        : QDir(paths.root()).relativeFilePath(QDir::current().absoluteFilePath(typed));
 }
 
-void add_all(source_adder& adder, const add_sources_options& options, const case_paths& paths, lease& held)
+void add_all(source_adder& adder, const add_sources_options& options, const case_paths& paths, const lease_beats& beats)
 {
     const auto add = [&](const source_row& row, bool stands_already) {
-        if (!held.beat()) {
+        if (beats.is_lost()) {
             throw command_failure(exit_code::held_elsewhere,
                                   QStringLiteral("%1: another process is changing this case").arg(paths.root()));
         }
@@ -194,9 +195,10 @@ int add_sources_command(const add_sources_options& options)
                                   .arg(holder.holder.process)
                                   .arg(holder.holder.node));
     }
+    const lease_beats beats(*held);
     source_adder adder(paths, options.mappings);
     try {
-        add_all(adder, options, paths, *held);
+        add_all(adder, options, paths, beats);
     } catch (const failure&) {
         adder.save(true);
         throw;

@@ -1,15 +1,17 @@
 #include "host/case_tasks/case_progress.h"
 
+#include "host/terminal/screen.h"
 #include "host/text/display_text.h"
 #include "host/text/text_layout.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
 constexpr qint64 ms_between_bars = 500;
 constexpr qint64 ms_between_lines = 10'000;
-constexpr qsizetype most_labels = 4;
+constexpr qsizetype most_shown = 8; // sources at work, a line each
 
 void write_to_standard_error(const QString& text)
 {
@@ -28,48 +30,47 @@ case_progress::case_progress(qsizetype sources, progress_style shown_as) : total
 
 case_progress::~case_progress()
 {
-    remove_line_for_all();
-}
-
-void case_progress::begun(const QString& label)
-{
-    running.append(label);
+    remove_drawn();
 }
 
 void case_progress::ended(const QString& label, const QString& text)
 {
     ++done;
-    running.removeOne(label);
     if (total == 1) {
         // The command itself says it.
+        remove_drawn();
         return;
     }
     show(QStringLiteral("%1 of %2  %3: %4").arg(done).arg(total).arg(label, text));
 }
 
-void case_progress::update()
+void case_progress::update(const std::function<QList<source_at_work>()>& at_work)
 {
     if (style == progress_style::silent ||
         since_shown.elapsed() < (style == progress_style::bar ? ms_between_bars : ms_between_lines)) {
         return;
     }
     since_shown.start();
+    const QList<source_at_work> sources = at_work();
+    QStringList lines;
+    for (const source_at_work& source : sources.mid(0, most_shown)) {
+        lines.append(QStringLiteral("%1: %2").arg(source.label, source.progress.isEmpty() ? QStringLiteral("at work")
+                                                                                          : source.progress));
+    }
+    if (sources.size() > most_shown) {
+        lines.append(QStringLiteral("and %1 more at work").arg(sources.size() - most_shown));
+    }
+    lines.append(text_for_all());
     if (style == progress_style::bar) {
-        remove_line_for_all();
-        write_to_standard_error(text_for_all());
+        draw(lines);
     } else {
-        show(text_for_all());
+        std::for_each(lines.begin(), lines.end(), [this](const QString& line) { show(line); });
     }
 }
 
 QString case_progress::text_for_all() const
 {
     QString text = QStringLiteral("%1 of %2 sources done").arg(done).arg(total);
-    if (!running.isEmpty()) {
-        text += QStringLiteral(", at work on %1").arg(running.mid(0, most_labels).join(QStringLiteral(", ")));
-        text +=
-            running.size() > most_labels ? QStringLiteral(" and %1 more").arg(running.size() - most_labels) : QString();
-    }
     if (done > 0 && done < total) {
         const qint64 left_ms = since_start.elapsed() / done * (total - done);
         text += QStringLiteral(", %1 left").arg(duration_text(left_ms / 1000));
@@ -80,15 +81,27 @@ QString case_progress::text_for_all() const
 void case_progress::show(const QString& line)
 {
     if (style != progress_style::silent) {
-        remove_line_for_all();
+        remove_drawn();
         write_to_standard_error(display_text(line) + QLatin1Char('\n'));
     }
 }
 
-void case_progress::remove_line_for_all()
+void case_progress::draw(const QStringList& lines)
 {
-    if (style == progress_style::bar) {
-        write_to_standard_error(QStringLiteral("\r\x1b[K"));
+    remove_drawn();
+    // A line that the terminal breaks would not go again.
+    const qsizetype width = std::max<qsizetype>(message_columns(page_width) - 1, 1);
+    for (const QString& line : lines) {
+        write_to_standard_error(shortened_in_middle(display_text(line), width) + QLatin1Char('\n'));
+    }
+    drawn = lines.size();
+}
+
+void case_progress::remove_drawn()
+{
+    if (drawn > 0) {
+        write_to_standard_error(QStringLiteral("\x1b[%1A\r\x1b[J").arg(drawn));
+        drawn = 0;
     }
 }
 

@@ -5,7 +5,16 @@
 
 #include <QElapsedTimer>
 
-/// Shows on standard error how far a case is: one line a source when it ends, and one for all.
+#include <functional>
+
+/// A source whose extraction runs.
+struct source_at_work
+{
+    QString label;
+    QString progress; ///< how far it says that it is; empty as long as it says nothing
+};
+
+/// Shows on standard error how far a case is: a line a source that is at work, one when it ends, and one for all.
 class case_progress
 {
 public:
@@ -13,22 +22,21 @@ public:
     ~case_progress();
     Q_DISABLE_COPY_MOVE(case_progress)
 
-    /// Tells that work on a source begins.
-    void begun(const QString& label);
     /// Tells how a source ended: its label and what to say of it.
     void ended(const QString& label, const QString& text);
-    /// Shows the line for all when it is time to.
-    void update();
+    /// Shows how far all are when it is time to; only then `at_work` is asked.
+    void update(const std::function<QList<source_at_work>()>& at_work);
 
 private:
     QString text_for_all() const;
     void show(const QString& line);
-    void remove_line_for_all();
+    void draw(const QStringList& lines);
+    void remove_drawn();
 
     qsizetype total;
     progress_style style;
     qsizetype done = 0;
-    QStringList running;
+    qsizetype drawn = 0; ///< lines on the terminal that go again
     QElapsedTimer since_start;
     QElapsedTimer since_shown;
 };

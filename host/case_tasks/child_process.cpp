@@ -14,6 +14,22 @@ namespace {
 
 constexpr qint64 most_bytes_of_end = 8192;
 
+QString complaint_mark()
+{
+    return QCoreApplication::applicationName() + QStringLiteral(": ");
+}
+
+/// The lines at the end of a file, the first of them maybe cut; one that is empty where there is no such file.
+QStringList last_lines(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {QString()};
+    }
+    file.seek(std::max<qint64>(file.size() - most_bytes_of_end, 0));
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+}
+
 } // namespace
 
 void start_own_program(QProcess& process, const QStringList& arguments, const QString& log)
@@ -47,17 +63,25 @@ void end_at_once(QProcess& process)
 
 QString last_complaint(const QString& log)
 {
-    QFile file(log);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    file.seek(std::max<qint64>(file.size() - most_bytes_of_end, 0));
-    const QString mark = QCoreApplication::applicationName() + QStringLiteral(": ");
+    const QString mark = complaint_mark();
     QString complaint;
-    for (const QString& line : QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'))) {
+    for (const QString& line : last_lines(log)) {
         complaint = line.startsWith(mark) ? line.mid(mark.size()) : complaint;
     }
     return complaint;
+}
+
+QString last_progress(const QString& log)
+{
+    const QString mark = complaint_mark();
+    QString progress;
+    QStringList lines = last_lines(log);
+    // What stands behind the last line end is not written whole yet.
+    lines.removeLast();
+    for (const QString& line : lines) {
+        progress = line.isEmpty() || line.startsWith(mark) ? progress : line;
+    }
+    return progress;
 }
 
 void share_with_group_of(const QString& directory)

@@ -17,6 +17,10 @@ void end_at_once(QProcess& process);
 /// Returns the last line that a program of ours printed as a complaint, without its name; empty when there is none.
 QString last_complaint(const QString& log);
 
+/// Returns the last whole line that a program of ours printed and that is no complaint: how far it is, as long as it
+/// runs.
+QString last_progress(const QString& log);
+
 /// Lets the group write what this process makes when the group may write to `directory`: then the members of the group
 /// share the case, and each must be able to go on with what another began.
 void share_with_group_of(const QString& directory);

@@ -1,6 +1,5 @@
 #include "host/case_tasks/source_task.h"
 
-#include "host/case_tasks/child_process.h"
 #include "host/files/hashing.h"
 #include "host/result/result_database.h"
 #include "host/result/result_paths.h"
@@ -120,7 +119,11 @@ std::optional<task_outcome> source_task::take_lease()
     require_shared_files(task_source.directory);
     lease_view holder;
     held = lease::take(task_source.directory, settings.data.lease, next_generation(task_source), holder);
-    return held ? std::nullopt : std::optional(held_elsewhere(holder));
+    if (!held) {
+        return held_elsewhere(holder);
+    }
+    beats = std::make_unique<lease_beats>(*held);
+    return std::nullopt;
 }
 
 std::optional<task_outcome> source_task::begin()
@@ -213,7 +216,7 @@ std::optional<task_outcome> source_task::start_process()
 
 std::optional<task_outcome> source_task::go_on()
 {
-    if (!held->beat()) {
+    if (beats->is_lost()) {
         return taken_over();
     }
     if (process.state() != QProcess::NotRunning && !process.waitForFinished(0)) {
@@ -296,7 +299,8 @@ void source_task::take_result()
 
 void source_task::write_state() const
 {
-    write_record(task_source.file(QStringLiteral("state.json")), attempt_to_json(record));
+    // What counts stands in the record of the attempt; this tells how it goes.
+    write_passing_record(task_source.file(QStringLiteral("state.json")), attempt_to_json(record));
 }
 
 task_outcome source_task::taken_over()
@@ -333,6 +337,7 @@ task_outcome source_task::conclude()
         current->give_up();
     }
     write_state();
+    beats.reset();
     held->release();
     return {record, exit_code_for(record.state), false};
 }

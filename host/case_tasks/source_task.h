@@ -1,8 +1,10 @@
 #pragma once
 
+#include "host/case_tasks/child_process.h"
 #include "host/cases/attempt.h"
 #include "host/cases/case_overview.h"
 #include "host/cases/case_settings.h"
+#include "host/cases/lease_beats.h"
 #include "host/cases/path_mapping.h"
 #include "host/cases/source_state.h"
 
@@ -40,13 +42,15 @@ public:
 
     /// Takes the lease, checks the source and starts the extraction; an outcome when it is over already.
     std::optional<task_outcome> begin();
-    /// Gives signs of life and looks after the extraction; to be called several times a second. An outcome at the end.
+    /// Looks after the extraction; to be called several times a second. An outcome at the end. Signs of life come
+    /// meanwhile and between.
     std::optional<task_outcome> go_on();
     /// Asks the extraction to end, or sees to it that it is asked; what it wrote stays. To be called again until it
     /// ended.
     void cancel();
 
-    const case_source& source() const { return task_source; }
+    /// Returns how far the extraction says that it is; empty as long as it says nothing.
+    QString progress() const { return current ? last_progress(current->log()) : QString(); }
 
 private:
     std::optional<task_outcome> done_already();
@@ -65,6 +69,7 @@ private:
     case_source task_source;
     const task_settings& settings;
     std::optional<lease> held;
+    std::unique_ptr<lease_beats> beats; ///< of `held`
     std::optional<attempt> current;
     attempt_record record;
     bool replaces_whole = false;

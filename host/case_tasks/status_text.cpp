@@ -1,5 +1,7 @@
 #include "host/case_tasks/status_text.h"
 
+#include "host/case_tasks/child_process.h"
+#include "host/cases/case_paths.h"
 #include "host/text/display_text.h"
 #include "host/text/text_layout.h"
 #include "host/text/text_table.h"
@@ -18,6 +20,15 @@ QString last_sign(const source_status& status)
         return QDateTime::fromMSecsSinceEpoch(status.lease.written_ns / ns_in_ms, Qt::UTC).toString(Qt::ISODateWithMs);
     }
     return status.attempt.ended_utc.isEmpty() ? status.attempt.started_utc : status.attempt.ended_utc;
+}
+
+/// How far the extraction of a running source says that it is; empty where it says nothing.
+QString progress_of(const overview_entry& entry)
+{
+    const attempt_record& attempt = entry.status.attempt;
+    const bool is_at_work =
+        entry.status.state == source_state::running && generation_of_attempt(attempt.attempt) == attempt.generation;
+    return is_at_work ? last_progress(entry.source.file(attempt.attempt + QStringLiteral(".log"))) : QString();
 }
 
 QString count_or_dash(const source_status& status, qint64 count)
@@ -59,6 +70,7 @@ QJsonObject entry_to_json(const overview_entry& entry)
             {"files", count(status.attempt.files)},
             {"bytes", count(status.attempt.bytes)},
             {"failures", count(status.attempt.failures)},
+            {"progress", text_or_null(progress_of(entry))},
             {"last_sign_of_life_utc", text_or_null(last_sign(status))}};
 }
 
@@ -78,15 +90,18 @@ QStringList status_lines(const case_overview& overview, qsizetype width)
                                       {QStringLiteral("last sign of life"), false, narrow_column}};
     QList<QStringList> rows;
     QStringList reasons;
-    for (const auto& [source, status] : overview.entries) {
+    for (const overview_entry& entry : overview.entries) {
+        const auto& [source, status] = entry;
         rows.append({source.number(), text_or_dash(source.evidence_number), display_text(source.source),
                      name_of(status.state), text_or_dash(status.attempt.node), generation_or_dash(status),
                      count_or_dash(status, status.attempt.files),
                      has_result(status.state) ? display_bytes(status.attempt.bytes) : QStringLiteral("-"),
                      count_or_dash(status, status.attempt.failures), text_or_dash(last_sign(status))});
-        if (!status.reason.isEmpty()) {
-            reasons.append(
-                QStringLiteral("%1: %2: %3").arg(source.number(), name_of(status.state), display_text(status.reason)));
+        for (const QString& text : {status.reason, progress_of(entry)}) {
+            if (!text.isEmpty()) {
+                reasons.append(
+                    QStringLiteral("%1: %2: %3").arg(source.number(), name_of(status.state), display_text(text)));
+            }
         }
     }
     QStringList lines = rows.isEmpty() ? QStringList() : table_lines(columns, rows, width);

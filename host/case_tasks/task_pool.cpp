@@ -5,7 +5,8 @@
 #include "host/terminal/interruption.h"
 #include "host/text/failure.h"
 
-#include <QThread>
+#include <QCoreApplication>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -13,7 +14,7 @@
 
 namespace {
 
-constexpr unsigned long ms_between_looks = 3;
+constexpr int most_ms_between_looks = 50;
 
 struct placed_task
 {
@@ -43,6 +44,8 @@ QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_sett
     QList<task_outcome> outcomes(sources.size());
     std::vector<placed_task> running;
     qsizetype next = 0;
+    QTimer looking;
+    looking.start(most_ms_between_looks);
     const auto end = [&](qsizetype place, const task_outcome& outcome) {
         outcomes[place] = outcome;
         shown.ended(label_of(sources[place]), outcome_text(outcome));
@@ -51,7 +54,6 @@ QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_sett
         while (running.size() < static_cast<std::size_t>(jobs) && next < sources.size() && !interruption::requested()) {
             placed_task started{next++, nullptr};
             started.task = std::make_unique<source_task>(sources[started.place], settings);
-            shown.begun(label_of(sources[started.place]));
             if (const auto outcome = outcome_of([&started] { return started.task->begin(); })) {
                 end(started.place, *outcome);
             } else {
@@ -68,9 +70,16 @@ QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_sett
             }
             return outcome.has_value();
         });
-        shown.update();
+        shown.update([&] {
+            QList<source_at_work> at_work;
+            for (const placed_task& placed : running) {
+                at_work.append({label_of(sources[placed.place]), placed.task->progress()});
+            }
+            return at_work;
+        });
         if (!running.empty()) {
-            QThread::msleep(ms_between_looks);
+            // The end of a process is an event.
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
     }
     return outcomes;

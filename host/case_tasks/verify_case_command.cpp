@@ -35,7 +35,7 @@ running_verification begin_verification(const overview_entry& entry, const QStri
                                std::make_unique<QProcess>()};
     start_own_program(*begun.process,
                       {QStringLiteral("verify"), QStringLiteral("--result"), entry.status.result,
-                       QStringLiteral("--expect"), entry.status.attempt.seal_sha256, QStringLiteral("--quiet")},
+                       QStringLiteral("--expect"), entry.status.attempt.seal_sha256},
                       begun.log);
     return begun;
 }
@@ -69,7 +69,6 @@ qint64 verify_all(const QList<overview_entry>& entries, int jobs, bool quiet)
     qsizetype next = 0;
     while (!running.empty() || (next < entries.size() && !interruption::requested())) {
         while (running.size() < static_cast<std::size_t>(jobs) && next < entries.size() && !interruption::requested()) {
-            shown.begun(label_of(entries[next].source));
             running.push_back(begin_verification(entries[next++], logs.path()));
         }
         std::erase_if(running, [&](const running_verification& one) {
@@ -81,7 +80,13 @@ qint64 verify_all(const QList<overview_entry>& entries, int jobs, bool quiet)
             unfit += is_over && !conclude(one, shown) ? 1 : 0;
             return is_over;
         });
-        shown.update();
+        shown.update([&running] {
+            QList<source_at_work> at_work;
+            for (const running_verification& one : running) {
+                at_work.append({label_of(one.entry->source), last_progress(one.log)});
+            }
+            return at_work;
+        });
         QThread::msleep(ms_between_looks);
     }
     return unfit;

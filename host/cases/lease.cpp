@@ -1,5 +1,6 @@
 #include "host/cases/lease.h"
 
+#include "host/cases/generations.h"
 #include "host/text/failure.h"
 
 #include <QCoreApplication>
@@ -22,6 +23,9 @@ constexpr qint64 ns_in_ms = 1'000'000;
 // A lease may be moved away for a moment by a task that then sees it is not the one it judged.
 constexpr int looks_before_lost = 5;
 constexpr unsigned long ms_between_looks = 40;
+
+// So often it may happen that others claim higher generations while one takes the lease.
+constexpr int most_turns = 50;
 
 // Bounds for what a lease says of itself: it may be damaged.
 constexpr int shortest_beat_ms = 20;
@@ -52,7 +56,7 @@ lease_times understand(lease_view& view, const QString& path)
         view.error = QStringLiteral("%1: damaged, it names no holder").arg(path);
         return {};
     }
-    view.holder = {std::max<qint64>(object["generation"].toInteger(), 0), object["node"].toString(),
+    view.holder = {std::clamp<qint64>(object["generation"].toInteger(), 0, most_generations), object["node"].toString(),
                    object["process"].toInteger(), object["boot"].toString(), object["job"].toString()};
     const lease_times usual;
     return {std::clamp(object["beat_ms"].toInt(usual.beat_ms), shortest_beat_ms, longest_beat_ms),
@@ -78,21 +82,6 @@ QString move_seen_lease(const QString& directory, const QByteArray& content, std
     link_exclusively(moved, path);
     QFile::remove(moved);
     return {};
-}
-
-/// Returns the highest generation of the leases that are being taken over right now: who comes between the removal of
-/// the old one and the new one sees no lease, and must not begin anew at a generation that was there.
-qint64 highest_moved_generation(const QString& directory)
-{
-    qint64 highest = 0;
-    const QDir place(directory);
-    for (const QString& name : place.entryList({moved_prefix + QLatin1Char('*')}, QDir::Files | QDir::Hidden)) {
-        lease_view view;
-        view.content = read_stamped(place.filePath(name)).content;
-        understand(view, name);
-        highest = std::max(highest, view.holder.generation);
-    }
-    return highest;
 }
 
 } // namespace
@@ -145,7 +134,6 @@ lease::lease(lease&& other) noexcept
     , content(std::move(other.content))
     , times(other.times)
     , number(other.number)
-    , since_beat(other.since_beat)
 {
 }
 
@@ -157,13 +145,30 @@ lease& lease::operator=(lease&& other) noexcept
         content = std::move(other.content);
         times = other.times;
         number = other.number;
-        since_beat = other.since_beat;
     }
     return *this;
 }
 
 std::optional<lease> lease::take(const QString& directory, const lease_times& times, qint64 lowest_generation,
                                  lease_view& holder)
+{
+    for (int turn = 0; turn < most_turns; ++turn) {
+        auto taken = take_once(directory, times, lowest_generation, holder);
+        if (!taken) {
+            return std::nullopt;
+        }
+        // Whoever claimed a higher number since may have held the lease already, before this one was made.
+        if (highest_generation(directory) <= taken->generation()) {
+            forget_generations_below(directory, taken->generation());
+            return taken;
+        }
+    }
+    holder = look_at_lease(directory);
+    return std::nullopt;
+}
+
+std::optional<lease> lease::take_once(const QString& directory, const lease_times& times, qint64 lowest_generation,
+                                      lease_view& holder)
 {
     const QString path = directory + QLatin1String(lease_name);
     holder = look_at_lease(directory);
@@ -173,6 +178,11 @@ std::optional<lease> lease::take(const QString& directory, const lease_times& ti
     if (holder.is_fresh) {
         return std::nullopt;
     }
+    lease taken;
+    // Before the old lease is moved away: who then sees none sees the number.
+    taken.number = claim_generation(directory, std::max(lowest_generation, holder.holder.generation + 1));
+    taken.times = times;
+    taken.content = lease_text(taken.number, times);
     QString moved;
     if (holder.exists) {
         moved = move_seen_lease(directory, holder.content, holder.written_ns);
@@ -181,10 +191,6 @@ std::optional<lease> lease::take(const QString& directory, const lease_times& ti
             return std::nullopt;
         }
     }
-    lease taken;
-    taken.number = std::max({lowest_generation, holder.holder.generation + 1, highest_moved_generation(directory) + 1});
-    taken.times = times;
-    taken.content = lease_text(taken.number, times);
     QString error;
     const QString file = write_private_file(directory, taken.content, error);
     if (file.isEmpty()) {
@@ -203,7 +209,6 @@ std::optional<lease> lease::take(const QString& directory, const lease_times& ti
         refuse(QStringLiteral("cannot make the lease %1: %2").arg(path, made.error));
     }
     taken.directory = directory;
-    taken.since_beat.start();
     return taken;
 }
 
@@ -212,21 +217,14 @@ QString lease::path() const
     return directory + QLatin1String(lease_name);
 }
 
-bool lease::beat()
+bool lease::beat() const
 {
     if (directory.isEmpty()) {
         return false;
     }
-    if (since_beat.elapsed() < times.beat_ms) {
-        return true;
-    }
     // A file server that does not answer for a while is no loss: whoever takes over says so in the lease.
     QString unwritable;
-    if (!stamp_again(path(), content, unwritable) && !look_again().value_or(true)) {
-        return false;
-    }
-    since_beat.start();
-    return true;
+    return stamp_again(path(), content, unwritable) || look_again().value_or(true);
 }
 
 std::optional<bool> lease::look_again() const

@@ -2,7 +2,6 @@
 
 #include "host/cases/shared_files.h"
 
-#include <QElapsedTimer>
 #include <QString>
 
 #include <optional>
@@ -68,16 +67,19 @@ public:
     static std::optional<lease> take(const QString& directory, const lease_times& times, qint64 lowest_generation,
                                      lease_view& holder);
 
-    /// Gives a sign of life when one is due. False when the lease is lost: another has taken over.
-    bool beat();
+    /// Gives a sign of life. False when the lease is lost: another has taken over.
+    bool beat() const;
     /// Reads the lease again. True only when the file says so.
     bool is_held() const { return look_again().value_or(false); }
     /// Gives the lease back; nothing happens when it is lost.
     void release();
 
     qint64 generation() const { return number; }
+    int beat_ms() const { return times.beat_ms; }
 
 private:
+    static std::optional<lease> take_once(const QString& directory, const lease_times& times, qint64 lowest_generation,
+                                          lease_view& holder);
     QString path() const;
     /// True when the file says that this process holds it, false when it says otherwise, nothing when it says nothing.
     std::optional<bool> look_again() const;
@@ -86,5 +88,4 @@ private:
     QByteArray content;
     lease_times times;
     qint64 number = 0;
-    QElapsedTimer since_beat;
 };

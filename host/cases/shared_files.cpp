@@ -4,6 +4,7 @@
 #include "host/text/failure.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <QUuid>
@@ -271,6 +272,20 @@ void write_record(const QString& path, const QJsonObject& object)
     const QByteArray text = QJsonDocument(object).toJson();
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
         refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+    }
+}
+
+void write_passing_record(const QString& path, const QJsonObject& object)
+{
+    QString error;
+    const QString file = write_private_file(QFileInfo(path).path(), QJsonDocument(object).toJson(), error);
+    if (file.isEmpty()) {
+        refuse(error);
+    }
+    const claim_result renamed = rename_replacing(file, path);
+    if (renamed.outcome != claim::made) {
+        QFile::remove(file);
+        refuse(QStringLiteral("cannot write %1: %2").arg(path, renamed.error));
     }
 }
 

@@ -85,8 +85,13 @@ void take_unfinished(source_status& status, const case_source& source)
 {
     const QString path = source.file(QStringLiteral("state.json"));
     QString error;
-    const auto record = quiet_stat(QFile::encodeName(path)).kind == entry_kind::absent ? std::optional(attempt_record())
-                                                                                       : read_attempt(path, error);
+    const entry_facts facts = quiet_stat(QFile::encodeName(path));
+    if (facts.kind == entry_kind::file && facts.size == 0) {
+        status.state = source_state::partial;
+        status.reason = QStringLiteral("the machine of its task went down");
+        return;
+    }
+    const auto record = facts.kind == entry_kind::absent ? std::optional(attempt_record()) : read_attempt(path, error);
     if (!record) {
         set_failed(status, error);
         return;

@@ -76,6 +76,28 @@ private slots:
         QVERIFY(!QFile::exists(fixture.results(1, "lease")));
     }
 
+    void an_extraction_that_stands_still_keeps_its_lease()
+    {
+        const case_fixture fixture(1);
+        fixture.make_large(1, 1000);
+        QProcess task;
+        fixture.start(task, {"--index", "1"});
+        QVERIFY(wait_for_copies(fixture));
+        const int extraction = content_of(QStringLiteral("/proc/%1/task/%1/children").arg(task.processId())).toInt();
+        if (extraction <= 0) {
+            QSKIP("the processes of a process cannot be told here, or the extraction is over");
+        }
+        ::kill(extraction, SIGSTOP);
+        QTest::qSleep(2000); // four times what would make it look lost
+        const QStringList states = fixture.states();
+        const int other = fixture.run({"run"}, {"--index", "1"}).exit_code;
+        ::kill(extraction, SIGCONT);
+        QCOMPARE(states, QStringList{"running"});
+        QCOMPARE(other, 75);
+        QCOMPARE(ending_of(task).exit_code, 0);
+        QVERIFY(QFile::symLinkTarget(fixture.results(1, "whole")).contains("attempt-1-"));
+    }
+
     void a_killed_task_leaves_partial()
     {
         const case_fixture fixture(1);

@@ -102,10 +102,33 @@ private slots:
         QCOMPARE(rows_of(all, "SELECT kind || source_index || lower(value) FROM accounts_across_sources"),
                  "address1a@example.org address2a@example.org identifier1abc identifier2abc");
         QCOMPARE(rows_of(all, "SELECT count(*) FROM sqlite_master WHERE type = 'index' AND sql LIKE '%(source_index)'"),
-                 "4");
+                 "5");
         write_collected_csv(all, made);
         QVERIFY(content_of(made + "/odd---name.csv").contains("1,-1,0x00ff"));
         QVERIFY(content_of(made + "/accounts.csv").contains("'=m"));
+    }
+
+    void rows_that_point_nowhere_are_named()
+    {
+        sealed_results results;
+        const QString rows = "CREATE TABLE accounts(\"INT\" INTEGER PRIMARY KEY, system_user, account, dest_path, "
+                             "files_copied)";
+        const QString place = "/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_ann_0%1-01-2026/V9/A";
+        const QString row = "INSERT INTO accounts VALUES(%1, 'ann', 'a', '%2', '%3')";
+        const overview_entry entry =
+            results.add(1,
+                        {rows, row.arg(1).arg(place.arg(1)).arg(5), row.arg(2).arg(place.arg(2)).arg(5),
+                         row.arg(3).arg("/x").arg(5), row.arg(4).arg("/y").arg(0), row.arg(5).arg("").arg(5)},
+                        {"CREATE TABLE t(y)"});
+        QVERIFY(QDir(entry.status.result).mkpath(place.arg(1).mid(1)));
+        collected_database all(results.made());
+        QCOMPARE(all.add_result(entry), QString());
+        QCOMPARE(rows_of(all, "SELECT \"INT\" || is_lost || coalesce(place, '-') FROM misplaced_accounts"),
+                 "20" + place.arg(1) + " 31-");
+        QVERIFY2(all.misplaced().value(1).text().contains("the first of them /x; "),
+                 qPrintable(all.misplaced().value(1).text()));
+        all.finish(results.overview, {});
+        QCOMPARE(rows_of(all, "SELECT dest_path FROM accounts WHERE \"INT\" = 2"), place.arg(2));
     }
 
     void takes_nothing_of_another_program_data()
