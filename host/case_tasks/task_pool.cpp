@@ -60,7 +60,7 @@ QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_sett
                 running.push_back(std::move(started));
             }
         }
-        std::erase_if(running, [&end](const placed_task& placed) {
+        const auto ended = std::erase_if(running, [&end](const placed_task& placed) {
             if (interruption::requested()) {
                 placed.task->cancel();
             }
@@ -77,7 +77,7 @@ QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_sett
             }
             return at_work;
         });
-        if (!running.empty()) {
+        if (!running.empty() && ended == 0) {
             // The end of a process is an event.
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
