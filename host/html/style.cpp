@@ -122,7 +122,7 @@ th[aria-sort="descending"]::after { content: " \2193"; }
   section { padding: 0.75rem 0; border: 0; border-top: 1px solid var(--line); border-radius: 0; }
   .scroll { overflow: visible; }
   th, td { padding: 0.3rem 0.35rem; }
-  .accounts th, .accounts td { font-size: 8pt; }
+  .accounts th, .accounts td { padding: 0.1rem 0.35rem; font-size: 7.5pt; }
   .accounts td:first-child { min-width: 11rem; }
   .accounts td:last-child { min-width: 14rem; }
   .tiles { grid-template-columns: repeat(8, 1fr); gap: 0.4rem; }
@@ -132,6 +132,8 @@ th[aria-sort="descending"]::after { content: " \2193"; }
   .account .facts { grid-template-columns: max-content minmax(0, 1fr) max-content minmax(0, 1fr); gap: 0.1rem 0.75rem; font-size: 8pt; }
   .account table { font-size: 8pt; }
   details.account { margin: 0; padding: 1.5pt 4pt; border-width: 0 0 1px; border-radius: 0; font-size: 8.5pt; }
+  .many details.user:has(> details.account) { columns: 2; column-gap: 1.5rem; }
+  .many details.account { padding: 1pt 0; font-size: 7.5pt; }
   .completeness td { font-size: 8pt; }
   .filter { display: none; }
   .picture { min-width: 0; }
@@ -149,6 +151,7 @@ const char* const report_script = R"js(
 addEventListener("beforeprint", function () {
   // Whole cards of very many accounts would be a heap of paper that nobody reads: they print one line each.
   var many = document.querySelectorAll("details.account").length > 60;
+  document.body.classList.toggle("many", many);
   document.querySelectorAll("details").forEach(function (part) {
     part.open = part.open || !many || !part.classList.contains("account");
   });

@@ -42,8 +42,12 @@ void write_account(report_html& html, const report_data& data, const report_acco
     const auto row = html.open("tr");
     write_foreign_cell(html, account.account.isEmpty() ? QStringLiteral("(no name)") : account.account);
     html.element("td", account.type.isEmpty() ? QStringLiteral("account store") : QStringLiteral("folder name"),
-                 {{"class", QStringLiteral("muted")}});
-    write_foreign_cell(html, account.type.isEmpty() ? QStringLiteral("not told") : account.type);
+                 {{"class", QStringLiteral("muted nowrap")}});
+    if (account.type.isEmpty()) {
+        html.element("td", QStringLiteral("not told"), {{"class", QStringLiteral("muted nowrap")}});
+    } else {
+        write_foreign_cell(html, account.type);
+    }
     write_number(html, account.files_copied, display_number(account.files_copied));
     write_number(html, account.amount.files, display_number(account.amount.files));
     write_number(html, account.amount.bytes, display_bytes(account.amount.bytes));

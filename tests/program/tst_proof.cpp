@@ -35,6 +35,25 @@ public:
         if (run.exit_code != 0 || root_hash.size() != 64) {
             qFatal("%s", run.errors.constData());
         }
+        fs::copy(source.root().toStdString(), aside("source"), fs::copy_options::recursive);
+        fs::copy(source.result().toStdString(), aside("case"), fs::copy_options::recursive);
+    }
+
+    /// Has source and result as they were after the run.
+    void restore() const
+    {
+        for (const char* name : {"source", "case"}) {
+            const std::string place = (QFileInfo(source.result()).path() + u'/').toStdString() + name;
+            fs::remove_all(place);
+            fs::copy(aside(name), place, fs::copy_options::recursive);
+        }
+        // A child process that is nobody in particular verifies.
+        for (const QString& place : {source.root() + "..", source.result()}) {
+            permit(place, 7);
+        }
+        for (const auto& entry : fs::recursive_directory_iterator(source.result().toStdString())) {
+            permit(QString::fromStdString(entry.path()), 7);
+        }
     }
 
     program_result verify(const QStringList& further) const
@@ -56,6 +75,11 @@ public:
 
     evidence_source source;
     QString root_hash;
+
+private:
+    std::string aside(const char* name) const { return untouched.filePath(name).toStdString(); }
+
+    QTemporaryDir untouched;
 };
 
 void append(const QString& path, const QByteArray& bytes = "x")
@@ -129,9 +153,9 @@ private slots:
                 [](const QString& seal) { without_line(seal, "run.json"); });
         in_seal("seal that leads elsewhere", "outside the result",
                 [](const QString& seal) { append(seal, QByteArray(64, 'a') + "  ../../etc/passwd\n"); });
-        in_seal("seal of a folder", "cannot read", [](const QString& seal) {
-            QFile::remove(seal);
-            QDir().mkpath(seal);
+        row("a folder for the seal", 1, "there is a directory in its place", [](const proven_result& one) {
+            QFile::remove(one.in_result(products + "seal.txt"));
+            QDir().mkpath(one.in_result(products + "seal.txt"));
         });
 
         for (const char* name : {"manifest.csv", "SHA256SUMS", "run.json", "log.txt", "mail.sqlite", "index_only.csv",
@@ -186,7 +210,7 @@ private slots:
             [](const proven_result& one) { write_file(one.in_source(mail + "V9/IMAP-a@b/9.emlx")); });
         row("a user gone from the source", 3, "source,Users/ben",
             [](const proven_result& one) { fs::remove_all(one.in_source("Users/ben").toStdString()); });
-        row("most users gone", 3, "other users",
+        row("other users", 1, "other users",
             [](const proven_result& one) {
                 fs::remove_all(one.in_source("Users").toStdString());
                 write_file(one.in_source("Users/eve/x"));
@@ -210,12 +234,8 @@ private slots:
 
     void every_change_is_told()
     {
-        const proven_result result;
-        permit(result.source.root() + "..", 7);
-        for (const auto& entry : fs::recursive_directory_iterator(result.source.result().toStdString())) {
-            permit(QString::fromStdString(entry.path()), 7);
-        }
-        permit(result.source.result(), 7);
+        static const proven_result result;
+        result.restore();
         QFETCH(const deed, change);
         change(result);
         QFETCH(QStringList, further);
@@ -237,7 +257,8 @@ private slots:
 
         // The report says the same, of itself and when it is asked for; a command that was refused has none.
         const bool is_recorded = !records.entryList({"*.json"}).isEmpty();
-        const bool is_green = content_of(result.in_result(products + "report.html")).contains("class=\"notice good\"");
+        const bool is_green =
+            content_of(result.in_result(products + "report.html")).contains("Every copy that is due is there");
         QVERIFY2(!is_recorded || is_green == (exit_code == 0), told);
         const program_result report = run_program({"report", "--result", result.source.result()});
         QVERIFY2(!is_recorded || report.exit_code == exit_code, report.errors);
