@@ -265,7 +265,8 @@ account_record record_maker::make()
     resolve_servers(store, by_identifier, account, record);
     take_settings();
     if (record.user_name.contains(u'\'') || record.address.contains(u'\'')) {
-        record.marks.append(QStringLiteral("its name holds a quote, at which a look-up that it is pasted into fails"));
+        record.marks.append(
+            QStringLiteral("its name holds a quote, which changes a look-up that it is pasted into, or lets it fail"));
     }
     return record;
 }

@@ -99,7 +99,7 @@ qint64 extract(const plugin_library& library, const extraction_settings& setting
     progress shown(QStringLiteral("copying"), expected_copies(settings.users), style);
 
     // The plug-in is asked to stop between two files.
-    interruption::wait_is_for(QStringLiteral("the copy of the file at work"));
+    interruption::wait_is_for(QStringLiteral("the file at work"));
     file_amount done_before;
     qint64 rows = 0;
     for (const plugin_task& task : tasks) {

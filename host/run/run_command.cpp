@@ -171,7 +171,7 @@ void finish(run_journal& journal, const QString& scheme)
 QString seal_and_report(run_journal& journal, const result_paths& result)
 {
     QString root_hash;
-    interruption::wait_is_for(QStringLiteral("the seal and the report"));
+    interruption::wait_is_for(QStringLiteral("the seal"));
     if (journal.record().status == run_status::finished) {
         // What the seal speaks for is on the disk before the seal is.
         journal.publish([&] { flush_file_system(result.root()); });

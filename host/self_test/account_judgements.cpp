@@ -12,19 +12,22 @@
 
 namespace {
 
-QJsonArray printed(const QString& program, const QString& command, const QString& result)
+QJsonArray printed(const QString& program, const QString& command, const QString& result,
+                   const QStringList& further = {})
 {
-    const child_ending ending = run_child(
-        program, {command, QStringLiteral("--result"), result, QStringLiteral("--format"), QStringLiteral("json")});
+    const QStringList arguments{command, QStringLiteral("--result"), result, QStringLiteral("--format"),
+                                QStringLiteral("json")};
+    const child_ending ending = run_child(program, arguments + further);
     if (ending.exit_code != 0 || !ending.json().isArray()) {
         refuse(command + QLatin1Char(' ') + ending.words());
     }
     return ending.json().array();
 }
 
-QJsonArray rows_of(const self_test_ground& ground, const QString& result)
+/// The plug-in's rows alone.
+QJsonArray rows_of(const QString& program, const QString& result)
 {
-    return printed(ground.program, QStringLiteral("show"), result);
+    return printed(program, QStringLiteral("show"), result, {QStringLiteral("--raw")});
 }
 
 /// Where the folder of a row lies in the source.
@@ -92,7 +95,7 @@ bool stands_in_table(const sample_account_folder& folder)
 QStringList shown_rows(const QString& program, const QString& result)
 {
     QStringList rows;
-    for (const QJsonValue row : printed(program, QStringLiteral("show"), result)) {
+    for (const QJsonValue row : rows_of(program, result)) {
         QJsonObject cells = row.toObject();
         cells.remove(QStringLiteral("INT"));
         cells[QStringLiteral("dest_path")] = source_folder(row);
@@ -104,7 +107,7 @@ QStringList shown_rows(const QString& program, const QString& result)
 
 void judge_no_invented_account(const self_test_ground& ground, const QString& result, examination& found)
 {
-    for (const QJsonValue row : rows_of(ground, result)) {
+    for (const QJsonValue row : rows_of(ground.program, result)) {
         const QString lies_in = source_folder(row);
         const auto& folders = ground.volume.written.account_folders;
         const auto folder = std::find_if(folders.begin(), folders.end(),
@@ -116,7 +119,7 @@ void judge_no_invented_account(const self_test_ground& ground, const QString& re
 
 void judge_association(const self_test_ground& ground, const QString& result, examination& found)
 {
-    const QJsonArray rows = rows_of(ground, result);
+    const QJsonArray rows = rows_of(ground.program, result);
     for (const QJsonValue row : rows) {
         const QString home = QStringLiteral("Users/%1/").arg(row[QLatin1String("system_user")].toString());
         found.expect(row[QLatin1String("source_count_name")].toString() == QLatin1String("Source1") &&
@@ -135,7 +138,7 @@ void judge_association(const self_test_ground& ground, const QString& result, ex
 
 void judge_log_honoured(const self_test_ground& ground, const QString& result, examination& found)
 {
-    const QJsonArray rows = rows_of(ground, result);
+    const QJsonArray rows = rows_of(ground.program, result);
     const QJsonArray accounts = printed(ground.program, QStringLiteral("accounts"), result);
     for (const sample_account_folder& folder : ground.volume.written.account_folders) {
         if (folder.only_in_log && folder.by_identifier && has_store(ground, folder.path)) {
@@ -179,7 +182,7 @@ void judge_counts(const self_test_ground& ground, const QString& result, examina
     for (const QByteArray& line : trial_content(paths.path(product::log)).split('\n')) {
         failures += line.contains("FAILED") ? 1 : 0;
     }
-    const qint64 shown = rows_of(ground, result).size();
+    const qint64 shown = rows_of(ground.program, result).size();
     found.expect(rows == shown, QStringLiteral("%1 rows counted, %2 shown").arg(rows).arg(shown));
     found.expect(copied == copied_in_manifest,
                  QStringLiteral("%1 files counted as copied, %2 in the manifest").arg(copied).arg(copied_in_manifest));

@@ -29,7 +29,7 @@ void add_two_users(const evidence_source& source)
 QStringList rows_of(const QString& result)
 {
     QStringList rows;
-    for (const QJsonValue row : run_program({"show", "--result", result, "--format", "json"}).json().array()) {
+    for (const QJsonValue row : run_program({"show", "--result", result, "--raw", "--format", "json"}).json().array()) {
         rows.append(QStringList{row["system_user"].toString(), row["account"].toString(),
                                 row["account_type"].toString(), row["source_count_name"].toString()}
                         .join('/'));
