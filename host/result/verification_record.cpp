@@ -13,6 +13,7 @@
 namespace {
 
 constexpr qint64 largest_record = 1 << 20;
+constexpr qint64 most_findings = qint64(1) << 50;
 
 QJsonValue text_or_null(const QString& text)
 {
@@ -24,37 +25,16 @@ QJsonObject amount_to_json(const file_amount& amount, qint64 findings)
     return {{"files", amount.files}, {"bytes", amount.bytes}, {"findings", findings}};
 }
 
+/// A number that no verification counts stands for as many as there can be, so that no sum of them comes to nothing.
+qint64 findings_from_json(const QJsonValue& value)
+{
+    const qint64 findings = value.toInteger();
+    return findings < 0 || findings > most_findings ? most_findings : findings;
+}
+
 file_amount amount_from_json(const QJsonObject& object)
 {
     return {object["files"].toInteger(), object["bytes"].toInteger()};
-}
-
-verification_record record_from_json(const QJsonObject& object)
-{
-    const QJsonObject seal = object["seal"].toObject();
-    verification_record record;
-    record.verified = QDateTime::fromString(object["verified_utc"].toString(), Qt::ISODateWithMs);
-    record.program_version = object["program_version"].toString();
-    record.login_name = object["operator"].toString();
-    record.source = object["source"].toString();
-    record.source_note = object["source_note"].toString();
-    record.sealed = seal["present"].toBool();
-    record.root_hash = seal["root_hash"].toString();
-    if (seal["as_expected"].isBool()) {
-        record.root_expected = seal["as_expected"].toBool();
-    }
-    record.sealed_files = seal["files"].toInteger();
-    record.seal_findings = seal["findings"].toInteger();
-    record.copies = amount_from_json(object["copies"].toObject());
-    record.copy_findings = object["copies"].toObject()["findings"].toInteger();
-    record.sources = amount_from_json(object["sources"].toObject());
-    record.source_findings = object["sources"].toObject()["findings"].toInteger();
-    record.recorded_faults = object["recorded_faults"].toInteger();
-    record.problem = object["problem"].toString();
-    // A record that contradicts itself is not taken at its word.
-    record.whole = object["outcome"].toString() == QLatin1String("whole") && record.findings() == 0 &&
-                   record.problem.isEmpty() && record.root_expected.value_or(true);
-    return record;
 }
 
 verification_record read_record(const QString& path)
@@ -66,7 +46,7 @@ verification_record read_record(const QString& path)
         return unreadable;
     }
     const QJsonObject object = QJsonDocument::fromJson(content.data).object();
-    verification_record record = record_from_json(object);
+    verification_record record = verification_from_json(object);
     if (!record.verified.isValid()) {
         unreadable.problem = QStringLiteral("%1: this is no record of a verification").arg(path);
         return unreadable;
@@ -96,6 +76,34 @@ QJsonObject verification_to_json(const verification_record& record)
         {"recorded_faults", record.recorded_faults},
         {"problem", text_or_null(record.problem)},
     };
+}
+
+verification_record verification_from_json(const QJsonObject& object)
+{
+    const QJsonObject seal = object["seal"].toObject();
+    verification_record record;
+    record.verified = QDateTime::fromString(object["verified_utc"].toString(), Qt::ISODateWithMs);
+    record.program_version = object["program_version"].toString();
+    record.login_name = object["operator"].toString();
+    record.source = object["source"].toString();
+    record.source_note = object["source_note"].toString();
+    record.sealed = seal["present"].toBool();
+    record.root_hash = seal["root_hash"].toString();
+    if (seal["as_expected"].isBool()) {
+        record.root_expected = seal["as_expected"].toBool();
+    }
+    record.sealed_files = seal["files"].toInteger();
+    record.seal_findings = findings_from_json(seal["findings"]);
+    record.copies = amount_from_json(object["copies"].toObject());
+    record.copy_findings = findings_from_json(object["copies"].toObject()["findings"]);
+    record.sources = amount_from_json(object["sources"].toObject());
+    record.source_findings = findings_from_json(object["sources"].toObject()["findings"]);
+    record.recorded_faults = findings_from_json(object["recorded_faults"]);
+    record.problem = object["problem"].toString();
+    // A record that contradicts itself is not taken at its word.
+    record.whole = object["outcome"].toString() == QLatin1String("whole") && record.findings() == 0 &&
+                   record.problem.isEmpty() && record.root_expected.value_or(true);
+    return record;
 }
 
 QString free_verification_place(const result_paths& result, const QDateTime& verified)

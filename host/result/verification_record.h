@@ -36,6 +36,8 @@ struct verification_record
 
 /// Returns the record as the object that its file holds.
 QJsonObject verification_to_json(const verification_record& record);
+/// Reads such an object; `verified` is invalid when it is none.
+verification_record verification_from_json(const QJsonObject& object);
 
 /// Returns a place for the record of a verification at a time, without the ending of its files; nothing lies there yet.
 QString free_verification_place(const result_paths& result, const QDateTime& verified);
