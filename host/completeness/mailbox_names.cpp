@@ -12,6 +12,9 @@ namespace {
 
 constexpr std::array mailbox_endings{".mbox", ".imapmbox"};
 
+/// No file system has names as long as this, and the time that normalising takes may grow with the length's square.
+constexpr qsizetype longest_normalised = 1024;
+
 /// Folders in which older releases keep what lies on the Mac alone.
 constexpr const char* local_folder = "Mailboxes";
 
@@ -106,7 +109,9 @@ mailbox_address parse_mailbox_address(const QByteArray& address)
 
 QByteArray comparable_name(const QByteArray& name)
 {
-    return is_utf8(name) ? QString::fromUtf8(name).normalized(QString::NormalizationForm_C).toUtf8() : name;
+    return name.size() <= longest_normalised && is_utf8(name)
+               ? text_from_utf8(name).normalized(QString::NormalizationForm_C).toUtf8()
+               : name;
 }
 
 QByteArray mailbox_path(const QList<QByteArray>& names)

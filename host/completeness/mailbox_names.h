@@ -4,7 +4,8 @@
 #include <QHash>
 #include <QList>
 
-// Names of mailboxes are compared as bytes: UTF-8 in normalisation form C where they are UTF-8, else as they are.
+// Names of mailboxes are compared as bytes: UTF-8 in normalisation form C where they are UTF-8 of a length
+// that a name can have, else as they are.
 
 /// A mailbox as an address of Mail's index names it; nothing in it is ever used as a path.
 struct mailbox_address

@@ -1,6 +1,7 @@
 #include "host/evidence/evidence_rows.h"
 
 #include "host/evidence/evidence_database.h"
+#include "host/text/utf8.h"
 
 #include <sqlite3.h>
 
@@ -47,7 +48,7 @@ double evidence_rows::real(int column) const
 
 QString evidence_rows::text(int column) const
 {
-    return QString::fromUtf8(bytes(column));
+    return text_from_utf8(bytes(column));
 }
 
 QByteArray evidence_rows::bytes(int column) const

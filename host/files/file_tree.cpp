@@ -1,5 +1,7 @@
 #include "host/files/file_tree.h"
 
+#include <QFile>
+
 #include <vector>
 
 namespace {
@@ -87,4 +89,10 @@ bool is_at_or_below(const QByteArray& path, const QByteArray& directory)
         return false;
     }
     return path.size() == directory.size() || directory.endsWith('/') || path[directory.size()] == '/';
+}
+
+QString decoded_name(const QByteArray& name)
+{
+    // Only at the very beginning of a text is the mark dropped.
+    return QFile::decodeName('/' + name).mid(1);
 }

@@ -30,5 +30,8 @@ bool is_directory(const QByteArray& path);
 /// Returns `directory` + "/" + `name`, with one separator also where `directory` ends with one.
 QByteArray child_path(const QByteArray& directory, const QByteArray& name);
 
+/// Returns a file's name as text, as QFile::decodeName() does, but with a byte order mark that it begins with.
+QString decoded_name(const QByteArray& name);
+
 /// True when `path` is `directory` or lies below it; both absolute and resolved; looks at the names alone.
 bool is_at_or_below(const QByteArray& path, const QByteArray& directory);

@@ -4,6 +4,7 @@
 #include "host/result/result_database.h"
 #include "host/result/row_folders.h"
 #include "host/text/failure.h"
+#include "host/text/utf8.h"
 #include "support/shared_texts.h"
 
 #include <QFile>
@@ -149,7 +150,7 @@ report_manifest apply_manifest(const result_paths& result, QList<report_user>& u
     for (auto rest = sums.by_user.cbegin(); rest != sums.by_user.cend(); ++rest) {
         // What belongs to no user, as the system's version, makes none.
         if (!rest.key().isEmpty()) {
-            users.append({QString::fromUtf8(rest.key()), {}, rest.value(), sums.years_by_user.value(rest.key())});
+            users.append({text_from_utf8(rest.key()), {}, rest.value(), sums.years_by_user.value(rest.key())});
         }
     }
     sums.whole.exceptions = gravest_first(sums);

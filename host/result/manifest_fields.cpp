@@ -110,7 +110,7 @@ QByteArray percent_encoded_cell(const QByteArray& name)
 
 QString manifest_text(const QByteArray& name)
 {
-    return QString::fromUtf8(percent_encoded_name(name));
+    return text_from_utf8(percent_encoded_name(name));
 }
 
 std::optional<QByteArray> percent_decoded_name(const QByteArray& text)
@@ -165,7 +165,7 @@ std::optional<file_time> time_from_text(const QByteArray& text)
     if (text.size() > longest_text ||
         std::sscanf(text.constData(), "%14lld-%2d-%2dT%2d:%2d:%2d.%9dZ", &year, &month, &day, &hour, &minute, &second,
                     &nanosecond) != 7 ||
-        month < 1 || month > 12 || day < 1 || year > latest_year || year < -latest_year) {
+        month < 1 || month > 12 || day < 1 || nanosecond < 0 || year > latest_year || year < -latest_year) {
         return std::nullopt;
     }
     const auto seconds = static_cast<quint64>(day_of({year, month, day})) * static_cast<quint64>(seconds_per_day) +

@@ -69,7 +69,7 @@ source_identity identify_source(const QByteArray& source)
     }
     for (const QByteArray& name : users.names) {
         const entry_facts home = quiet_stat(child_path(source, "Users/" + name), link_handling::follow);
-        identity.homes.append({QFile::decodeName(name), home.inode, birth_text(home)});
+        identity.homes.append({decoded_name(name), home.inode, birth_text(home)});
     }
     return identity;
 }

@@ -5,8 +5,6 @@
 #include "host/source/folder_names.h"
 #include "host/text/utf8.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <utility>
 
@@ -120,7 +118,7 @@ std::vector<QByteArray> mail_directories_of(const QByteArray& source, const std:
 source_user look_at_user(const QByteArray& source, const QByteArray& name)
 {
     source_user user;
-    user.name = QFile::decodeName(name);
+    user.name = decoded_name(name);
     user.is_reachable = is_utf8(name);
     look_for_mail(user, source, mail_directory_of(name));
     look_for_stores(user, source, account_folder_of(name));

@@ -67,7 +67,8 @@ QString display_text(const QByteArray& raw)
     shown.reserve(raw.size());
     qsizetype valid_from = 0;
     const auto flush = [&](qsizetype until) {
-        append_decoded(shown, QString::fromUtf8(raw.constData() + valid_from, until - valid_from), backslash::doubled);
+        append_decoded(shown, text_from_utf8(QByteArrayView(raw).sliced(valid_from, until - valid_from)),
+                       backslash::doubled);
     };
     for (qsizetype position = 0; position < raw.size();) {
         const qsizetype length = utf8_character_length(raw, position);

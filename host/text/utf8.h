@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
+#include <QStringDecoder>
 #include <QUtf8StringView>
 
 /// Returns how many of the bytes from `position` on form one UTF-8 character; 0 when they form none.
@@ -18,4 +20,12 @@ inline qsizetype utf8_character_length(const QByteArray& bytes, qsizetype positi
 inline bool is_utf8(const QByteArray& bytes)
 {
     return QUtf8StringView(bytes.constData(), bytes.size()).isValidUtf8();
+}
+
+/// Returns UTF-8 as text. QString::fromUtf8() drops a byte order mark at the beginning, with which a name may begin.
+inline QString text_from_utf8(QByteArrayView bytes)
+{
+    QStringDecoder decode(QStringConverter::Utf8,
+                          QStringConverter::Flag::ConvertInitialBom | QStringConverter::Flag::Stateless);
+    return decode(bytes);
 }

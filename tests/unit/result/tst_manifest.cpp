@@ -126,6 +126,7 @@ private slots:
             QCOMPARE(time_to_text(time), text);
             QCOMPARE(time_from_text(text), time);
         }
+        QVERIFY(!time_from_text("2024-02-29T13:01:01.-00000042Z"));
     }
 
     void damaged_manifests_are_named_not_read_past_data()

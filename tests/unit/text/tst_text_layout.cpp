@@ -1,4 +1,5 @@
 #include "host/text/csv.h"
+#include "host/text/display_text.h"
 #include "host/text/text_layout.h"
 #include "host/text/text_table.h"
 
@@ -28,6 +29,12 @@ private slots:
         QFETCH(QString, text);
         QTEST(int(text_width(text)), "width");
         QTEST(shortened_in_middle(text, 6), "in_six_columns");
+    }
+
+    void names_that_differ_look_different()
+    {
+        QCOMPARE(display_text(QByteArray("\xef\xbb\xbfx\xff\xef\xbb\xbf\xef\xbb\xbf")),
+                 "\\u{feff}x\\xff\\u{feff}\\u{feff}");
     }
 
     void lines_break_between_words_alone()
