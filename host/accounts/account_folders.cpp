@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr qint64 largest_property_list = 1 << 20;
+constexpr qint64 largest_property_list = 1 << 16;
 
 struct folder_prefix
 {

@@ -16,10 +16,22 @@ constexpr const char* no_dictionary = "the property list holds no dictionary";
 constexpr const char* no_key = "the property list does not hold the key";
 constexpr const char* no_string = "the value is no string";
 
+/// Goes to the first element. Entities of a list's own are refused: a few bytes of them fill any memory, and no list
+/// that a Mac writes has one.
+bool go_to_first_element(QXmlStreamReader& xml)
+{
+    while (xml.readNext() != QXmlStreamReader::StartElement) {
+        if (xml.atEnd() || (xml.isDTD() && xml.text().contains(QLatin1String("<!ENTITY")))) {
+            return false;
+        }
+    }
+    return true;
+}
+
 property_list_value string_in_xml(const QByteArray& data, const QString& key)
 {
     QXmlStreamReader xml(data);
-    if (!xml.readNextStartElement() || xml.name() != QLatin1String("plist")) {
+    if (!go_to_first_element(xml) || xml.name() != QLatin1String("plist")) {
         return failure("is no property list");
     }
     if (!xml.readNextStartElement() || xml.name() != QLatin1String("dict")) {

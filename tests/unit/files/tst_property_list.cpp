@@ -80,6 +80,9 @@ private slots:
         refused("xml, no string", xml("<dict><key>Live</key><true/></dict>"), "the value is no string");
         refused("xml, no dictionary", xml("<array/>"), "the property list holds no dictionary");
         refused("xml, cut off", xml("<dict><key>Live</key><string>V1").chopped(9), "the property list is damaged");
+        refused("xml, an entity of its own",
+                "<!DOCTYPE plist [<!ENTITY a \"V10\">]><plist><dict><key>Live</key><string>&a;</string></dict></plist>",
+                "is no property list");
         refused("no property list", "SQLite format 3", "is no property list");
         refused("empty", {}, "is no property list");
         refused("binary, no key", binary_list({{ascii("Else"), ascii("Live")}}),
