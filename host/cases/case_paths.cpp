@@ -28,9 +28,11 @@ QString source_directory_name(int index, const QString& evidence_number)
 
 std::optional<int> index_of_source_directory(const QString& name)
 {
-    static const QRegularExpression form(QStringLiteral("^([0-9]{4,9})(-.*)?$"));
+    static const QRegularExpression form(QStringLiteral("^([0-9]{4,10})(-.*)?\\z"));
     const QRegularExpressionMatch match = form.match(name);
-    return match.hasMatch() ? std::optional(match.captured(1).toInt()) : std::nullopt;
+    bool fits = false;
+    const int index = match.captured(1).toInt(&fits);
+    return fits ? std::optional(index) : std::nullopt;
 }
 
 QString attempt_name(qint64 generation, const QString& node)
@@ -40,7 +42,7 @@ QString attempt_name(qint64 generation, const QString& node)
 
 std::optional<qint64> generation_of_attempt(const QString& name)
 {
-    static const QRegularExpression form(QStringLiteral("^attempt-([0-9]{1,15})-[A-Za-z0-9._-]*$"));
+    static const QRegularExpression form(QStringLiteral("^attempt-([0-9]{1,15})-[A-Za-z0-9._-]*\\z"));
     const QRegularExpressionMatch match = form.match(name);
     return match.hasMatch() ? std::optional(match.captured(1).toLongLong()) : std::nullopt;
 }

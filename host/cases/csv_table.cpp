@@ -3,17 +3,59 @@
 #include "host/text/utf8.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
 constexpr QChar separators[] = {QLatin1Char(','), QLatin1Char(';'), QLatin1Char('\t')};
 
+/// Returns the separator that stands most often, outside of quotes, in the first line that says something: that line
+/// names the columns.
 QChar separator_of(const QString& text)
 {
-    const qsizetype line_end = text.indexOf(QLatin1Char('\n'));
-    const QString first = line_end < 0 ? text : text.left(line_end);
-    return *std::max_element(std::begin(separators), std::end(separators),
-                             [&first](QChar one, QChar other) { return first.count(one) < first.count(other); });
+    std::array<qsizetype, std::size(separators)> counts{};
+    bool is_quoted = false;
+    bool begins_field = true;
+    bool ended_quote = false; // which a second quote directly behind takes back
+    bool says_something = false;
+    for (const QChar letter : text) {
+        const auto* const found = std::find(std::begin(separators), std::end(separators), letter);
+        const bool is_separator = found != std::end(separators);
+        if (letter == QLatin1Char('"') && (is_quoted || begins_field || ended_quote)) {
+            says_something = says_something || ended_quote;
+            ended_quote = is_quoted;
+            is_quoted = !is_quoted;
+            begins_field = false;
+            continue;
+        }
+        if (letter == QLatin1Char('\n') && !is_quoted) {
+            if (says_something) {
+                break;
+            }
+            counts.fill(0);
+        } else if (is_separator && !is_quoted) {
+            ++counts[static_cast<std::size_t>(found - separators)];
+        } else {
+            says_something = true;
+        }
+        ended_quote = false;
+        begins_field = !is_quoted && (is_separator || letter == QLatin1Char('\n'));
+    }
+    return separators[std::max_element(counts.begin(), counts.end()) - counts.begin()];
+}
+
+/// Returns a line of fields; one that holds any of the special characters is quoted.
+QByteArray quoted_line(const QStringList& fields, QChar separator, QStringView special)
+{
+    QStringList written;
+    for (const QString& field : fields) {
+        const bool needs_quotes =
+            std::any_of(field.begin(), field.end(), [special](QChar letter) { return special.contains(letter); });
+        QString doubled = field;
+        doubled.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+        written.append(needs_quotes ? QLatin1Char('"') + doubled + QLatin1Char('"') : field);
+    }
+    return written.join(separator).toUtf8() + '\n';
 }
 
 int line_of(const QByteArray& data, qsizetype position)
@@ -123,23 +165,17 @@ bool read_csv(const QByteArray& data, csv_table& table, QString& error)
 
 QByteArray separated_line(const QStringList& fields, QChar separator)
 {
-    QStringList written;
-    for (const QString& field : fields) {
-        const bool needs_quotes = field.contains(separator) || field.contains(QLatin1Char('"')) ||
-                                  field.contains(QLatin1Char('\n')) || field.contains(QLatin1Char('\r'));
-        QString doubled = field;
-        doubled.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-        written.append(needs_quotes ? QLatin1Char('"') + doubled + QLatin1Char('"') : field);
-    }
-    return written.join(separator).toUtf8() + '\n';
+    return quoted_line(fields, separator, QStringLiteral("\"\n\r") + separator);
 }
 
 QByteArray csv_text(const csv_table& table)
 {
     QByteArray text = table.has_byte_order_mark ? "\xEF\xBB\xBF" : "";
-    text += separated_line(table.header, table.separator);
+    // The columns' names tell a reader the separator, and their first letter must not pass for the mark.
+    const QChar separator = table.header.size() > 1 ? table.separator : separators[0];
+    text += quoted_line(table.header, separator, u"\"\n\r,;\t\uFEFF");
     for (const csv_row& row : table.rows) {
-        text += separated_line(row.fields, table.separator);
+        text += separated_line(row.fields, separator);
     }
     return text;
 }

@@ -97,15 +97,11 @@ source_list empty_sources()
     return sources;
 }
 
-source_list read_sources(const QString& path)
+source_list sources_from(const QByteArray& text, const QString& path)
 {
-    const quiet_data data = quiet_read(QFile::encodeName(path), most_bytes_of_sources, link_handling::follow);
-    if (!data.error.isEmpty()) {
-        refuse(QStringLiteral("cannot read the list of sources %1: %2").arg(path, data.error));
-    }
     source_list sources;
     QString error;
-    if (!read_csv(data.data, sources.table, error)) {
+    if (!read_csv(text, sources.table, error)) {
         refuse(QStringLiteral("cannot use %1: %2").arg(path, error));
     }
     if (sources.table.header.isEmpty()) {
@@ -113,6 +109,15 @@ source_list read_sources(const QString& path)
     }
     take_rows(path, sources);
     return sources;
+}
+
+source_list read_sources(const QString& path)
+{
+    const quiet_data data = quiet_read(QFile::encodeName(path), most_bytes_of_sources, link_handling::follow);
+    if (!data.error.isEmpty()) {
+        refuse(QStringLiteral("cannot read the list of sources %1: %2").arg(path, data.error));
+    }
+    return sources_from(data.data, path);
 }
 
 void write_sources(const QString& path, const source_list& sources)

@@ -26,6 +26,9 @@ struct source_list
 /// Returns a list with no source and the columns that every list begins with.
 source_list empty_sources();
 
+/// Understands the text of a list. Throws a failure that names the line and the reason, and the list by `path`.
+source_list sources_from(const QByteArray& text, const QString& path);
+
 /// Reads a list. Throws a failure that names the path, the line and the reason.
 source_list read_sources(const QString& path);
 

@@ -87,6 +87,19 @@ private slots:
         }
     }
 
+    void the_next_attempt_has_a_name_that_is_read_back()
+    {
+        QTemporaryDir directory;
+        write_file(directory.filePath("lease"), "{\"generation\": 9223372036854775807}");
+        shift_lease(directory.path(), -1h);
+        const auto taken = take(directory);
+        QVERIFY(taken);
+        QCOMPARE(generation_of_attempt(attempt_name(taken->generation(), "n")), taken->generation());
+        QVERIFY(!generation_of_attempt("attempt-1-n\n"));
+        QCOMPARE(index_of_source_directory(source_directory_name(2'147'483'647, "EV")), 2'147'483'647);
+        QVERIFY(!index_of_source_directory("0001\n") && !index_of_source_directory("2147483648"));
+    }
+
     void age_by_the_file_server_data()
     {
         QTest::addColumn<int>("shift_s");

@@ -21,6 +21,8 @@ private slots:
         QTest::newRow("tabs, CR") << QByteArray("index\tsource\r1\t/a\r") << "1///a/";
         QTest::newRow("quotes, line break, own column, no index")
             << QByteArray("source,shelf,notes\n\"/a \"\"b\"\"\",4,\"x\ny\"\n,,\n") << "-///a \"b\"/x\ny";
+        QTest::newRow("commas in a title, empty lines before it")
+            << QByteArray("\n;;\n\"shelf, \"\"box\"\", room\";source\n4;/a\n") << "-///a/";
         QTest::newRow("short row") << QByteArray("index,source,notes\n1,/a") << "1///a/";
     }
     void reads_what_spreadsheets_write()
@@ -73,6 +75,14 @@ private slots:
         append_source(sources, {3, "EV", "/d", "n", 0});
         write_sources(path, sources);
         QCOMPARE(content_of(path), "\xEF\xBB\xBFsource;shelf;index\n\"/a;b\";4\n/c;;2\n/d;;3\n");
+        // What a written title holds is neither a separator nor a mark.
+        for (const QByteArray text :
+             {"\n\xEF\xBB\xBFshelf;source\n4;/a,b\n", "\nsource,\"a;b;c\"\n/a,4\n", "\"\"\"\";source\n;/a"}) {
+            const source_list read = sources_from(text, "s.csv");
+            const source_list again = sources_from(csv_text(read.table), "s.csv");
+            QCOMPARE(again.table.header, read.table.header);
+            QCOMPARE(again.rows.first().source, read.rows.first().source);
+        }
     }
 };
 
