@@ -72,8 +72,8 @@ public:
     void read_entries(const std::function<void(const index_entry&)>& take);
     /// Calls `take` with a message's number and the key of a label it bears; the same pair may come twice.
     void read_labels(const std::function<void(qint64 number, qint64 label)>& take);
-    /// Calls `take` with every message, by ascending numbers; texts are cut after some thousand characters. `wanted`
-    /// says whether there is anything to tell of a number.
+    /// Calls `take` with every message, by ascending numbers unless the table is damaged; texts are cut after some
+    /// thousand characters. `wanted` says whether there is anything to tell of a number.
     void read_messages(const std::function<bool(qint64 number)>& wanted,
                        const std::function<void(const index_message&)>& take);
 

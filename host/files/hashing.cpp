@@ -23,7 +23,7 @@ struct file_hasher::digest_state
     std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context{EVP_MD_CTX_new(), &EVP_MD_CTX_free};
 };
 
-file_hasher::file_hasher() : state(std::make_unique<digest_state>()), buffer(buffer_bytes)
+file_hasher::file_hasher() : state(std::make_unique<digest_state>())
 {
     if (!state->algorithm || !state->context) {
         throw std::runtime_error("libcrypto offers no SHA-256");
@@ -41,6 +41,8 @@ file_hasher::outcome file_hasher::hash(int descriptor,
                                        const std::function<bool(const unsigned char* piece, qint64 bytes)>& take)
 {
     outcome result;
+    // Whoever hashes bytes in memory alone needs none.
+    buffer.resize(buffer_bytes);
     EVP_DigestInit_ex2(state->context.get(), state->algorithm.get(), nullptr);
     while (true) {
         const ssize_t got = ::read(descriptor, buffer.data(), buffer.size());

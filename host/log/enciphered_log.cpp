@@ -7,7 +7,7 @@
 namespace {
 
 constexpr QByteArrayView record_marker(shared_texts::record_marker.data(), shared_texts::record_marker.size());
-constexpr qint64 chunk_size = 262'144;
+constexpr qint64 chunk_size = 65'536;
 // A log line has some hundred bytes; what is so long is no line, and reading on would fill the memory.
 constexpr qsizetype longest_record = qsizetype(1) << 20;
 constexpr qsizetype shortest_ciphertext = 3;
