@@ -21,16 +21,11 @@ QByteArray unescaped(const QByteArray& text)
 
 } // namespace
 
-std::optional<file_system_place> place_on_file_system(const QByteArray& path)
+std::optional<file_system_place> place_in_mount_table(const QByteArray& table, const QByteArray& path)
 {
-    // Only Linux has this table; where it is missing, mounts of parts of a file system are not known either.
-    QFile table(QStringLiteral("/proc/self/mountinfo"));
-    if (!table.open(QIODevice::ReadOnly)) {
-        return std::nullopt;
-    }
     std::optional<file_system_place> found;
     qsizetype deepest = -1;
-    for (const QByteArray& line : table.readAll().split('\n')) {
+    for (const QByteArray& line : table.split('\n')) {
         // Number, parent's number, file system, root within it, mount point, and what does not matter here.
         const QByteArrayList fields = line.split(' ');
         if (fields.size() < 5) {
@@ -46,4 +41,11 @@ std::optional<file_system_place> place_on_file_system(const QByteArray& path)
         }
     }
     return found;
+}
+
+std::optional<file_system_place> place_on_file_system(const QByteArray& path)
+{
+    // Only Linux has this table; where it is missing, mounts of parts of a file system are not known either.
+    QFile table(QStringLiteral("/proc/self/mountinfo"));
+    return table.open(QIODevice::ReadOnly) ? place_in_mount_table(table.readAll(), path) : std::nullopt;
 }

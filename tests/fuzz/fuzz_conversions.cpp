@@ -40,6 +40,14 @@ void convert_texts(const QString& text)
 
 } // namespace
 
+fuzz_plan plan()
+{
+    return {128,
+            {"2024-03-05T14:07:09.123+0100", "13351234567890123", "\\U", "+01:00", "Z", ".", "2024", "-", "e9",
+             "9223372036854775807", "PM", "Mar", ".jpg", ".mp4"},
+            {"2024-03-05T14:07:09Z", "2024-03-05 14:07:09", "726842829.5", "13351234567890123", "a\\U00e4b", "x.jpg"}};
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static plugin_helper_functions helper(nullptr);
