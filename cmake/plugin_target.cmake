@@ -18,6 +18,8 @@ add_library(extractor_objects OBJECT
     macos/account_store_extraction.cpp
     macos/apple_mail_extractor_macos.cpp
     macos/apple_mail_extractor_macos.h
+    macos/attempted_copies.cpp
+    macos/attempted_copies.h
     macos/bulk_mail_copying.cpp
     macos/mail_directory_extraction.cpp
     macos/mail_source_discovery.cpp

@@ -20,6 +20,7 @@ void apple_mail_extractor_macos::macos_extract_artifacts()
     bytes_before_run = bytes_copied_count;
     copy_progress_timer.invalidate();
     looked_up_store.clear();
+    bulk_attempts.clear();
     extract_plugin_artifacts();
     emit signal_extracted_records_of_plugin_macos(record_count);
 }

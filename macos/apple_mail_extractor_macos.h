@@ -1,5 +1,6 @@
 #pragma once
 
+#include "macos/attempted_copies.h"
 #include "support/bulk/copied_file.h"
 #include "support/scheme_extractor_settings.h"
 
@@ -162,4 +163,5 @@ private:
     QElapsedTimer copy_progress_timer;
     bool copies_in_bulk = false;
     bulk_copier* copier = nullptr; ///< while a bulk copy runs
+    attempted_copies bulk_attempts;
 };

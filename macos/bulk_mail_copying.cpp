@@ -41,7 +41,13 @@ void apple_mail_extractor_macos::count_files_of(const QString& folder)
     if (copy_destination_path.isEmpty()) {
         return;
     }
-    files_copied_count = count_files_as_copied(QFile::encodeName(folder), [this] {
+    // Folders may lie in each other by the hundred, and each would be gone through once more.
+    const QByteArray path = QFile::encodeName(folder);
+    files_copied_count = bulk_attempts.below(path);
+    if (files_copied_count > 0) {
+        return;
+    }
+    files_copied_count = count_files_as_copied(path, [this] {
         if (copy_progress_timer.isValid() && !cancel_requested) {
             signal_copy_progress();
         }
@@ -56,6 +62,7 @@ void apple_mail_extractor_macos::take_copied_file(const copied_file& file)
         bytes_copied_count += file.size;
         ++files_copied_count;
         ++files_attempted_in_run;
+        bulk_attempts.take(file.source_path);
     }
     emit signal_copied_file_of_plugin_macos(file);
     if (is_file && !cancel_requested) {
