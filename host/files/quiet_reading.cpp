@@ -341,7 +341,11 @@ quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links)
     if (file.facts.size > limit) {
         return {{}, QStringLiteral("is larger than %1 bytes").arg(limit)};
     }
-    return read_head(file, qsizetype(file.facts.size));
+    quiet_data content = read_head(file, qsizetype(file.facts.size));
+    if (content.error.isEmpty() && content.data.size() != file.facts.size) {
+        return {{}, QStringLiteral("ended at byte %1 of %2").arg(content.data.size()).arg(file.facts.size)};
+    }
+    return content;
 }
 
 entry_facts quiet_facts(const file_descriptor& descriptor)

@@ -1,10 +1,12 @@
 #include "host/report/data.h"
 
+#include "host/files/quiet_reading.h"
 #include "host/log/log_failures.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -58,7 +60,8 @@ void add_manifest(report_data& data)
     try {
         data.manifest = apply_manifest(data.result, data.users);
     } catch (const failure& unsound) {
-        data.notes.append(unsound.message());
+        const bool is_there = quiet_stat(QFile::encodeName(path)).kind != entry_kind::absent;
+        (is_there ? data.unreadable : data.notes).append(unsound.message());
         return;
     }
     const QDateTime written = QFileInfo(path).lastModified().toUTC();

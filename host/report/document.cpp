@@ -19,6 +19,7 @@
 #include "host/text/failure.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <array>
@@ -82,9 +83,9 @@ void write_contents(report_html& html, const report_data& data)
     }
 }
 
-void write_document(report_html& html, const report_data& data, const QString& directory)
+void write_document(report_html& html, const report_data& data, const report_dossier& dossier,
+                    const report_certificate& certificate, const QString& directory)
 {
-    const report_dossier dossier = load_dossier(data.result);
     html.doctype();
     const auto document = html.open("html", {{"lang", QStringLiteral("en")}});
     write_document_head(html, QStringLiteral("Apple Mail extraction: ") +
@@ -102,7 +103,7 @@ void write_document(report_html& html, const report_data& data, const QString& d
         write_accounts_section(html, dossier);
         write_copies_section(html, data, directory);
         write_picture_section(html, data);
-        write_certificate(html, data, load_certificate(data.result), directory);
+        write_certificate(html, data, certificate, directory);
         write_manifest_exceptions(html, data, directory);
         write_log_failures(html, data);
         write_declaration(html, data);
@@ -119,7 +120,7 @@ void write_document(report_html& html, const report_data& data, const QString& d
 report_outcome write_report(const result_paths& result, const QString& output)
 {
     const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(output));
-    const report_data data = load_report_data(result);
+    report_data data = load_report_data(result);
     if (data.run && !data.run->source.isEmpty() && lies_inside(path, data.run->source)) {
         refuse(path + QStringLiteral(": the report would lie in the source, which is only read"));
     }
@@ -128,9 +129,16 @@ report_outcome write_report(const result_paths& result, const QString& output)
                QStringLiteral(": the record of the run cannot be read, so that nobody knows which source must not "
                               "be written to; the report can only lie in the result"));
     }
+    const report_dossier dossier = load_dossier(result);
+    const report_certificate certificate = load_certificate(result);
+    if (quiet_stat(QFile::encodeName(result.path(product::mail_database))).kind != entry_kind::absent) {
+        data.unreadable += QStringList{dossier.problem, certificate.problem};
+        data.unreadable.removeAll(QString());
+        data.unreadable.removeDuplicates();
+    }
     durable_file file(path);
     report_html html(&file);
-    write_document(html, data, QFileInfo(path).absolutePath());
+    write_document(html, data, dossier, certificate, QFileInfo(path).absolutePath());
     file.commit();
     return {objections_to(data)};
 }

@@ -169,6 +169,10 @@ std::optional<manifest_entry> manifest_reader::next()
         if (file.error() != QFileDevice::NoError) {
             refuse(words_of(file));
         }
+        if (file.pos() != file.size()) {
+            refuse(QStringLiteral("%1: it ended at byte %2 of %3")
+                       .arg(file.fileName(), QString::number(file.pos()), QString::number(file.size())));
+        }
         return std::nullopt;
     }
     ++line_number;

@@ -248,7 +248,7 @@ void write_run_record(const result_paths& result, const run_record& record)
 std::optional<run_record> read_run_record(const result_paths& result)
 {
     QFile file(result.path(product::run_record));
-    if (!file.exists()) {
+    if (quiet_stat(QFile::encodeName(file.fileName())).kind == entry_kind::absent) {
         return std::nullopt;
     }
     if (!file.open(QIODevice::ReadOnly)) {

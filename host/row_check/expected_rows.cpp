@@ -10,6 +10,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cerrno>
 #include <set>
 
 namespace {
@@ -93,11 +94,8 @@ QString candidate_of(QString name)
 void store_expectation::list_entries()
 {
     const QByteArray directory = child_path(request.source, pair.version);
-    if (!is_directory(directory)) {
-        return;
-    }
     const directory_listing listing = quiet_list(directory);
-    if (!listing.error.isEmpty()) {
+    if (!listing.error.isEmpty() && listing.error_number != ENOTDIR && listing.error_number != ENOENT) {
         expectation.problems.append(QStringLiteral("%1: %2").arg(display_text(pair.version), listing.error));
     }
     for (const named_entry& found : listing.entries) {
@@ -200,9 +198,9 @@ void store_expectation::add_rows()
 void add_rows_of_folders(const row_check_request& request, row_expectation& expectation)
 {
     for (const QByteArray& path : request.seen.account_folders()) {
-        const bool is_link = quiet_stat(child_path(request.source, path)).kind == entry_kind::link;
-        if (is_link && !is_directory(child_path(request.source, path))) {
-            continue;
+        const entry_facts facts = quiet_stat(child_path(request.source, path), link_handling::follow);
+        if (facts.kind != entry_kind::directory && facts.kind != entry_kind::unknown) {
+            continue; // a link to no folder
         }
         if (!is_utf8(path)) {
             expectation.problems.append(

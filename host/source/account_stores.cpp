@@ -52,9 +52,16 @@ bool leads_outside(const QByteArray& source, const QByteArray& path)
     return !target.isEmpty() && !is_at_or_below(target, resolved_path(source));
 }
 
-std::optional<qint64> file_size(const QByteArray& source, const QByteArray& path)
+/// Returns the size of a store's companion; nothing where there is none, or, as the store's problem then says, nobody
+/// knows.
+std::optional<qint64> file_size(const QByteArray& source, const QByteArray& path, account_store& store)
 {
     const entry_facts facts = quiet_stat(path, link_handling::follow);
+    if (facts.kind == entry_kind::unknown) {
+        store.problem = QStringLiteral("cannot be read: its %1: %2")
+                            .arg(QString::fromLatin1(path.mid(path.lastIndexOf('-'))), facts.error);
+        store.error_number = facts.error_number;
+    }
     return facts.kind == entry_kind::file && !leads_outside(source, path) ? std::optional(facts.size) : std::nullopt;
 }
 
@@ -62,8 +69,11 @@ account_store examined(const QByteArray& source, const QByteArray& path, const e
 {
     account_store store;
     store.name = path.mid(path.lastIndexOf('/') + 1);
-    store.wal_bytes = file_size(source, path + "-wal");
-    store.shm_bytes = file_size(source, path + "-shm");
+    store.wal_bytes = file_size(source, path + "-wal", store);
+    store.shm_bytes = file_size(source, path + "-shm", store);
+    if (!store.problem.isEmpty()) {
+        return store;
+    }
     if (facts.kind == entry_kind::absent) {
         store.problem = QStringLiteral("is a link that leads nowhere");
         return store;

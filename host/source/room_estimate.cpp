@@ -69,8 +69,7 @@ QString room_amounts(const room_estimate& estimate)
     const QString free =
         estimate.error.isEmpty() ? display_bytes(estimate.free) : QStringLiteral("unknown (%1)").arg(estimate.error);
     const qint64 beside = estimate.working_copies + estimate.kept_files + estimate.records;
-    return QStringLiteral("needed %7%1 (Mail trees %2, account folders once more %3, account stores, kept files and "
-                          "records %4%5), free %6")
+    return QStringLiteral("needed %7%1 (Mail trees %2, account folders %3, other %4%5), free %6")
         .arg(display_bytes(estimate.needed()), display_bytes(estimate.mail_trees),
              display_bytes(estimate.account_folders), display_bytes(beside), earlier, free,
              estimate.is_least ? QStringLiteral("at least ") : QString());

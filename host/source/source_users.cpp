@@ -17,12 +17,20 @@ bool is_newer(const QString& version, const QString& other)
 }
 
 /// The plug-in looks for "V3" to "V9" by itself.
-QStringList newer_mail_versions(const QByteArray& mail_directory, const directory_listing& listing)
+QStringList newer_mail_versions(const QByteArray& source, const QByteArray& mail_directory,
+                                const directory_listing& listing, std::vector<blocked_look>& blocked)
 {
     QStringList versions;
     for (const named_entry& entry : listing.entries) {
         const bool has_number_above_9 = is_version_name(entry.name) && entry.name.size() > 2 && entry.name[1] != '0';
-        if (has_number_above_9 && is_directory(child_path(mail_directory, entry.name))) {
+        if (!has_number_above_9) {
+            continue;
+        }
+        const QByteArray path = child_path(mail_directory, entry.name);
+        const entry_facts facts = quiet_stat(child_path(source, path), link_handling::follow);
+        if (facts.kind == entry_kind::unknown) {
+            blocked.push_back({path, facts.error, facts.error_number});
+        } else if (facts.kind == entry_kind::directory) {
             versions.append(QString::fromLatin1(entry.name));
         }
     }
@@ -50,9 +58,8 @@ void look_for_mail(source_user& user, const QByteArray& source, const QByteArray
     if (look.found != presence::present) {
         return;
     }
-    const QByteArray path = child_path(source, mail_directory);
-    const directory_listing listing = quiet_list(path);
-    user.newer_mail_versions = newer_mail_versions(path, listing);
+    const directory_listing listing = quiet_list(child_path(source, mail_directory));
+    user.newer_mail_versions = newer_mail_versions(source, mail_directory, listing, user.blocked);
     if (!listing.error.isEmpty()) {
         user.blocked.push_back({mail_directory, listing.error, listing.error_number});
     }

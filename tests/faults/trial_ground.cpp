@@ -23,7 +23,7 @@ namespace {
 const QString anna_folder = "6F9619FF-8B86-D011-B42D-00CF4FC964FF";
 const QString anna_second = "0C3E0B53-7B55-4E4B-9E0F-6A1C1D1E1F20";
 const QString ben_folder = "A8098C1A-F86E-11DA-BD1A-00112444BE1E";
-constexpr int longest_trial_ms = 30'000;
+constexpr int longest_trial_ms = 120'000;
 
 QMap<QString, QByteArray> make_source(const trial_ground& ground)
 {

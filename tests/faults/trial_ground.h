@@ -23,7 +23,7 @@ struct chosen_fault
 
 struct trial_ending
 {
-    int exit_code = -1;  ///< -1 when it crashed or did not end within half a minute
+    int exit_code = -1;  ///< -1 when it crashed or did not end within two minutes
     bool met = false;    ///< the chosen call was made
     QByteArray met_path; ///< the first that failed, below the ground
     QByteArray output;   ///< standard output
