@@ -84,6 +84,10 @@ public:
     bool bulk_copying() const { return copies_in_bulk; }
     /// Chooses how later extractions copy.
     void set_bulk_copying(bool in_bulk) { copies_in_bulk = in_bulk; }
+    /// True when copies in bulk end with a sync of their file system.
+    bool bulk_sync() const { return syncs_in_bulk; }
+    /// Leaves the sync to the host with false.
+    void set_bulk_sync(bool syncs) { syncs_in_bulk = syncs; }
 
 signals:
     /// Rows written so far; during extraction about once a second.
@@ -162,6 +166,7 @@ private:
     qint64 bytes_before_run = 0;
     QElapsedTimer copy_progress_timer;
     bool copies_in_bulk = false;
+    bool syncs_in_bulk = true;
     bulk_copier* copier = nullptr; ///< while a bulk copy runs
     attempted_copies bulk_attempts;
 };

@@ -21,7 +21,7 @@ bool apple_mail_extractor_macos::copy_mail_directories_in_bulk()
             [this] { signal_copy_progress_of_long_file(); });
         copier = &bulk;
         copy_mail_directories();
-        if (cancel_requested) {
+        if (cancel_requested || !syncs_in_bulk) {
             bulk.finish();
         } else {
             bulk.sync(QFile::encodeName(destination_root_path));

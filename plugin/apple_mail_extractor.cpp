@@ -231,6 +231,16 @@ void apple_mail_extractor::set_bulk_copying(bool in_bulk)
     extractor_macos->set_bulk_copying(in_bulk);
 }
 
+bool apple_mail_extractor::bulk_sync() const
+{
+    return extractor_macos->bulk_sync();
+}
+
+void apple_mail_extractor::set_bulk_sync(bool syncs)
+{
+    extractor_macos->set_bulk_sync(syncs);
+}
+
 QString apple_mail_extractor::plugin_version() const
 {
     return QStringLiteral(APPLE_MAIL_EXTRACTOR_VERSION);

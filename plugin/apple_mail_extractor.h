@@ -30,6 +30,9 @@ class Q_DECL_EXPORT apple_mail_extractor : public QFrame
     /// Copies by several threads, hashed on the way, and counts account folders without copying them once more; false
     /// unless a host sets it.
     Q_PROPERTY(bool bulk_copying READ bulk_copying WRITE set_bulk_copying)
+    /// False when the host itself syncs the file system of the copies in bulk before it relies on them, once for
+    /// several objects for instance; true unless a host sets it.
+    Q_PROPERTY(bool bulk_sync READ bulk_sync WRITE set_bulk_sync)
     /// The plug-in's own version, such as "1.0.0".
     Q_PROPERTY(QString plugin_version READ plugin_version CONSTANT)
 
@@ -83,6 +86,10 @@ public:
     bool bulk_copying() const;
     /// Chooses how later extractions copy.
     void set_bulk_copying(bool in_bulk);
+    /// True when a copy in bulk ends with a sync.
+    bool bulk_sync() const;
+    /// Chooses whether later copies in bulk end with a sync.
+    void set_bulk_sync(bool syncs);
     /// Returns the plug-in's own version.
     QString plugin_version() const;
 

@@ -1,5 +1,6 @@
 #include "host/accounts/account_folders.h"
 
+#include "host/files/all_cores.h"
 #include "host/files/file_tree.h"
 #include "host/files/property_list.h"
 #include "host/source/folder_names.h"
@@ -36,10 +37,14 @@ void add_problem(const QByteArray& path, const QString& reason, QStringList& pro
     problems.append(QStringLiteral("%1: %2").arg(display_text(path), reason));
 }
 
-QString live_version(const QByteArray& mail_directory, QStringList& problems)
+QString live_version(const QByteArray& mail_directory, const content_place& copy_of, QStringList& problems)
 {
     const QByteArray path = child_path(mail_directory, "PersistenceInfo.plist");
-    const quiet_data list = quiet_read(path, largest_property_list);
+    quiet_data list;
+    read_content(path, quiet_stat(path), copy_of, [&list](const quiet_file& file) {
+        list = quiet_read(file, largest_property_list);
+        return list.error.isEmpty();
+    });
     if (list.error_number != 0 && list.error_number != ENOENT) {
         add_problem(path, list.error, problems);
     }
@@ -96,15 +101,16 @@ int version_number(const QString& name)
 } // namespace
 
 std::vector<account_folder_found> find_account_folders(const QByteArray& source, const QByteArray& user,
-                                                       QStringList& problems)
+                                                       const content_place& copy_of, QStringList& problems)
 {
     std::vector<account_folder_found> found;
+    std::vector<QByteArray> paths; // of those found
     const QByteArray mail = child_path(source, mail_directory_of(user));
     const directory_listing versions = quiet_list(mail);
     if (!versions.error.isEmpty() && quiet_stat(mail).kind != entry_kind::absent) {
         add_problem(mail, versions.error, problems);
     }
-    const QString live = live_version(mail, problems);
+    const QString live = live_version(mail, copy_of, problems);
     for (const named_entry& version : versions.entries) {
         const QByteArray directory = child_path(mail, version.name);
         if (!version.facts.error.isEmpty()) {
@@ -131,11 +137,15 @@ std::vector<account_folder_found> find_account_folders(const QByteArray& source,
                 folder.place.live = live == folder.place.mail_version;
             }
             folder.place.path = display_text(child_path(child_path(mail_directory_of(user), version.name), entry.name));
-            measure(child_path(directory, entry.name), folder.place);
-            if (!folder.place.problem.isEmpty()) {
-                problems.append(folder.place.problem);
-            }
             found.push_back(std::move(folder));
+            paths.push_back(child_path(directory, entry.name));
+        }
+    }
+    for_each_on_all_cores(
+        found.size(), [&](std::size_t at) { measure(paths[at], found[at].place); }, 1);
+    for (const account_folder_found& folder : found) {
+        if (!folder.place.problem.isEmpty()) {
+            problems.append(folder.place.problem);
         }
     }
     std::stable_sort(found.begin(), found.end(),

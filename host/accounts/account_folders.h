@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/accounts/account_record.h"
+#include "host/files/content_place.h"
 
 #include <QByteArray>
 #include <QStringList>
@@ -21,6 +22,6 @@ struct account_folder_found
 };
 
 /// Finds the folders in every Mail version directory of a user, oldest version first. No link is followed.
-/// What could not be looked at is appended to `problems`.
+/// What could not be looked at is appended to `problems`. Content is read where `copy_of` knows it.
 std::vector<account_folder_found> find_account_folders(const QByteArray& source, const QByteArray& user,
-                                                       QStringList& problems);
+                                                       const content_place& copy_of, QStringList& problems);

@@ -158,7 +158,7 @@ void user_dossier::read_store(const QByteArray& name, const QByteArray& path)
     const QString store = display_text(name);
     evidence_limits limits;
     limits.cancelled = request.cancelled;
-    const evidence_copies copies(request.source, path, request.scratch, limits);
+    const evidence_copies copies(request.source, path, request.scratch, limits, request.copy_of);
     dossier.problems += copies.problems();
     store_records alone;
     if (copies.has_log()) {
@@ -282,7 +282,7 @@ void user_dossier::add_folder_without_record(const account_folder_found& folder)
 
 void user_dossier::read()
 {
-    folders = find_account_folders(request.source, user, dossier.problems);
+    folders = find_account_folders(request.source, user, request.copy_of, dossier.problems);
     for (const account_folder_found& folder : folders) {
         if (!folder.identifier.isEmpty()) {
             folder_identifiers.insert(folder.identifier);

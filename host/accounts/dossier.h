@@ -2,6 +2,7 @@
 
 #include "host/accounts/account_record.h"
 #include "host/evidence/evidence_limits.h"
+#include "host/files/content_place.h"
 
 #include <QByteArray>
 #include <QString>
@@ -15,6 +16,7 @@ struct dossier_request
     std::vector<QByteArray> users; ///< names of directories below "Users"
     QString scratch;               ///< an existing directory outside the source, for copies of the stores
     std::function<bool()> cancelled = [] { return false; }; ///< true ends the work; what is there by then is returned
+    content_place copy_of = {};                             ///< of files that need not be read in the source
 };
 
 /// Reads the account stores and looks at the account folders of each user. The source is only read; what cannot be

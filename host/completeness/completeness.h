@@ -2,6 +2,7 @@
 
 #include "host/completeness/mail_index.h"
 #include "host/completeness/reconciliation.h"
+#include "host/files/content_place.h"
 
 #include <QHash>
 
@@ -110,6 +111,8 @@ struct completeness_request
     QString scratch;           ///< directory outside the source for copies of an index, which go again
     evidence_limits limits = index_limits();
     QHash<QByteArray, QString> settings = {}; ///< by an account's identifier, upper case
+    content_place copy_of = {}; ///< where messages and index need not be read in the source; names are always its own
+    std::function<void(qint64 messages)> looked_into = {}; ///< is told now and then how many more were; may be empty
 
     /// Returns limits for an index: it may have several gigabytes.
     static evidence_limits index_limits();

@@ -1,7 +1,6 @@
 #include "host/completeness/judged_message.h"
 
 #include "host/completeness/message_head.h"
-#include "host/files/quiet_reading.h"
 
 #include <algorithm>
 #include <array>
@@ -42,20 +41,19 @@ QString reading_failure()
 
 } // namespace
 
-judged_message judge_message_file(const QByteArray& path, bool is_partial)
+judged_message judge_message_file(const quiet_file& file, bool is_partial)
 {
-    const quiet_file file = quiet_open(path);
     if (!file.error.isEmpty()) {
-        return {file.error, {}, {}};
+        return {file.error, {}, {}, false};
     }
     std::array<char, piece_size> buffer; // NOLINT: filled before it is read
     auto filled = fill(file.descriptor.get(), buffer.data(), head_size);
     if (!filled) {
-        return {reading_failure(), {}, {}};
+        return {reading_failure(), {}, {}, false};
     }
     const message_head head = judge_message_head(QByteArrayView(buffer.data(), *filled), file.facts.size);
     if (!head.problem.isEmpty() || !is_partial) {
-        return {head.problem, {}, {}};
+        return {head.problem, {}, {}, true};
     }
     emptied_part_finder finder;
     qint64 left = std::min(head.length, longest_partial_message);
@@ -66,11 +64,11 @@ judged_message judge_message_file(const QByteArray& path, bool is_partial)
         left -= piece.size();
         filled = left > 0 ? fill(file.descriptor.get(), buffer.data(), buffer.size()) : 0;
         if (!filled) {
-            return {reading_failure(), {}, {}};
+            return {reading_failure(), {}, {}, false};
         }
         piece = QByteArrayView(buffer.data(), *filled);
     }
-    judged_message judged{{}, finder.finish(), {}};
+    judged_message judged{{}, finder.finish(), {}, true};
     if (left > 0) {
         judged.problem = QStringLiteral("became shorter while it was read");
     } else if (head.length > longest_partial_message || !finder.is_complete()) {

@@ -2,18 +2,22 @@
 
 #include "host/completeness/judged_message.h"
 #include "host/completeness/mailbox_names.h"
+#include "host/files/all_cores.h"
 #include "host/files/file_tree.h"
 #include "host/source/folder_names.h"
 
 #include <QHash>
 
 #include <algorithm>
+#include <deque>
 #include <optional>
 
 namespace {
 
 constexpr const char* whole_ending = ".emlx";
 constexpr const char* partial_ending = ".partial";
+// Enough for all cores, few enough to bound the memory.
+constexpr std::size_t candidates_at_once = 1024;
 
 /// Finder's leavings and the second halves of files on foreign disks hold no mail.
 bool is_foreign(const QByteArray& name)
@@ -21,12 +25,15 @@ bool is_foreign(const QByteArray& name)
     return name == ".DS_Store" || name.startsWith("._");
 }
 
-/// One message file of a directory, not looked into yet.
+/// One message file of a directory, and once it was looked into, what that gave.
 struct candidate
 {
     qint64 number;
     bool is_partial;
     const named_entry* entry;
+    bool begins_pair = false; ///< the next one is the same message, of which the whole form says all there is to say
+    judged_message judged = {};
+    std::vector<emptied_part> absent = {}; ///< of a readable message, the parts that nothing on disk holds
 
     bool operator<(const candidate& other) const
     {
@@ -51,7 +58,7 @@ std::optional<candidate> candidate_of(const named_entry& entry)
     bool is_number = false;
     const qint64 number = stem.toLongLong(&is_number);
     const bool is_canonical = is_number && number >= 0 && QByteArray::number(number) == stem;
-    return candidate{is_canonical ? number : -1, is_partial, &entry};
+    return candidate{is_canonical ? number : -1, is_partial, &entry, false, {}, {}};
 }
 
 /// Where the mail program keeps the message of a number: its thousands' digits, the last one first.
@@ -79,13 +86,7 @@ bool holds_content(const QByteArray& directory, const std::function<bool()>& can
 class tree_reader
 {
 public:
-    tree_reader(mail_files& target, const std::function<void(const absent_attachment&)>& absent_sink,
-                const std::function<bool()>& asked)
-        : files(target)
-        , on_absent(absent_sink)
-        , cancelled(asked)
-    {
-    }
+    tree_reader(mail_files& target, const mail_file_search& wanted) : files(target), search(wanted) {}
 
     void read_account(const QByteArray& folder)
     {
@@ -93,11 +94,15 @@ public:
         files.accounts.append(account);
         pending.clear();
         pending.push_back({folder, {}, {}, -1});
-        while (!pending.empty() && !cancelled()) {
+        while (!pending.empty() && !search.cancelled()) {
             const place here = std::move(pending.back());
             pending.pop_back();
             read_directory(here);
+            if (candidates_waiting >= candidates_at_once) {
+                look_into_waiting();
+            }
         }
+        look_into_waiting();
     }
 
 private:
@@ -110,28 +115,53 @@ private:
         qint32 mailbox = -1;
     };
 
+    /// A directory that was listed, whose messages are still to be looked into.
+    struct listed_directory
+    {
+        QByteArray path;
+        directory_listing listing;
+        std::vector<candidate> candidates; ///< point into the listing
+        qint32 mailbox = -1;
+        std::vector<walk_note> notes;
+    };
+
     void read_directory(const place& here)
     {
-        const directory_listing listing = quiet_list(child_path(files.root, here.path));
-        if (!listing.error.isEmpty()) {
-            files.notes.push_back({here.path, listing.error});
+        listed_directory listed{here.path, quiet_list(child_path(files.root, here.path)), {}, -1, {}};
+        if (!listed.listing.error.isEmpty()) {
+            listed.notes.push_back({here.path, listed.listing.error});
         }
-        std::vector<candidate> candidates;
-        for (const named_entry& entry : listing.entries) {
-            const auto message = candidate_of(entry);
+        for (const named_entry& entry : listed.listing.entries) {
+            auto message = candidate_of(entry);
             if (entry.facts.kind == entry_kind::directory) {
                 add_directory(here, entry.name);
             } else if (message) {
-                candidates.push_back(*message);
+                listed.candidates.push_back(std::move(*message));
                 ++files.seen;
             } else if (!entry.facts.error.isEmpty()) {
-                files.notes.push_back({child_path(here.path, entry.name), entry.facts.error});
+                listed.notes.push_back({child_path(here.path, entry.name), entry.facts.error});
             } else if (entry.facts.kind == entry_kind::link) {
                 files.links.push_back(child_path(here.path, entry.name));
             }
         }
-        if (!candidates.empty()) {
-            read_messages(here, listing, candidates);
+        if (!listed.candidates.empty()) {
+            listed.mailbox = mailbox_of(here);
+            sort_candidates(listed.candidates);
+            candidates_waiting += listed.candidates.size();
+        }
+        if (!listed.candidates.empty() || !listed.notes.empty()) {
+            waiting.push_back(std::move(listed));
+        }
+    }
+
+    static void sort_candidates(std::vector<candidate>& candidates)
+    {
+        std::sort(candidates.begin(), candidates.end());
+        for (std::size_t at = 0; at + 1 < candidates.size(); ++at) {
+            candidate& first = candidates[at];
+            const candidate& second = candidates[at + 1];
+            first.begins_pair =
+                first.number >= 0 && second.number == first.number && !first.is_partial && second.is_partial;
         }
     }
 
@@ -180,26 +210,72 @@ private:
         return mailbox_at(names);
     }
 
-    void read_messages(const place& here, const directory_listing& listing, std::vector<candidate>& candidates)
+    /// Looks into the messages of all directories that wait, on all cores, and takes them in the order of the walk.
+    void look_into_waiting()
     {
-        std::sort(candidates.begin(), candidates.end());
-        const qint32 mailbox = mailbox_of(here);
-        const auto directory = qint32(files.directories.size());
-        files.directories.push_back(here.path);
-        for (std::size_t at = 0; at < candidates.size(); ++at) {
-            if (cancelled()) {
-                files.seen -= qint64(candidates.size() - at);
+        std::vector<std::pair<const listed_directory*, candidate*>> messages;
+        for (listed_directory& listed : waiting) {
+            for (std::size_t at = 0; at < listed.candidates.size(); at += listed.candidates[at].begins_pair ? 2 : 1) {
+                messages.emplace_back(&listed, &listed.candidates[at]);
+            }
+        }
+        for_each_on_all_cores(messages.size(), [&](std::size_t at) {
+            if (search.cancelled()) {
                 return;
             }
-            const candidate& first = candidates[at];
-            const candidate* second = at + 1 < candidates.size() ? &candidates[at + 1] : nullptr;
-            const bool is_pair = second && first.number >= 0 && second->number == first.number && !first.is_partial &&
-                                 second->is_partial;
-            mail_file file = read_message(here, listing, first, mailbox);
-            if (is_pair) {
-                // The whole form says all there is to say, unless it is damaged.
+            const auto& [listed, message] = messages[at];
+            look_into(*listed, *message);
+            // The other form matters only where the whole one is damaged.
+            if (message->begins_pair && !message->judged.problem.isEmpty()) {
+                look_into(*listed, *std::next(message));
+            }
+        });
+        const bool are_whole = !search.cancelled();
+        files.seen -= are_whole ? 0 : qint64(candidates_waiting);
+        for (const listed_directory& listed : waiting) {
+            if (are_whole) {
+                take_messages(listed);
+            }
+        }
+        if (are_whole && search.looked_into && candidates_waiting > 0) {
+            search.looked_into(qint64(candidates_waiting));
+        }
+        waiting.clear();
+        candidates_waiting = 0;
+    }
+
+    /// Fills in what a message file holds; called by several threads.
+    void look_into(const listed_directory& listed, candidate& message) const
+    {
+        const QByteArray path = child_path(child_path(files.root, listed.path), message.entry->name);
+        read_content(path, message.entry->facts, search.copy_of, [&message](const quiet_file& content) {
+            message.judged = judge_message_file(content, message.is_partial);
+            return message.judged.is_read;
+        });
+        if (!message.judged.problem.isEmpty()) {
+            return;
+        }
+        for (const emptied_part& part : message.judged.parts) {
+            if (!is_kept(listed.path, listed.listing, message.number, part.number)) {
+                message.absent.push_back(part);
+            }
+        }
+    }
+
+    void take_messages(const listed_directory& listed)
+    {
+        files.notes.insert(files.notes.end(), listed.notes.begin(), listed.notes.end());
+        if (listed.candidates.empty()) {
+            return;
+        }
+        const auto directory = qint32(files.directories.size());
+        files.directories.push_back(listed.path);
+        for (std::size_t at = 0; at < listed.candidates.size(); ++at) {
+            const candidate& first = listed.candidates[at];
+            mail_file file = take_message(listed, first);
+            if (first.begins_pair) {
                 if (!file.is_readable()) {
-                    const mail_file partial = read_message(here, listing, *second, mailbox);
+                    const mail_file partial = take_message(listed, listed.candidates[at + 1]);
                     file = partial.is_readable() ? partial : file;
                 }
                 file.is_pair = true;
@@ -210,36 +286,33 @@ private:
         }
     }
 
-    mail_file read_message(const place& here, const directory_listing& listing, const candidate& message,
-                           qint32 mailbox)
+    mail_file take_message(const listed_directory& listed, const candidate& message)
     {
         const QByteArray& name = message.entry->name;
         mail_file file;
         file.number = message.number;
-        file.mailbox = mailbox;
+        file.mailbox = listed.mailbox;
         file.is_partial = message.is_partial;
-        file.is_in_place = message.number >= 0 && here.path.endsWith(place_of(message.number));
+        file.is_in_place = message.number >= 0 && listed.path.endsWith(place_of(message.number));
         if (message.number < 0 || name != name_of(message.number, message.is_partial)) {
             file.named = qint32(files.names.size());
             files.names.push_back(name);
         }
-        const QByteArray path = child_path(here.path, name);
-        const judged_message judged = judge_message_file(child_path(files.root, path), message.is_partial);
-        file.problem = judged.problem.isEmpty() ? -1 : problem_position(judged.problem);
-        if (!judged.note.isEmpty()) {
-            files.notes.push_back({path, judged.note});
+        const QByteArray path = child_path(listed.path, name);
+        file.problem = message.judged.problem.isEmpty() ? -1 : problem_position(message.judged.problem);
+        if (!message.judged.note.isEmpty()) {
+            files.notes.push_back({path, message.judged.note});
         }
-        for (const emptied_part& part : judged.parts) {
-            if (file.is_readable() && !is_kept(here.path, listing, message.number, part.number)) {
-                ++file.absent;
-                on_absent({files.mailboxes[std::size_t(mailbox)], path, part});
-            }
+        file.absent = qint32(message.absent.size());
+        for (const emptied_part& part : message.absent) {
+            search.on_absent({files.mailboxes[std::size_t(listed.mailbox)], path, part});
         }
         return file;
     }
 
     /// The content of a part lies decoded in a folder of its own, or encoded beside the message.
-    bool is_kept(const QByteArray& directory, const directory_listing& listing, qint64 number, const QByteArray& part)
+    bool is_kept(const QByteArray& directory, const directory_listing& listing, qint64 number,
+                 const QByteArray& part) const
     {
         const QByteArray beside = QByteArray::number(number) + '.' + part + ".emlxpart";
         const auto found =
@@ -252,7 +325,7 @@ private:
         const bool is_usual = directory.endsWith("/Messages");
         const QByteArray bucket = is_usual ? directory.left(directory.lastIndexOf('/')) : directory;
         return holds_content(child_path(files.root, bucket) + "/Attachments/" + QByteArray::number(number) + '/' + part,
-                             cancelled);
+                             search.cancelled);
     }
 
     qint32 problem_position(const QString& problem)
@@ -268,10 +341,11 @@ private:
     }
 
     mail_files& files;
-    const std::function<void(const absent_attachment&)>& on_absent;
-    const std::function<bool()>& cancelled;
+    const mail_file_search& search;
     QByteArray account;
     std::vector<place> pending;
+    std::deque<listed_directory> waiting; // elements stay where they are
+    std::size_t candidates_waiting = 0;
     QHash<QByteArray, qint32> mailboxes;
     QHash<QString, qint32> problems;
 };
@@ -284,9 +358,7 @@ QByteArray mail_files::path_of(const mail_file& file) const
     return child_path(directories[std::size_t(file.directory)], name);
 }
 
-mail_files find_mail_files(const QByteArray& root, const std::function<bool(const QByteArray& folder)>& is_account,
-                           const std::function<void(const absent_attachment&)>& on_absent,
-                           const std::function<bool()>& cancelled)
+mail_files find_mail_files(const QByteArray& root, const mail_file_search& search)
 {
     mail_files files;
     files.root = root;
@@ -294,9 +366,9 @@ mail_files find_mail_files(const QByteArray& root, const std::function<bool(cons
     if (!listing.error.isEmpty()) {
         files.notes.push_back({{}, listing.error});
     }
-    tree_reader reader(files, on_absent, cancelled);
+    tree_reader reader(files, search);
     for (const named_entry& entry : listing.entries) {
-        if (!is_account(entry.name)) {
+        if (!search.is_account(entry.name)) {
             continue;
         }
         if (entry.facts.kind == entry_kind::directory) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/completeness/emptied_parts.h"
-#include "host/files/quiet_reading.h"
+#include "host/files/content_place.h"
 
 #include <QByteArray>
 #include <QList>
@@ -48,6 +48,16 @@ struct absent_attachment
     emptied_part part;
 };
 
+/// What is looked for in a tree of accounts, and who is told what.
+struct mail_file_search
+{
+    std::function<bool(const QByteArray& folder)> is_account;       ///< of the folders of the root
+    std::function<void(const absent_attachment& absent)> on_absent; ///< gets each absent attachment
+    std::function<bool()> cancelled;                                ///< true ends the search
+    content_place copy_of = {};                                     ///< where messages need not be read in the tree
+    std::function<void(qint64 messages)> looked_into = {};          ///< a directory's messages at a time; may be empty
+};
+
 /// The messages of a tree of accounts.
 struct mail_files
 {
@@ -66,9 +76,7 @@ struct mail_files
     QByteArray path_of(const mail_file& file) const;
 };
 
-/// Finds every message below the folders of `root` that `is_account` accepts. Each is opened and its beginning judged;
-/// only partial ones are read on, as many bytes as messages without attachments may have. No link is followed below
-/// the root. `on_absent` gets each absent attachment; when `cancelled` says yes, what was found so far is returned.
-mail_files find_mail_files(const QByteArray& root, const std::function<bool(const QByteArray& folder)>& is_account,
-                           const std::function<void(const absent_attachment&)>& on_absent,
-                           const std::function<bool()>& cancelled);
+/// Finds every message below the accounts' folders of `root`. Each is opened and its beginning judged; only partial
+/// ones are read on, as many bytes as messages without attachments may have. No link is followed below the root. A
+/// cancelled search returns what was found so far.
+mail_files find_mail_files(const QByteArray& root, const mail_file_search& search);

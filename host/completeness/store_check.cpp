@@ -97,14 +97,18 @@ private:
     void find_files()
     {
         const bool is_version = !store.mail_version.isEmpty();
-        const auto is_account = [is_version](const QByteArray& folder) {
+        mail_file_search search;
+        search.is_account = [is_version](const QByteArray& folder) {
             return folder != mail_data_folder && (is_version || !is_version_name(folder));
         };
-        const auto on_absent = [this](const absent_attachment& absent) {
+        search.on_absent = [this](const absent_attachment& absent) {
             sink.add_absent_attachment(identity(absent.mailbox.account, mailbox_path(absent.mailbox.names)),
                                        below_source(child_path(store.root, absent.path)), absent.part);
         };
-        files = find_mail_files(store.root, is_account, on_absent, request.limits.cancelled);
+        search.cancelled = request.limits.cancelled;
+        search.copy_of = request.copy_of;
+        search.looked_into = request.looked_into;
+        files = find_mail_files(store.root, search);
         for (const mailbox_folder& folder : files.mailboxes) {
             const qint32 line = line_of(folder.account, mailbox_path(folder.names));
             lines[std::size_t(line)].has_folder = true;
@@ -138,7 +142,7 @@ private:
         }
         try {
             require_room();
-            copies.emplace(request.source, store.index, request.scratch, request.limits);
+            copies.emplace(request.source, store.index, request.scratch, request.limits, request.copy_of);
             index = std::make_unique<mail_index>(*copies, request.limits);
         } catch (const evidence_failure& failure) {
             result.index.state = index_state::refused;

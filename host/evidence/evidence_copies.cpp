@@ -77,9 +77,8 @@ copy_outcome copy_content(const quiet_file& file, int target, const evidence_lim
     return {done.bytes, QStringLiteral("cancelled")};
 }
 
-copy_outcome copy_file(const QByteArray& from, const QByteArray& to, const evidence_limits& limits)
+copy_outcome copy_file(const quiet_file& file, const QByteArray& to, const evidence_limits& limits)
 {
-    const quiet_file file = quiet_open(from);
     if (!file.error.isEmpty()) {
         return {0, file.error};
     }
@@ -94,6 +93,29 @@ copy_outcome copy_file(const QByteArray& from, const QByteArray& to, const evide
     return copy_content(file, target.get(), limits);
 }
 
+copy_outcome copy_file(const QByteArray& from, const content_place& copy_of, const QByteArray& to,
+                       const evidence_limits& limits)
+{
+    copy_outcome copied;
+    read_content(from, quiet_stat(from), copy_of, [&](const quiet_file& file) {
+        ::unlink(to.constData());
+        copied = copy_file(file, to, limits);
+        return copied.error.isEmpty();
+    });
+    return copied;
+}
+
+/// Returns the beginning of the index beside a log.
+QByteArray head_of_log_index(const QByteArray& path, const content_place& copy_of)
+{
+    quiet_data head;
+    read_content(path, quiet_stat(path), copy_of, [&](const quiet_file& file) {
+        head = quiet_read_head(file, log_index_head_size);
+        return head.error.isEmpty();
+    });
+    return head.data;
+}
+
 QString problem_of(const QByteArray& path, const QString& reason)
 {
     return QStringLiteral("%1: %2").arg(display_text(path), reason);
@@ -102,7 +124,7 @@ QString problem_of(const QByteArray& path, const QString& reason)
 } // namespace
 
 evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& path, const QString& scratch,
-                                 const evidence_limits& limits)
+                                 const evidence_limits& limits, const content_place& copy_of)
     : origin_text(display_text(path))
     , scratch_directory(scratch, origin_text)
 {
@@ -116,7 +138,7 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
             throw evidence_failure(problem_of(child_path(root, name), QStringLiteral("cannot be made")));
         }
     }
-    const copy_outcome database_copy = copy_file(path, database(log_use::with_log), limits);
+    const copy_outcome database_copy = copy_file(path, copy_of, database(log_use::with_log), limits);
     if (!database_copy.error.isEmpty()) {
         throw evidence_failure(problem_of(path, database_copy.error));
     }
@@ -126,7 +148,7 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
         if (quiet_stat(companion).kind == entry_kind::absent) {
             continue;
         }
-        const copy_outcome copied = copy_file(companion, database(log_use::with_log) + suffix, limits);
+        const copy_outcome copied = copy_file(companion, copy_of, database(log_use::with_log) + suffix, limits);
         copied_bytes += copied.bytes;
         if (!copied.error.isEmpty()) {
             // Half a log would be read as a shorter one.
@@ -140,14 +162,15 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
                 companion, QStringLiteral("an unfinished change lies beside the database; read rolled back")));
         }
         if (qstrcmp(suffix, "-wal") == 0) {
-            const QByteArray index_head = quiet_read_head(path + "-shm", log_index_head_size).data;
+            const QByteArray index_head = head_of_log_index(path + "-shm", copy_of);
             const QString damage =
                 passed_over_in_log(database(log_use::with_log) + suffix, index_head, limits.cancelled);
             found_problems += damage.isEmpty() ? QStringList() : QStringList(problem_of(companion, damage));
         }
     }
     if (log_found && limits.also_alone) {
-        const copy_outcome second = copy_file(database(log_use::with_log), database(log_use::alone), limits);
+        const copy_outcome second =
+            copy_file(quiet_open(database(log_use::with_log)), database(log_use::alone), limits);
         if (!second.error.isEmpty()) {
             throw evidence_failure(problem_of(path, second.error));
         }

@@ -2,6 +2,7 @@
 
 #include "host/evidence/evidence_limits.h"
 #include "host/evidence/private_directory.h"
+#include "host/files/content_place.h"
 
 #include <QByteArray>
 #include <QString>
@@ -21,9 +22,9 @@ class evidence_copies
 public:
     /// Copies the database `path` (raw bytes, below `source`) and what lies beside it into a fresh directory below
     /// `scratch`, an existing one outside the evidence. Throws an evidence_failure when the database itself cannot be
-    /// copied; what befalls its log or journal is told by problems().
+    /// copied; what befalls its log or journal is told by problems(). Content is taken from where `copy_of` knows it.
     evidence_copies(const QByteArray& source, const QByteArray& path, const QString& scratch,
-                    const evidence_limits& limits = {});
+                    const evidence_limits& limits = {}, const content_place& copy_of = {});
 
     /// True when there is a log or a journal, so that reading with it and alone can differ.
     bool has_log() const { return log_found; }

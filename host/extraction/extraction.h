@@ -34,6 +34,7 @@ struct extraction_settings
 
 /// Runs the plug-in over all users of the settings and shows how far it is. Returns early when interrupted; what is
 /// done by then stays. The plug-in tells its failures in its log only. Returns how many rows it says it has written.
-/// `copied` is told what became of each file of a copy in bulk, on the calling thread.
+/// `copied` is told what became of each file of a copy in bulk, on the calling thread. What was copied in bulk is not
+/// synced.
 qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style,
                const std::function<void(const copied_file& file)>& copied);

@@ -197,28 +197,6 @@ QString refusal(entry_kind kind)
     return QStringLiteral("is no file: ") + kind_text(kind);
 }
 
-quiet_data read_head(const quiet_file& file, qsizetype length)
-{
-    quiet_data result;
-    result.data.resize(length);
-    qsizetype filled = 0;
-    while (filled < length) {
-        const ssize_t got = ::read(file.descriptor.get(), result.data.data() + filled, size_t(length - filled));
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got < 0) {
-            return {{}, system_error_text(errno), errno};
-        }
-        if (got == 0) {
-            break;
-        }
-        filled += got;
-    }
-    result.data.truncate(filled);
-    return result;
-}
-
 } // namespace
 
 QString system_error_text(int error)
@@ -326,26 +304,54 @@ quiet_file quiet_open(const QByteArray& path, link_handling links)
     return file;
 }
 
-quiet_data quiet_read_head(const QByteArray& path, qsizetype length, link_handling links)
+quiet_data quiet_read_head(const quiet_file& file, qsizetype length)
 {
-    const quiet_file file = quiet_open(path, links);
-    return file.error.isEmpty() ? read_head(file, length) : quiet_data{{}, file.error, file.error_number};
+    if (!file.error.isEmpty()) {
+        return {{}, file.error, file.error_number};
+    }
+    quiet_data result;
+    result.data.resize(length);
+    qsizetype filled = 0;
+    while (filled < length) {
+        const ssize_t got = ::read(file.descriptor.get(), result.data.data() + filled, size_t(length - filled));
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            return {{}, system_error_text(errno), errno};
+        }
+        if (got == 0) {
+            break;
+        }
+        filled += got;
+    }
+    result.data.truncate(filled);
+    return result;
 }
 
-quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links)
+quiet_data quiet_read_head(const QByteArray& path, qsizetype length, link_handling links)
 {
-    const quiet_file file = quiet_open(path, links);
+    return quiet_read_head(quiet_open(path, links), length);
+}
+
+quiet_data quiet_read(const quiet_file& file, qint64 limit)
+{
     if (!file.error.isEmpty()) {
         return {{}, file.error, file.error_number};
     }
     if (file.facts.size > limit) {
         return {{}, QStringLiteral("is larger than %1 bytes").arg(limit)};
     }
-    quiet_data content = read_head(file, qsizetype(file.facts.size));
+    quiet_data content = quiet_read_head(file, qsizetype(file.facts.size));
     if (content.error.isEmpty() && content.data.size() != file.facts.size) {
         return {{}, QStringLiteral("ended at byte %1 of %2").arg(content.data.size()).arg(file.facts.size)};
     }
     return content;
+}
+
+quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links)
+{
+    return quiet_read(quiet_open(path, links), limit);
 }
 
 entry_facts quiet_facts(const file_descriptor& descriptor)

@@ -146,6 +146,12 @@ quiet_file quiet_open(const QByteArray& path, link_handling links = link_handlin
 /// Reads the first bytes of a regular file, fewer than `length` only when it has no more.
 quiet_data quiet_read_head(const QByteArray& path, qsizetype length, link_handling links = link_handling::keep);
 
+/// The same of an open one, from where it stands; its error when it is not open.
+quiet_data quiet_read_head(const quiet_file& file, qsizetype length);
+
+/// Reads an open file whole; refuses one of more than `limit` bytes. Its error when it is not open.
+quiet_data quiet_read(const quiet_file& file, qint64 limit);
+
 /// Reads a regular file whole; refuses one of more than `limit` bytes.
 quiet_data quiet_read(const QByteArray& path, qint64 limit, link_handling links = link_handling::keep);
 

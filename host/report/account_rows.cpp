@@ -1,5 +1,6 @@
 #include "host/report/account_rows.h"
 
+#include "host/files/all_cores.h"
 #include "host/files/file_tree.h"
 #include "host/result/result_database.h"
 #include "host/result/row_folders.h"
@@ -159,11 +160,16 @@ report_manifest apply_manifest(const result_paths& result, QList<report_user>& u
 
 void measure_account_folders(const result_paths& result, QList<report_user>& users)
 {
+    std::vector<report_account*> accounts;
     for (report_user& user : users) {
         for (report_account& account : user.accounts) {
             if (account.folder_exists) {
-                account.amount = {visible_files_below(QFile::encodeName(result.below(account.folder))), 0};
+                accounts.push_back(&account);
             }
         }
     }
+    const auto measure = [&](std::size_t at) {
+        accounts[at]->amount = {visible_files_below(QFile::encodeName(result.below(accounts[at]->folder))), 0};
+    };
+    for_each_on_all_cores(accounts.size(), measure, 1);
 }

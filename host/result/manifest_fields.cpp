@@ -8,6 +8,9 @@
 namespace {
 
 constexpr qint64 seconds_per_day = 86'400;
+constexpr qint32 nanoseconds_per_second = 1'000'000'000;
+// "2026-01-31T23:59:59.000000000Z"
+constexpr qsizetype common_time_length = 30;
 // A 64-bit number of seconds reaches so far.
 constexpr qint64 latest_year = 292'277'026'596;
 
@@ -50,6 +53,46 @@ qint64 day_of(const civil_date& date)
     const qint64 month_from_march = date.month > 2 ? date.month - 3 : date.month + 9;
     const qint64 day_of_year = (153 * month_from_march + 2) / 5 + date.day - 1;
     return era * 146'097 + year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year - 719'468;
+}
+
+void put_digits(char* end, qint64 value, int count)
+{
+    for (; count > 0; --count, value /= 10) {
+        *--end = char('0' + value % 10);
+    }
+}
+
+/// Returns a time whose year has four digits. A manifest has four times a line, too many for printf.
+QByteArray common_time_text(const civil_date& date, int of_day, qint32 nanoseconds)
+{
+    QByteArray text("0000-00-00T00:00:00.000000000Z");
+    char* const begin = text.data();
+    put_digits(begin + 4, date.year, 4);
+    put_digits(begin + 7, date.month, 2);
+    put_digits(begin + 10, date.day, 2);
+    put_digits(begin + 13, of_day / 3600, 2);
+    put_digits(begin + 16, of_day / 60 % 60, 2);
+    put_digits(begin + 19, of_day % 60, 2);
+    put_digits(begin + 29, nanoseconds, 9);
+    return text;
+}
+
+/// Reads digits, whatever stands there; the way back shows whether they were some.
+int number_at(const QByteArray& text, qsizetype begin, int count)
+{
+    int value = 0;
+    for (qsizetype i = begin; i < begin + count; ++i) {
+        value = value * 10 + (text[i] - '0') % 10;
+    }
+    return value;
+}
+
+/// Returns the time that a text of the common length tells if it is one.
+file_time common_time_from_text(const QByteArray& text)
+{
+    const civil_date date{number_at(text, 0, 4), number_at(text, 5, 2), number_at(text, 8, 2)};
+    const qint64 of_day = number_at(text, 11, 2) * 3600 + number_at(text, 14, 2) * 60 + number_at(text, 17, 2);
+    return {day_of(date) * seconds_per_day + of_day, number_at(text, 20, 9)};
 }
 
 void append_percent(QByteArray& text, char byte)
@@ -141,10 +184,11 @@ QByteArray time_to_text(const file_time& time)
     const qint64 day = floored_quotient(time.seconds, seconds_per_day);
     const auto of_day = static_cast<int>((time.seconds % seconds_per_day + seconds_per_day) % seconds_per_day);
     const civil_date date = date_of(day);
-    const bool is_common = date.year >= 0 && date.year <= 9999;
+    if (date.year >= 0 && date.year <= 9999 && time.nanoseconds >= 0 && time.nanoseconds < nanoseconds_per_second) {
+        return common_time_text(date, of_day, time.nanoseconds);
+    }
     std::array<char, 64> text{};
-    const int length =
-        std::snprintf(text.data(), text.size(), is_common ? "%04lld" : "%+07lld", static_cast<long long>(date.year));
+    const int length = std::snprintf(text.data(), text.size(), "%+07lld", static_cast<long long>(date.year));
     const int rest = std::snprintf(text.data() + length, text.size() - static_cast<std::size_t>(length),
                                    "-%02d-%02dT%02d:%02d:%02d.%09dZ", date.month, date.day, of_day / 3600,
                                    of_day / 60 % 60, of_day % 60, time.nanoseconds);
@@ -153,6 +197,12 @@ QByteArray time_to_text(const file_time& time)
 
 std::optional<file_time> time_from_text(const QByteArray& text)
 {
+    if (text.size() == common_time_length) {
+        const file_time common = common_time_from_text(text);
+        if (time_to_text(common) == text) {
+            return common;
+        }
+    }
     long long year = 0;
     int month = 0;
     int day = 0;

@@ -1,9 +1,75 @@
 #include "host/run/copies_of_run.h"
 
 #include "host/files/file_tree.h"
+#include "host/result/dated_folders.h"
+#include "host/source/source_users.h"
 #include "host/text/display_text.h"
+#include "host/text/failure.h"
 
 #include <algorithm>
+#include <memory>
+
+namespace {
+
+constexpr const char* message_ending = ".emlx";
+
+class places_in_result
+{
+public:
+    places_in_result(const result_paths& paths, const QByteArray& source_root, const known_sources& known_files)
+        : result(paths.native_root())
+        , source(child_path(source_root, {}))
+        , known(known_files)
+    {
+        for (const auto& [user, folders] : find_dated_folders(paths)) {
+            copies.emplace(user, mail_copy{mail_directory_of(user) + '/', folders.front().path + '/'});
+        }
+    }
+
+    QByteArray place_of(const QByteArray& path, const entry_facts& facts) const
+    {
+        if (!path.startsWith(source)) {
+            return {};
+        }
+        const QByteArray below = path.mid(source.size());
+        if (const QByteArray copy = place_of_copy(below); !copy.isEmpty() && holds_what_is_in_source(copy, facts)) {
+            return child_path(result, copy);
+        }
+        const QByteArray kept = relative_evidence(below);
+        return holds_what_is_in_source(kept, facts) ? child_path(result, kept) : QByteArray();
+    }
+
+private:
+    /// Either with a slash at its end: below the source, and below the result.
+    struct mail_copy
+    {
+        QByteArray mail_directory;
+        QByteArray folder;
+    };
+
+    /// Returns where the copy of a file below a Mail directory lies; nothing for any other.
+    QByteArray place_of_copy(const QByteArray& below) const
+    {
+        const qsizetype name_begin = below.indexOf('/') + 1;
+        const QByteArray user = below.mid(name_begin, below.indexOf('/', name_begin) - name_begin);
+        const auto copy = copies.find(user);
+        const bool is_in_mail = copy != copies.end() && below.startsWith(copy->second.mail_directory);
+        return is_in_mail ? copy->second.folder + below.mid(copy->second.mail_directory.size()) : QByteArray();
+    }
+
+    bool holds_what_is_in_source(const QByteArray& place, const entry_facts& facts) const
+    {
+        const std::optional<known_source> found = known.find(place);
+        return found && found->digest && !found->has_changed && is_as_copied(*found, facts.size, facts.modified);
+    }
+
+    const QByteArray result;
+    const QByteArray source;
+    const known_sources& known;
+    std::map<QByteArray, mail_copy> copies; ///< by user
+};
+
+} // namespace
 
 void copies_of_run::take(const copied_file& file)
 {
@@ -12,9 +78,10 @@ void copies_of_run::take(const copied_file& file)
         problems.append(QStringLiteral("the copies may not be on the disk yet: ") + display_text(file.error_text));
         return;
     }
+    count(file);
     const bool is_file =
         file.result != outcome::unlisted && file.result != outcome::kept_existing && file.result != outcome::cancelled;
-    if (!is_file || !is_at_or_below(file.destination_path, result)) {
+    if (!is_file || !is_at_or_below(file.destination_path, result_root)) {
         // An existing copy is of an earlier time, and a directory that could not be listed is seen by the verification.
         return;
     }
@@ -25,7 +92,52 @@ void copies_of_run::take(const copied_file& file)
         known.digest.emplace();
         std::copy(file.sha256.begin(), file.sha256.end(), known.digest->begin());
     }
-    sources.add(file.destination_path.mid(result.size() + 1), known);
+    sources.add(file.destination_path.mid(result_root.size() + 1), known);
+}
+
+void copies_of_run::complete(run_record& record)
+try {
+    sources.complete();
+    is_complete = true;
+} catch (const failure& lost) {
+    record.add_error(lost.message());
+}
+
+void copies_of_run::count(const copied_file& file)
+{
+    using outcome = copied_file::outcome;
+    const bool was_there = file.result == outcome::kept_existing;
+    const bool is_copy = file.result == outcome::copied || file.result == outcome::changed;
+    if ((!was_there && !is_copy) || !is_at_or_below(file.destination_path, result_root)) {
+        return;
+    }
+    message_count += file.destination_path.endsWith(message_ending) ? 1 : 0;
+    found_there += was_there ? file_amount{1, file.size} : file_amount();
+    const QByteArray path = file.destination_path.mid(result_root.size() + 1);
+    const QByteArray folder = path.left(path.indexOf('/', relative_copies().size() + 1));
+    amounts[folder] += {1, was_there ? quiet_stat(file.destination_path).size : file.bytes_copied};
+}
+
+file_amount copies_of_run::amount_in(const QByteArray& dated_folder) const
+{
+    const auto found = amounts.find(dated_folder);
+    return found == amounts.end() ? file_amount() : found->second;
+}
+
+content_place copies_of_run::content_of(const QByteArray& source) const
+{
+    if (!is_complete) {
+        return {};
+    }
+    return [places = std::make_shared<const places_in_result>(paths, source, sources)](
+               const QByteArray& path, const entry_facts& facts) { return places->place_of(path, facts); };
+}
+
+file_amount copies_of_run::amount() const
+{
+    file_amount all = sources.amount();
+    all += found_there;
+    return all;
 }
 
 void copies_of_run::tell(run_record& record) const

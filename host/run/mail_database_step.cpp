@@ -10,6 +10,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <chrono>
+
 namespace {
 
 /// Whether accounts keep their messages on the Mac, as their records say, by identifier.
@@ -39,16 +41,19 @@ void add_problems(const store_completeness& store, QStringList& problems)
     }
 }
 
-void write_completeness(mail_database_writer& writer, const dossier_request& request, const account_dossier& dossier,
-                        const result_paths& result, QStringList& problems)
+void write_completeness(mail_database_writer& writer, const dossier_request& asked, const account_dossier& dossier,
+                        const result_paths& result, const std::function<void(qint64)>& progress, QStringList& problems)
 {
     const QHash<QByteArray, QString> settings = message_settings(dossier);
     completeness_table_writer tables(
         writer, {result.path(product::index_only_list), result.path(product::disk_only_list)}, settings);
-    for (const QByteArray& user : request.users) {
-        completeness_request check{request.source, user, mail_directory_of(user), request.scratch};
+    qint64 messages = 0;
+    for (const QByteArray& user : asked.users) {
+        completeness_request check{asked.source, user, mail_directory_of(user), asked.scratch};
         check.limits.cancelled = interruption::requested;
         check.settings = settings;
+        check.copy_of = asked.copy_of;
+        check.looked_into = [&](qint64 more) { progress(messages += more); };
         for (const store_completeness& store : check_completeness(check, tables)) {
             tables.add_store(store);
             add_problems(store, problems);
@@ -57,28 +62,59 @@ void write_completeness(mail_database_writer& writer, const dossier_request& req
     tables.put_lists_in_place();
 }
 
-} // namespace
-
-mail_database_outcome write_mail_database(const QString& source_root, const QList<source_user>& users,
-                                          const result_paths& result)
+mail_database_outcome write_mail_database(const mail_database_request& request,
+                                          const std::function<void(qint64)>& progress)
 {
-    dossier_request request;
-    request.source = QFile::encodeName(source_root);
-    request.scratch = QDir::tempPath();
-    request.cancelled = interruption::requested;
-    for (const source_user& user : users) {
-        request.users.push_back(QFile::encodeName(user.name));
+    dossier_request asked;
+    asked.source = QFile::encodeName(request.source_root);
+    asked.scratch = QDir::tempPath();
+    asked.cancelled = interruption::requested;
+    asked.copy_of = request.copy_of;
+    for (const source_user& user : request.users) {
+        asked.users.push_back(QFile::encodeName(user.name));
     }
-    const QStringList left = remove_left_directories(request.scratch);
-    account_dossier dossier = read_dossier(request);
+    const QStringList left = remove_left_directories(asked.scratch);
+    account_dossier dossier = read_dossier(asked);
     mail_database_outcome outcome{left + dossier.problems, dossier.remarks, std::move(dossier.stores)};
     try {
-        mail_database_writer writer(result.path(product::mail_database));
+        mail_database_writer writer(request.result.path(product::mail_database));
         write_account_tables(writer, dossier);
-        write_completeness(writer, request, dossier, result, outcome.problems);
+        write_completeness(writer, asked, dossier, request.result, progress, outcome.problems);
         writer.put_in_place();
     } catch (const failure& unwritten) {
         outcome.problems.append(unwritten.message());
     }
     return outcome;
+}
+
+/// Shows how far a work is until a future is there.
+template <typename value>
+void show_until_ready(progress& shown, const std::atomic<qint64>& looked_into, const std::future<value>& work)
+{
+    constexpr auto interval = std::chrono::milliseconds(50);
+    while (work.wait_for(interval) == std::future_status::timeout) {
+        shown.update({looked_into, 0});
+    }
+}
+
+} // namespace
+
+account_notes::account_notes(const mail_database_request& request, qint64 messages, progress_style style)
+    : shown(QStringLiteral("reading mail"), {messages, 0}, style)
+    , awaited(std::async(std::launch::async | std::launch::deferred, [this, request] {
+        return write_mail_database(request, [this](qint64 so_far) { looked_into = so_far; });
+    }))
+{
+}
+
+void account_notes::show_until(const std::future<void>& other)
+{
+    show_until_ready(shown, looked_into, other);
+}
+
+mail_database_outcome account_notes::outcome()
+{
+    show_until_ready(shown, looked_into, awaited);
+    shown.finish();
+    return awaited.get();
 }

@@ -1,12 +1,17 @@
 #pragma once
 
 #include "host/accounts/account_record.h"
+#include "host/files/content_place.h"
 #include "host/result/result_paths.h"
 #include "host/source/source_users.h"
+#include "host/terminal/progress.h"
 
 #include <QList>
 #include <QString>
 #include <QStringList>
+
+#include <atomic>
+#include <future>
 
 /// What writing mail.sqlite came across, one line each.
 struct mail_database_outcome
@@ -16,7 +21,30 @@ struct mail_database_outcome
     std::vector<account_store_rows> stores; ///< the rows of those account stores that were read without a problem
 };
 
-/// Reads who the users' accounts are and writes mail.sqlite of the result. Throws nothing: what cannot be read or
-/// written is a problem, and then no database is there or the one from before.
-mail_database_outcome write_mail_database(const QString& source_root, const QList<source_user>& users,
-                                          const result_paths& result);
+struct mail_database_request
+{
+    QString source_root;
+    QList<source_user> users;
+    result_paths result;
+    content_place copy_of; ///< of mail files that need not be read in the source
+};
+
+/// Reads who the users' accounts are, and what their messages are, and writes that to mail.sqlite of the result, on a
+/// thread of its own. What cannot be read or written is a problem, and then no database is there or the one from
+/// before.
+class account_notes
+{
+public:
+    /// Begins; `messages` are expected for the progress, 0 when nobody knows.
+    account_notes(const mail_database_request& request, qint64 messages, progress_style style);
+
+    /// Shows how far it is until something else is done.
+    void show_until(const std::future<void>& other);
+    /// Waits until it is done; to be asked once.
+    mail_database_outcome outcome();
+
+private:
+    std::atomic<qint64> looked_into = 0; ///< messages
+    progress shown;
+    std::future<mail_database_outcome> awaited;
+};

@@ -31,6 +31,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <future>
+
 namespace {
 
 QJsonObject options_to_json(const run_options& options)
@@ -90,17 +92,17 @@ void add_what_is_missing(const verification_result& found, run_record& record)
     }
 }
 
-void verify_run(run_record& record, const run_options& options, const result_paths& result, known_sources& known)
+void verify_run(run_record& record, const run_options& options, const run_plan& plan, const copies_of_run& copies)
 try {
-    verification_request request{record.source, result, {}, options.users.isEmpty()};
+    verification_request request{record.source, plan.result, {}, options.users.isEmpty()};
     for (const user_record& user : record.users) {
         request.users.append(user.name);
     }
     request.without_reading = options.no_verify;
-    if (!options.read_twice) {
-        known.complete();
-        request.known = &known;
+    if (plan.settings.in_bulk) {
+        request.expected = copies.amount();
     }
+    request.known = options.read_twice ? nullptr : copies.whole();
     const verification_result found = verify_with_progress(request, options.quiet);
     for (const QString& problem : found.problems) {
         record.add_error(QStringLiteral("not all users could be looked at: ") + problem);
@@ -123,12 +125,33 @@ void add_errors(run_record& record, const QStringList& problems)
     }
 }
 
-/// Writes down who the accounts are, and whether the plug-in wrote the rows that they must have; what a store cannot
-/// say is no error of the run, but is said.
-void note_accounts(run_record& record, const run_plan& plan, const source_snapshot& at_first)
+/// Begins to put the copies of all users on the disk, which the plug-in leaves to the program.
+std::future<void> begin_flush(const run_plan& plan)
+{
+    if (!plan.settings.in_bulk || interruption::requested()) {
+        return {};
+    }
+    return std::async(std::launch::async | std::launch::deferred, flush_file_system, plan.result.root());
+}
+
+/// Waits for that, and for what was written since: only what is on the disk can be read back from it.
+void flush_copies(std::future<void>& begun, account_notes& notes, const run_plan& plan, run_record& record)
+try {
+    if (begun.valid()) {
+        notes.show_until(begun);
+        begun.get();
+        flush_file_system(plan.result.root());
+    }
+} catch (const failure& unflushed) {
+    record.add_error(unflushed.message());
+}
+
+/// Waits until it is known who the accounts are, and holds the plug-in's rows against that; what a store cannot say is
+/// no error of the run, but is said.
+void note_accounts(run_record& record, const run_plan& plan, account_notes& notes, const source_snapshot& at_first)
 try {
     const extraction_settings& settings = plan.settings;
-    const mail_database_outcome outcome = write_mail_database(settings.source_root, settings.users, plan.result);
+    const mail_database_outcome outcome = notes.outcome();
     add_errors(record, outcome.problems);
     record.remarks = outcome.remarks;
     if (!interruption::requested()) {
@@ -140,13 +163,13 @@ try {
     record.add_error(unread.message());
 }
 
-source_snapshot snapshot_of(const run_plan& plan)
+source_snapshot snapshot_of(const extraction_settings& settings)
 {
     std::vector<QByteArray> users;
-    for (const source_user& user : plan.settings.users) {
+    for (const source_user& user : settings.users) {
         users.push_back(QFile::encodeName(user.name));
     }
-    return {QFile::encodeName(plan.settings.source_root), users};
+    return {QFile::encodeName(settings.source_root), users};
 }
 
 int exit_code_of(const run_record& record, const QString& scheme)
@@ -200,6 +223,9 @@ int run_command(const run_options& options)
     run_plan plan = prepare_run(options);
     const plugin_library library(options.plugin_file);
     const bool holds_mail = plan.settings.scheme == macos_scheme;
+    // Both go through all Mail directories.
+    std::future<source_snapshot> first_look =
+        std::async(std::launch::async | std::launch::deferred, snapshot_of, plan.settings);
     if (holds_mail) {
         guard_run(plan, options.follow_links_outside);
     }
@@ -207,25 +233,31 @@ int run_command(const run_options& options)
     interruption::watch();
     const exclusive_lock lock = create_result(options, plan);
 
-    const source_snapshot at_first = snapshot_of(plan);
+    const source_snapshot at_first = first_look.get();
 
     run_journal journal(plan.result, begin_record(options, plan, library));
     journal.begin([&] { remove_earlier_results(options, plan); });
     const QDate begun = QDate::currentDate();
     copies_of_run copies(plan.result);
-    const qint64 signalled_rows = extract(library, plan.settings, progress_style_for(options.quiet),
-                                          [&copies](const copied_file& file) { copies.take(file); });
+    const progress_style style = progress_style_for(options.quiet);
+    const qint64 signalled_rows =
+        extract(library, plan.settings, style, [&copies](const copied_file& file) { copies.take(file); });
     copies.tell(journal.record());
     add_errors(journal.record(), QStringList(clear_left_scratch(plan.result)));
-    take_stock(plan, begun, signalled_rows, journal.record());
+    // The disk has something to do while accounts and messages are looked at.
+    std::future<void> flushing = begin_flush(plan);
+    take_stock(plan, begun, signalled_rows, copies, journal.record());
     if (holds_mail && !interruption::requested()) {
         keep_witnesses(plan, copies.known(), journal.record());
-        note_accounts(journal.record(), plan, at_first);
+        copies.complete(journal.record());
+        account_notes notes({plan.settings.source_root, plan.settings.users, plan.result,
+                             copies.content_of(QFile::encodeName(plan.settings.source_root))},
+                            copies.messages(), style);
+        flush_copies(flushing, notes, plan, journal.record());
+        verify_run(journal.record(), options, plan, copies);
+        note_accounts(journal.record(), plan, notes, at_first);
     }
-    if (holds_mail && !interruption::requested()) {
-        verify_run(journal.record(), options, plan.result, copies.known());
-    }
-    const source_snapshot at_last = snapshot_of(plan);
+    const source_snapshot at_last = snapshot_of(plan.settings);
     add_errors(journal.record(), at_first.problems() + at_last.problems() + at_last.differences_from(at_first));
     finish(journal, plan.settings.scheme);
     const QString root_hash = seal_and_report(journal, plan.result);

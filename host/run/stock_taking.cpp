@@ -11,16 +11,21 @@
 namespace {
 
 /// Returns the files in a user's dated folder; one from before the run is not its work.
-file_amount copied_files(const QByteArray& result, const std::vector<dated_folder>& folders, QDate begun)
+file_amount copied_files(const run_plan& plan, const std::vector<dated_folder>& folders, QDate begun,
+                         const copies_of_run& copies)
 {
-    return folders.empty() || folders.front().date < begun
-               ? file_amount()
-               : visible_files_below(child_path(result, folders.front().path));
+    if (folders.empty() || folders.front().date < begun) {
+        return {};
+    }
+    const QByteArray& folder = folders.front().path;
+    const file_amount told = copies.amount_in(folder);
+    return told.files > 0 ? told : visible_files_below(child_path(plan.result.native_root(), folder));
 }
 
 } // namespace
 
-void take_stock(const run_plan& plan, QDate begun, qint64 signalled_rows, run_record& record)
+void take_stock(const run_plan& plan, QDate begun, qint64 signalled_rows, const copies_of_run& copies,
+                run_record& record)
 {
     const log_failures failures = read_log_failures(record.log_path, plan.log_begin, record.log_enciphered);
     record.log_failures = failures.count;
@@ -31,8 +36,7 @@ void take_stock(const run_plan& plan, QDate begun, qint64 signalled_rows, run_re
     try {
         auto folders = find_dated_folders(plan.result);
         for (user_record& user : record.users) {
-            const file_amount copied =
-                copied_files(plan.result.native_root(), folders[QFile::encodeName(user.name)], begun);
+            const file_amount copied = copied_files(plan, folders[QFile::encodeName(user.name)], begun, copies);
             user.files_copied = copied.files;
             user.bytes = copied.bytes;
         }

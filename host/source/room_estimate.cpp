@@ -41,6 +41,7 @@ room_estimate estimate_room(const copy_forecast& forecast, const QString& result
 {
     room_estimate estimate;
     estimate.mail_trees = forecast.room_of_trees;
+    estimate.account_folders_one_by_one = at_one_time(forecast.rooms_of_accounts, copying_way::one_by_one);
     estimate.account_folders = way == copying_way::in_bulk ? 0 : at_one_time(forecast.rooms_of_accounts, way);
     estimate.working_copies = at_one_time(forecast.rooms_of_stores, way);
     estimate.kept_files = forecast.room_of_kept_files;
@@ -68,9 +69,12 @@ QString room_amounts(const room_estimate& estimate)
                                 : QStringLiteral(", earlier copies %1 less").arg(display_bytes(estimate.earlier));
     const QString free =
         estimate.error.isEmpty() ? display_bytes(estimate.free) : QStringLiteral("unknown (%1)").arg(estimate.error);
+    const QString accounts =
+        estimate.account_folders == 0
+            ? QString()
+            : QStringLiteral(", account folders once more %1").arg(display_bytes(estimate.account_folders));
     const qint64 beside = estimate.working_copies + estimate.kept_files + estimate.records;
-    return QStringLiteral("needed %7%1 (Mail trees %2, account folders %3, other %4%5), free %6")
-        .arg(display_bytes(estimate.needed()), display_bytes(estimate.mail_trees),
-             display_bytes(estimate.account_folders), display_bytes(beside), earlier, free,
-             estimate.is_least ? QStringLiteral("at least ") : QString());
+    return QStringLiteral("needed %7%1 (Mail trees %2%3, other %4%5), free %6")
+        .arg(display_bytes(estimate.needed()), display_bytes(estimate.mail_trees), accounts, display_bytes(beside),
+             earlier, free, estimate.is_least ? QStringLiteral("at least ") : QString());
 }

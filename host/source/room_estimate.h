@@ -14,15 +14,16 @@ enum class copying_way
 struct room_estimate
 {
     qint64 mail_trees = 0; ///< copied once into the dated folders; links inside the source followed as the copy does
-    qint64 account_folders = 0; ///< copied once more into scratch, as far as they lie there at one time
-    qint64 working_copies = 0;  ///< of account stores: the same
-    qint64 kept_files = 0;      ///< account stores and what no copy takes, kept beside the copies
-    qint64 records = 0;         ///< rough: what is written down of every file
-    qint64 earlier = 0;         ///< of earlier copies, which the run removes or does not make again
-    qint64 free = 0;            ///< what this user may still write on the result's file system
-    bool is_least = false;      ///< there is more to copy: what could not be looked at is not counted
-    QString measured_at;        ///< the result, or its nearest parent that exists
-    QString error;              ///< why `free` is unknown; empty when it holds
+    qint64 account_folders = 0;            ///< copied once more into scratch, as far as they lie there at one time
+    qint64 account_folders_one_by_one = 0; ///< what that would be, were files copied one by one
+    qint64 working_copies = 0;             ///< of account stores: the same
+    qint64 kept_files = 0;                 ///< account stores and what no copy takes, kept beside the copies
+    qint64 records = 0;                    ///< rough: what is written down of every file
+    qint64 earlier = 0;                    ///< of earlier copies, which the run removes or does not make again
+    qint64 free = 0;                       ///< what this user may still write on the result's file system
+    bool is_least = false;                 ///< there is more to copy: what could not be looked at is not counted
+    QString measured_at;                   ///< the result, or its nearest parent that exists
+    QString error;                         ///< why `free` is unknown; empty when it holds
 
     qint64 needed() const { return mail_trees + account_folders + working_copies + kept_files + records; }
     bool is_enough() const { return error.isEmpty() && needed() - earlier <= free; }

@@ -1,6 +1,7 @@
 #include "host/survey/mail_directory_survey.h"
 
 #include "host/files/file_tree.h"
+#include "host/files/readable_files.h"
 #include "host/text/display_text.h"
 #include "host/text/utf8.h"
 
@@ -24,7 +25,7 @@ class mail_directory_survey
 public:
     mail_directory_survey(source_survey& survey, user_survey& user) : whole(survey), owner(user) {}
 
-    bool operator()(const tree_entry& entry)
+    bool take(const tree_entry& entry)
     {
         note_findings(entry);
         whole.links += entry.facts.kind == entry_kind::link ? 1 : 0;
@@ -55,7 +56,7 @@ private:
         } else if (!entry.listing_error.isEmpty()) {
             whole.note_unreadable(path, QStringLiteral("content unknown: ") + entry.listing_error,
                                   entry.listing_error_number);
-        } else if (facts.kind == entry_kind::file && !quiet_is_readable(entry.path)) {
+        } else if (facts.kind == entry_kind::file && !readable.has(entry.path)) {
             whole.note_unreadable(path, QStringLiteral("no permission to read the file"), EACCES);
         } else if (facts.kind == entry_kind::link) {
             note_if_broken(whole, entry.path);
@@ -137,6 +138,7 @@ private:
 
     source_survey& whole;
     user_survey& owner;
+    readable_files readable;
 };
 
 /// Version directories come first and by their number, "V9" before "V10".
@@ -177,6 +179,7 @@ void note_if_broken(source_survey& survey, const QByteArray& link)
 
 void survey_mail_directory(source_survey& survey, user_survey& user, const QByteArray& mail_directory)
 {
-    walk_tree(mail_directory, mail_directory_survey(survey, user));
+    mail_directory_survey surveying(survey, user);
+    walk_tree(mail_directory, [&surveying](const tree_entry& entry) { return surveying.take(entry); });
     std::sort(user.folders.begin(), user.folders.end(), precedes);
 }

@@ -3,10 +3,12 @@
 #include "host/files/file_tree.h"
 #include "host/files/property_list.h"
 #include "host/source/access_advice.h"
+#include "host/source/copy_walk.h"
 #include "host/source/source_users.h"
 #include "host/survey/mail_directory_survey.h"
 
 #include <algorithm>
+#include <future>
 #include <initializer_list>
 
 namespace {
@@ -41,6 +43,19 @@ void find_live_version(user_survey& user, const QByteArray& mail_directory)
     const property_list_value live = property_list_string(read.data, QStringLiteral("LastUsedVersionDirectoryName"));
     user.live_version = live.value;
     user.live_version_problem = live.error;
+}
+
+/// Returns the links that lead the way to Mail directories out of the source.
+std::vector<link_problem> problems_on_the_way(const QByteArray& source, const std::vector<QByteArray>& mail_directories)
+{
+    copy_walk ways(source);
+    for (const QByteArray& mail_directory : mail_directories) {
+        ways.follow_way(mail_directory.left(mail_directory.lastIndexOf('/')));
+        if (is_directory(mail_directory)) {
+            ways.follow_way(mail_directory);
+        }
+    }
+    return ways.problems();
 }
 
 /// Returns the link that leads the way to `path` out of the source; empty when none does.
@@ -129,16 +144,20 @@ source_survey survey_source(const QByteArray& source, const QString& result)
         note_unreadable(survey, *found.blocked);
     }
     const std::vector<QByteArray> mail_directories = mail_directories_of(survey.source, found.names);
-    const copy_forecast forecast = forecast_copies(survey.source, mail_directories);
-    survey.link_problems = forecast.link_problems;
+    survey.link_problems = problems_on_the_way(survey.source, mail_directories);
+    // Both go through everything, and neither has to wait for the other.
+    std::future<copy_forecast> forecasting =
+        std::async(std::launch::async | std::launch::deferred, forecast_copies, survey.source, mail_directories);
     for (std::size_t index = 0; index < found.names.size(); ++index) {
         survey.users.push_back(survey_user(survey, found.names[index], mail_directories[index]));
     }
+    const copy_forecast forecast = forecasting.get();
+    survey.link_problems = forecast.link_problems;
     for (link_problem& problem : survey.link_problems) {
         problem.path = below_source(survey.source, problem.path);
     }
     if (!result.isEmpty()) {
-        survey.room = estimate_room(forecast, result, copying_way::as_suite);
+        survey.room = estimate_room(forecast, result, copying_way::in_bulk);
         survey.room->is_least = survey.room->is_least || found.blocked.has_value();
     }
     return survey;

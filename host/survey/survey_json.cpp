@@ -115,6 +115,7 @@ QJsonValue room_value(const std::optional<room_estimate>& room)
                        {"is_least", room->is_least},
                        {"mail_trees", room->mail_trees},
                        {"account_folders", room->account_folders},
+                       {"account_folders_one_by_one", room->account_folders_one_by_one},
                        {"working_copies", room->working_copies},
                        {"kept_files", room->kept_files},
                        {"records", room->records},

@@ -221,6 +221,10 @@ void append_room(QStringList& page, const room_estimate& room)
         room.is_enough() ? QStringLiteral("Room enough at ") : QStringLiteral("NOT ENOUGH ROOM at ");
     page += verdict + shortened_in_middle(display_text(room.measured_at), page_columns() - verdict.size());
     page += QStringLiteral("  ") + room_amounts(room);
+    if (room.account_folders == 0 && room.account_folders_one_by_one > 0) {
+        page += QStringLiteral("  with --one-by-one or --as-suite %1 more while it runs")
+                    .arg(display_bytes(room.account_folders_one_by_one));
+    }
 }
 
 } // namespace

@@ -15,6 +15,9 @@ constexpr qint64 bar_interval_ms = 100;
 constexpr qint64 line_interval_ms = 10'000;
 // A forecast from the first moments only makes people laugh.
 constexpr qint64 shortest_forecast_base_ms = 2'000;
+// Long enough that one large file does not make the time left jump, short enough to follow the disk.
+constexpr qint64 rate_base_ms = 15'000;
+constexpr qint64 moment_interval_ms = 500;
 constexpr int widest_bar = 24;
 constexpr int narrowest_bar = 5;
 
@@ -40,6 +43,7 @@ progress::progress(QString label_text, file_amount total_amount, progress_style 
     , total(total_amount)
     , style(shown_as)
 {
+    moments.append(moment());
     since_start.start();
     since_shown.start();
 }
@@ -55,6 +59,7 @@ void progress::update(file_amount done_so_far)
     if (style == progress_style::silent) {
         return;
     }
+    keep_moment();
     const bool as_bar = style == progress_style::bar;
     if (since_shown.elapsed() < (as_bar ? bar_interval_ms : line_interval_ms)) {
         return;
@@ -72,37 +77,67 @@ void progress::finish()
     style = progress_style::silent;
 }
 
-double progress::share_done() const
+void progress::keep_moment()
+{
+    const qint64 now = since_start.elapsed();
+    if (now - moments.last().ms < moment_interval_ms) {
+        return;
+    }
+    moments.append({now, done});
+    while (moments.size() > 2 && now - moments.at(1).ms >= rate_base_ms) {
+        moments.removeFirst();
+    }
+}
+
+double progress::share_of(const file_amount& part) const
 {
     // Bytes tell the time better than files, unless there are none.
-    const double whole = static_cast<double>(total.bytes > 0 ? total.bytes : total.files);
-    const double part = static_cast<double>(total.bytes > 0 ? done.bytes : done.files);
-    return whole > 0 ? std::clamp(part / whole, 0.0, 1.0) : 0.0;
+    const bool by_bytes = total.bytes > 0;
+    const double whole = static_cast<double>(by_bytes ? total.bytes : total.files);
+    return whole > 0 ? std::clamp(static_cast<double>(by_bytes ? part.bytes : part.files) / whole, 0.0, 1.0) : 0.0;
+}
+
+double progress::per_second(qint64 amount) const
+{
+    const qint64 base_ms = std::max<qint64>(since_start.elapsed() - moments.first().ms, 1);
+    return static_cast<double>(amount) * 1000 / static_cast<double>(base_ms);
+}
+
+/// Returns what is still to come at the rate of the last seconds, with a comma before it; nothing when nothing moves.
+QString progress::time_left() const
+{
+    const qint64 base_ms = since_start.elapsed() - moments.first().ms;
+    const double lately = share_of(done) - share_of(moments.first().done);
+    if (base_ms < shortest_forecast_base_ms || lately <= 0) {
+        return {};
+    }
+    const double left_ms = static_cast<double>(base_ms) * (1 - share_of(done)) / lately;
+    return QStringLiteral(", %1 left").arg(duration_text(static_cast<qint64>(left_ms / 1000)));
 }
 
 QString progress::status_text(int columns) const
 {
-    const qint64 elapsed_ms = std::max<qint64>(since_start.elapsed(), 1);
-    const auto rate = static_cast<qint64>(static_cast<double>(done.bytes) * 1000 / static_cast<double>(elapsed_ms));
     const bool total_known = total.files > 0;
     const auto of_total = [total_known](const QString& part, const QString& whole) {
         return total_known ? part + QStringLiteral(" of ") + whole : part;
     };
-    const QString bytes = of_total(display_bytes(done.bytes), display_bytes(total.bytes));
     const QString files = display_number(done.files);
+    const QString files_of_total = of_total(files, display_number(total.files));
     const auto text_with = [&](const QString& file_count) {
+        if (total.bytes == 0 && done.bytes == 0) {
+            const auto rate = static_cast<qint64>(per_second(done.files - moments.first().done.files));
+            return QStringLiteral("%1 files, %2/s").arg(file_count, display_number(rate));
+        }
+        const auto rate = static_cast<qint64>(per_second(done.bytes - moments.first().done.bytes));
+        const QString bytes = of_total(display_bytes(done.bytes), display_bytes(total.bytes));
         return QStringLiteral("%1, %2 files, %3/s").arg(bytes, file_count, display_bytes(rate));
     };
-    const QString text = text_with(of_total(files, display_number(total.files)));
+    const QString text = text_with(files_of_total);
     if (!total_known) {
         return label + QStringLiteral(": ") + text;
     }
-    const double share = share_done();
-    QString left;
-    if (share > 0 && elapsed_ms >= shortest_forecast_base_ms) {
-        const double left_ms = static_cast<double>(elapsed_ms) * (1 - share) / share;
-        left = QStringLiteral(", %1 left").arg(duration_text(static_cast<qint64>(left_ms / 1000)));
-    }
+    const double share = share_of(done);
+    const QString left = time_left();
     const QString percent = QString::number(static_cast<int>(share * 100)) + QLatin1Char('%');
     const auto room_for_bar = [&](const QString& beside) {
         return std::min(widest_bar, columns - static_cast<int>(label.size() + percent.size() + beside.size()) - 5);

@@ -3,6 +3,7 @@
 #include "host/files/file_amount.h"
 
 #include <QElapsedTimer>
+#include <QList>
 #include <QString>
 
 /// How progress is shown on standard error.
@@ -16,7 +17,8 @@ enum class progress_style
 /// Returns the style for this process: silent when asked for, a bar on a terminal, lines elsewhere.
 progress_style progress_style_for(bool quiet);
 
-/// Shows how far a long work with files is: bytes, files, rate and time left.
+/// Shows how far a long work with files is: bytes, files, rate and time left; files alone where no bytes are told. Rate
+/// and time left are those of the last seconds.
 class progress
 {
 public:
@@ -32,13 +34,24 @@ public:
     void finish();
 
 private:
+    /// What was done at a moment.
+    struct moment
+    {
+        qint64 ms = 0;
+        file_amount done;
+    };
+
+    void keep_moment();
     QString status_text(int columns) const;
-    double share_done() const;
+    QString time_left() const;
+    double share_of(const file_amount& part) const;
+    double per_second(qint64 amount) const;
 
     QString label;
     file_amount total;
     file_amount done;
     progress_style style;
+    QList<moment> moments; ///< of the last seconds, the oldest first
     QElapsedTimer since_start;
     QElapsedTimer since_shown;
 };

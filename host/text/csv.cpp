@@ -34,6 +34,9 @@ QByteArray csv_line(const QByteArrayList& texts)
 
 std::optional<QByteArrayList> csv_fields(const QByteArray& line)
 {
+    if (!line.contains('"')) {
+        return line.split(',');
+    }
     QByteArrayList fields{QByteArray()};
     bool quoted = false;
     for (qsizetype i = 0; i < line.size(); ++i) {

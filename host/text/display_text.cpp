@@ -4,6 +4,7 @@
 
 #include <QList>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -59,10 +60,19 @@ void append_decoded(QString& shown, const QString& text, backslash handling)
     }
 }
 
+/// True for ASCII that is shown as it is: nearly every name there is, and there are millions.
+bool is_plain(char character)
+{
+    return character >= ' ' && character <= '~' && character != '\\';
+}
+
 } // namespace
 
 QString display_text(const QByteArray& raw)
 {
+    if (std::all_of(raw.begin(), raw.end(), is_plain)) {
+        return QString::fromLatin1(raw);
+    }
     QString shown;
     shown.reserve(raw.size());
     qsizetype valid_from = 0;
@@ -86,6 +96,10 @@ QString display_text(const QByteArray& raw)
 
 QString display_text(const QString& text)
 {
+    const auto is_plain_ascii = [](QChar character) { return character >= u' ' && character <= u'~'; };
+    if (std::all_of(text.begin(), text.end(), is_plain_ascii)) {
+        return text;
+    }
     QString shown;
     append_decoded(shown, text, backslash::kept);
     return shown;

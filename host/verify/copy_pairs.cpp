@@ -290,12 +290,19 @@ private:
         if (directory.copy.isEmpty()) {
             return true;
         }
-        for (const named_entry& copy : quiet_list(in_result(directory.copy)).entries) {
-            if (!accounts_for(directory, listing, copy) && !report_surplus_below(directory, copy)) {
-                return false;
+        // Most copies have a source: only of the others more than the name is wanted.
+        std::vector<named_kind> surplus;
+        kinds_listing copies = quiet_kinds(in_result(directory.copy));
+        for (named_kind& copy : copies.entries) {
+            if (!accounts_for(directory, listing, copy.name)) {
+                surplus.push_back(std::move(copy));
             }
         }
-        return true;
+        std::sort(surplus.begin(), surplus.end(),
+                  [](const named_kind& left, const named_kind& right) { return left.name < right.name; });
+        return std::all_of(surplus.begin(), surplus.end(), [&](const named_kind& copy) {
+            return report_surplus_below(directory, copy.name, copy.kind);
+        });
     }
 
     /// Reports the copies of a Mail directory that is not there.
@@ -305,27 +312,28 @@ private:
             return true;
         }
         const std::vector<named_entry> copies = quiet_list(in_result(directory.copy)).entries;
-        return std::all_of(copies.begin(), copies.end(),
-                           [&](const named_entry& copy) { return report_surplus_below(directory, copy); });
+        return std::all_of(copies.begin(), copies.end(), [&](const named_entry& copy) {
+            return report_surplus_below(directory, copy.name, copy.facts.kind);
+        });
     }
 
-    bool accounts_for(const directory_pair& directory, const directory_listing& listing, const named_entry& copy) const
+    bool accounts_for(const directory_pair& directory, const directory_listing& listing, const QByteArray& copy) const
     {
         const auto found =
-            std::lower_bound(listing.entries.begin(), listing.entries.end(), copy.name,
+            std::lower_bound(listing.entries.begin(), listing.entries.end(), copy,
                              [](const named_entry& named, const QByteArray& name) { return named.name < name; });
-        if (found != listing.entries.end() && found->name == copy.name) {
+        if (found != listing.entries.end() && found->name == copy) {
             const bool loose = directory.where == place::mail_directory && found->facts.kind == entry_kind::file;
             return !found->facts.hidden && !loose;
         }
         // The result's file system may write a name in another normal form or case than the source's.
-        return quiet_stat(in_source(child_path(directory.source, copy.name))).kind != entry_kind::absent;
+        return quiet_stat(in_source(child_path(directory.source, copy))).kind != entry_kind::absent;
     }
 
-    bool report_surplus_below(const directory_pair& directory, const named_entry& copy) const
+    bool report_surplus_below(const directory_pair& directory, const QByteArray& copy, entry_kind kind) const
     {
-        const QByteArray path = child_path(directory.copy, copy.name);
-        if (copy.facts.kind != entry_kind::directory) {
+        const QByteArray path = child_path(directory.copy, copy);
+        if (kind != entry_kind::directory) {
             return visitor.surplus(path);
         }
         bool completed = true;

@@ -35,6 +35,7 @@ quint64 key_of(const sha256_digest& name)
 
 void known_sources::add(const QByteArray& copy, const known_source& known)
 {
+    known_amount += {1, known.size};
     const sha256_digest name = name_of(copy);
     record one{};
     std::copy_n(name.begin(), one.name.size(), one.name.begin());

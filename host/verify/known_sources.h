@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/files/file_amount.h"
 #include "host/files/hashing.h"
 #include "host/files/quiet_reading.h"
 
@@ -30,6 +31,8 @@ public:
     /// Makes the collection ready to be asked, by several threads if need be. Throws a failure when it could not be
     /// kept.
     void complete();
+    /// Returns how many files are known and their bytes.
+    file_amount amount() const { return known_amount; }
     /// Returns what is known of the source of a copy; nothing when nothing is.
     std::optional<known_source> find(const QByteArray& copy) const;
 
@@ -42,6 +45,7 @@ private:
         bool operator<(const entry& other) const { return key < other.key; }
     };
 
+    file_amount known_amount;
     QTemporaryFile records;
     std::vector<entry> entries;
     std::map<QByteArray, QByteArray> problems; ///< by copy; few

@@ -21,6 +21,7 @@ struct verification_request
     bool without_reading = false;         ///< look for what is missing alone: read no file, write no manifest
     const known_sources* known = nullptr; ///< of files that were copied; the others are read. May be absent
     bool unnamed_users = true;            ///< also users whose names are not UTF-8, whose mail no run can copy
+    file_amount expected = {};            ///< for the progress; where nothing is given, it is counted first
 };
 
 /// What a verification found. Manifest and sums are in place unless it was cancelled.

@@ -229,7 +229,7 @@ CALL("mmap", MAP_FAILED, path_of(fd), void*, mmap,
 
 CALL("sync", -1, path_of(fd), int, fsync, (int fd), (fd))
 CALL("sync", -1, path_of(fd), int, fdatasync, (int fd), (fd))
-CALL("sync", -1, path_of(fd), int, syncfs, (int fd), (fd))
+CALL("syncfs", -1, path_of(fd), int, syncfs, (int fd), (fd))
 CALL("truncate", -1, path_of(fd), int, ftruncate, (int fd, off_t size), (fd, size))
 CALL("rename", -1, path_at(to), int, rename, (const char* from, const char* to), (from, to))
 CALL("rename", -1, path_at(at, to), int, renameat, (int from_at, const char* from, int at, const char* to),

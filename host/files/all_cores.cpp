@@ -1,0 +1,31 @@
+#include "host/files/all_cores.h"
+
+#include <algorithm>
+#include <atomic>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+void for_each_on_all_cores(std::size_t count, const std::function<void(std::size_t number)>& work,
+                           std::size_t for_a_thread)
+{
+    std::atomic<std::size_t> next{0};
+    const auto go_on = [&] {
+        for (std::size_t number = next++; number < count; number = next++) {
+            work(number);
+        }
+    };
+    const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+    std::vector<std::thread> helpers;
+    for (std::size_t i = 1; i < std::min(cores, count / for_a_thread); ++i) {
+        try {
+            helpers.emplace_back(go_on);
+        } catch (const std::system_error&) {
+            break; // a machine without a thread to spare
+        }
+    }
+    go_on();
+    for (std::thread& helper : helpers) {
+        helper.join();
+    }
+}
