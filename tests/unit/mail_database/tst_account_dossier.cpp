@@ -308,6 +308,8 @@ void tst_account_dossier::takes_any_store_data()
     QTest::newRow("no column") << without("ALTER TABLE ZACCOUNT DROP COLUMN ZVISIBLE")
                                << u"remark ZACCOUNT has no column ZOWNINGBUNDLEID, ZAUTHENTICATIONTYPE, ZVISIBLE"_s
                                << 9;
+    QTest::newRow("keys without names") << without("ALTER TABLE ZACCOUNTPROPERTY RENAME COLUMN ZKEY TO ZNAME")
+                                        << u"remark ZACCOUNTPROPERTY has no column ZKEY"_s << 9;
     QTest::newRow("pipe") << QStringList() << u"problem is no file: named pipe"_s << 0;
     QTest::newRow("no database") << QStringList() << u"problem file is not a database"_s << 0;
 }
