@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     const QByteArray account = account_of(address);
     const QList<QByteArray> folders{"IMAP-a@b", "Mailboxes", account};
-    const QByteArray folder = folder_of(address, folders);
+    const QByteArray folder = folder_of(address, by_lower_case(folders));
     require(folder.isEmpty() ? account.isEmpty() : folders.contains(folder));
     require(mailbox_path(address.names).count('/') >= address.names.size() - 1);
 
