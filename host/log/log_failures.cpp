@@ -1,5 +1,6 @@
 #include "host/log/log_failures.h"
 
+#include "host/files/quiet_reading.h"
 #include "host/log/enciphered_log.h"
 #include "support/shared_texts.h"
 
@@ -53,6 +54,12 @@ log_failures read_log_failures(const QString& path, qint64 offset, bool encipher
 {
     failure_counter counter;
     QFile file(path);
+    // Opening a pipe would wait for a writer.
+    const entry_kind kind = quiet_stat(QFile::encodeName(path), link_handling::follow).kind;
+    if (kind == entry_kind::fifo || kind == entry_kind::device) {
+        counter.found.problem = QStringLiteral("is no file: ") + kind_text(kind);
+        return counter.found;
+    }
     if (!file.open(QIODevice::ReadOnly) || !file.seek(offset)) {
         counter.found.problem = file.errorString();
         return counter.found;

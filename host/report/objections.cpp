@@ -29,8 +29,10 @@ void add_proof(const report_data& data, QStringList& found)
     const verification_record* newest = proof.newest();
     if (newest != nullptr && !newest->whole) {
         found.append(
-            QStringLiteral("The newest verification, of %1, says that this result is not whole: %2 findings%3.")
-                .arg(display_time(newest->verified), display_number(newest->findings()),
+            QStringLiteral("The newest verification, of %1, says that this result is not whole: %2%3.")
+                .arg(display_time(newest->verified),
+                     newest->findings() == 1 ? QStringLiteral("1 finding")
+                                             : display_number(newest->findings()) + QStringLiteral(" findings"),
                      newest->problem.isEmpty() ? QString() : QStringLiteral("; ") + display_text(newest->problem)));
     }
     // The clocks of two machines need not agree to the hour, but a day ahead nobody can have verified anything.
@@ -75,7 +77,7 @@ QStringList objections_to(const report_data& data)
         add_faults(*data.manifest, found);
     }
     for (const QString& problem : data.unreadable) {
-        found.append(QStringLiteral("Cannot be read: ") + display_text(problem));
+        found.append(display_text(problem));
     }
     return found;
 }

@@ -1,5 +1,6 @@
 #include "host/result/manifest.h"
 
+#include "host/files/quiet_reading.h"
 #include "host/result/sums.h"
 #include "host/text/csv.h"
 #include "host/text/failure.h"
@@ -153,6 +154,11 @@ void manifest_writer::commit()
 
 manifest_reader::manifest_reader(const QString& path) : file(path)
 {
+    // Opening a pipe would wait for a writer.
+    const entry_kind kind = quiet_stat(QFile::encodeName(path), link_handling::follow).kind;
+    if (kind != entry_kind::file && kind != entry_kind::absent && kind != entry_kind::unknown) {
+        refuse(QStringLiteral("%1: is no file: %2").arg(path, kind_text(kind)));
+    }
     if (!file.open(QIODevice::ReadOnly)) {
         refuse(words_of(file));
     }

@@ -1,6 +1,7 @@
 #include "host/result/run_record.h"
 
 #include "host/files/durable_file.h"
+#include "host/files/quiet_reading.h"
 #include "host/terminal/login_name.h"
 #include "host/text/failure.h"
 
@@ -13,6 +14,9 @@
 #include <QTimeZone>
 
 namespace {
+
+// Some hundred bytes a user: this bounds what a planted one can make the program read.
+constexpr qint64 largest_record = qint64(1) << 30;
 
 QJsonValue time_value(const QDateTime& time)
 {
@@ -247,17 +251,18 @@ void write_run_record(const result_paths& result, const run_record& record)
 
 std::optional<run_record> read_run_record(const result_paths& result)
 {
-    QFile file(result.path(product::run_record));
-    if (quiet_stat(QFile::encodeName(file.fileName())).kind == entry_kind::absent) {
+    const QString path = result.path(product::run_record);
+    if (quiet_stat(QFile::encodeName(path)).kind == entry_kind::absent) {
         return std::nullopt;
     }
-    if (!file.open(QIODevice::ReadOnly)) {
-        refuse(file.fileName() + QStringLiteral(": ") + file.errorString());
+    const quiet_data content = quiet_read(QFile::encodeName(path), largest_record, link_handling::follow);
+    if (!content.error.isEmpty()) {
+        refuse(path + QStringLiteral(": ") + content.error);
     }
     QJsonParseError problem;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &problem);
+    const QJsonDocument document = QJsonDocument::fromJson(content.data, &problem);
     if (!document.isObject()) {
-        refuse(file.fileName() + QStringLiteral(": this is no run record (") +
+        refuse(path + QStringLiteral(": this is no run record (") +
                (document.isNull() ? problem.errorString() : QStringLiteral("no object")) + QLatin1Char(')'));
     }
     run_record record = run_record_from_json(document.object());
@@ -265,8 +270,7 @@ std::optional<run_record> read_run_record(const result_paths& result)
         // Paths are made of the names.
         if (user.name.isEmpty() || user.name.contains(QLatin1Char('/')) || user.name == QLatin1String(".") ||
             user.name == QLatin1String("..")) {
-            refuse(
-                QStringLiteral("%1: this is no run record (a user is named \"%2\")").arg(file.fileName(), user.name));
+            refuse(QStringLiteral("%1: this is no run record (a user is named \"%2\")").arg(path, user.name));
         }
     }
     return record;

@@ -169,6 +169,15 @@ private slots:
             row(title(" extended"), 3, "", [path](const proven_result& one) { append(path(one), "\n"); },
                 {"--expect", "HASH"});
         }
+        // Whoever opened a pipe would wait for ever.
+        for (const char* name : {"manifest.csv", "run.json", "seal.txt", "log.txt"}) {
+            row(QByteArray(name) + " is a pipe", 1, "there is a named pipe in its place",
+                [name](const proven_result& one) {
+                    const QString path = one.in_result(products + name);
+                    QFile::remove(path);
+                    ::mkfifo(qPrintable(path), 0600);
+                });
+        }
         row("a product more", 3, "not listed by the seal",
             [](const proven_result& one) { write_file(one.in_result(products + "note.txt")); });
         row("run record forged, sealed anew", 3, "the root hash is not the expected one",
