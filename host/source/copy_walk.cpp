@@ -160,6 +160,8 @@ bool copy_walk::enter(open_directory inner)
         blocked.push_back({inner.path, listing.error, listing.error_number});
     }
     inner.entries = std::move(listing.entries);
+    // The copy of the directory itself takes room, too, which is none of its files'.
+    inner.sum.left_out.room += amount_of_file(1).room;
     open.push_back(std::move(inner));
     return true;
 }

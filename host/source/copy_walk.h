@@ -33,7 +33,7 @@ public:
         amount tree;
         amount accounts;    ///< the account folders below it, which are copied once more
         amount identifiers; ///< the folders directly in it that are named by an identifier
-        amount left_out;    ///< hidden and loose files, which the copy leaves
+        amount left_out;    ///< hidden and loose files, which the copy leaves; its room counts directories too
     };
 
     /// Returns what the copy of one file takes.

@@ -14,7 +14,7 @@ namespace {
 
 // Manifest, sums, seal, log, report, database of messages.
 constexpr qint64 bytes_of_records = 400'000;
-constexpr qint64 bytes_of_records_a_file = 1000;
+constexpr qint64 bytes_of_records_a_file = 2000;
 
 QString nearest_existing(const QString& path)
 {
