@@ -1,5 +1,6 @@
 #include "host/completeness/store_check.h"
 
+#include "host/completeness/account_witnesses.h"
 #include "host/completeness/mailbox_names.h"
 #include "host/completeness/store_notes.h"
 #include "host/completeness/store_sums.h"
@@ -11,7 +12,6 @@
 #include <QStorageInfo>
 
 #include <algorithm>
-#include <map>
 #include <memory>
 #include <tuple>
 
@@ -71,8 +71,8 @@ public:
             tell_index_only();
             finish_index();
         }
-        witness_accounts();
         arrange_lines();
+        result.accounts = account_witnesses(files.accounts, result.mailboxes, request.settings);
         return result;
     }
 
@@ -338,26 +338,6 @@ private:
         record.schema = index->schema();
         const bool is_whole = record.schema.is_whole && record.rows_stated == record.rows;
         record.state = is_whole ? index_state::read : index_state::incomplete;
-    }
-
-    void witness_accounts()
-    {
-        std::map<QByteArray, account_witness> witnesses;
-        for (const QByteArray& folder : std::as_const(files.accounts)) {
-            witnesses[folder].has_folder = true;
-        }
-        for (const std::vector<mailbox_line>* group : {&lines, &labels}) {
-            for (const mailbox_line& line : *group) {
-                if (!line.account.isEmpty()) {
-                    witnesses[line.account].has_address |= line.is_in_index;
-                }
-            }
-        }
-        for (auto& [account, witness] : witnesses) {
-            witness.account = account;
-            witness.setting = request.settings.value(account.toUpper());
-            result.accounts.push_back(witness);
-        }
     }
 
     void arrange_lines()

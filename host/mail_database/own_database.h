@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/files/checked_database.h"
+#include "host/result/checked_database.h"
 #include "host/result/result_paths.h"
 
 /// A result's own database, mail.sqlite, open for reading only.

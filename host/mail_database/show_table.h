@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/files/checked_database.h"
+#include "host/result/checked_database.h"
 #include "host/mail_database/without_row.h"
 #include "host/result/row_folders.h"
 

@@ -1,4 +1,4 @@
-#include "host/files/checked_database.h"
+#include "host/result/checked_database.h"
 
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
