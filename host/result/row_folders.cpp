@@ -1,18 +1,29 @@
 #include "host/result/row_folders.h"
 
+#include "host/files/quiet_reading.h"
 #include "support/shared_texts.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <cstdlib>
+
+namespace {
+
+entry_kind kind_at(const QString& path)
+{
+    return quiet_stat(QFile::encodeName(path)).kind;
+}
+
+} // namespace
 
 row_folders::row_folders(const result_paths& looked_at) : result(looked_at), folders(find_dated_folders(looked_at)) {}
 
 std::optional<QString> row_folders::place_of(const QString& row_folder, const QString& user) const
 {
     const QString named = folder_in_result(row_folder);
-    if (!named.isEmpty() && QFileInfo(result.below(named)).isDir()) {
+    // What cannot be looked at is not taken for absent.
+    const entry_kind kind = named.isEmpty() ? entry_kind::absent : kind_at(result.below(named));
+    if (kind == entry_kind::directory || kind == entry_kind::unknown) {
         return row_folder;
     }
     const QString dated = named.isEmpty() ? QString() : below_own_dated_folder(row_folder, user);
@@ -27,7 +38,7 @@ std::optional<QString> row_folders::place_of(const QString& row_folder, const QS
     for (const dated_folder& folder : of_user->second) {
         const QString place = QFile::decodeName(folder.path) + dated.mid(day_size);
         const qint64 days = std::abs(folder.date.daysTo(day));
-        if ((!nearest || days < distance) && QFileInfo(result.below(place)).isDir()) {
+        if ((!nearest || days < distance) && kind_at(result.below(place)) == entry_kind::directory) {
             nearest = QLatin1Char('/') + place;
             distance = days;
         }
