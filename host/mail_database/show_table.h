@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/result/checked_database.h"
 #include "host/mail_database/without_row.h"
+#include "host/result/checked_database.h"
 #include "host/result/row_folders.h"
 
 #include <QStringList>

@@ -15,8 +15,8 @@ public:
     explicit row_folders(const result_paths& result);
 
     /// Returns the folder, written as rows write it, where the copies lie of which a row of `user` names `row_folder`:
-    /// the same where it exists or cannot be looked at; else the same below a dated folder of the user's, that of the nearest day; nothing
-    /// when it is nowhere.
+    /// the same where it exists or cannot be looked at; else the same below a dated folder of the user's, that of the
+    /// nearest day; nothing when it is nowhere.
     std::optional<QString> place_of(const QString& row_folder, const QString& user) const;
 
 private:
