@@ -23,11 +23,11 @@ bytes_read bytes_read_below(const QString& directory, const QStringList& command
     }
     const QString record = scratch + QStringLiteral("/calls");
     // Records that threads write at once would be split into two lines, so that each process has a file of its own.
-    cost_of(QStringList{"strace", "-ff", "-y", "-s", "0", "-e",
-                        "trace=read,pread64,readv,preadv,preadv2,copy_file_range,sendfile,splice,mmap,fsync,fdatasync,"
-                        "syncfs,sync,sync_file_range,msync",
-                        "-o", record} +
-            command);
+    const QString calls_shown =
+        QStringLiteral(
+            "trace=read,pread64,readv,preadv,preadv2,copy_file_range,sendfile,splice,mmap,fsync,fdatasync,") +
+        QStringLiteral("syncfs,sync,sync_file_range,msync");
+    cost_of(QStringList{"strace", "-ff", "-y", "-s", "0", "-e", calls_shown, "-o", record} + command);
     // strace -y shows the path of each descriptor.
     const QByteArray mark = '<' + QFile::encodeName(directory) + '/';
     const QDir folder(scratch);

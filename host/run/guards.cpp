@@ -73,7 +73,7 @@ void guard_run(run_plan& plan, bool follow_links_outside)
         names.push_back(QFile::encodeName(user.name));
     }
     const QByteArray source = QFile::encodeName(settings.source_root);
-    const copy_forecast forecast = forecast_copies(source, mail_directories_of(source, names));
+    copy_forecast forecast = forecast_copies(source, mail_directories_of(source, names));
     if (forecast.link_problems.empty()) {
         for (std::size_t i = 0; i < names.size(); ++i) {
             settings.users[static_cast<qsizetype>(i)].expected_copies =

@@ -117,7 +117,7 @@ private slots:
         const QByteArray report = content_of(ground.result() + "/mail-extract/report.html");
         std::shuffle(faults.begin(), faults.end(), std::mt19937(attack_seed()));
         const auto drawn = std::stable_partition(faults.begin(), faults.end(), decides_on_a_row);
-        const int trials = attack_trials(10);
+        const qsizetype trials = attack_trials(10);
         const bool is_new_run = arguments[0] == "run" && state == before::nothing;
         const qsizetype decisive = is_new_run ? std::min<qsizetype>(2 * trials, drawn - faults.begin()) : 0;
         const QList<chosen_fault> tried = faults.mid(0, decisive) + faults.mid(drawn - faults.begin(), trials);

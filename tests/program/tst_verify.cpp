@@ -190,8 +190,8 @@ private slots:
     {
         QTest::addColumn<fault>("damage");
         QTest::addColumn<std::string>("entry");
-        const auto row = [](const char* name, const std::string& entry, fault damage) {
-            QTest::newRow(name) << std::move(damage) << entry;
+        const auto row = [](const char* name, const std::string& entry, const fault& damage) {
+            QTest::newRow(name) << damage << entry;
         };
         const auto replaced = [](const auto& make_link) {
             return [make_link](const fs::path& source, const fs::path& copy) {

@@ -171,7 +171,7 @@ private slots:
     {
         bulk_run run;
         for (int i = 0; i < 1500; ++i) {
-            write_file(run.source + QString("/%1/%2").arg(i % 3).arg(i), QByteArray((i % 7) * 3'000, 'x'));
+            write_file(run.source + QString("/%1/%2").arg(i % 3).arg(i), QByteArray(qsizetype(i % 7) * 3'000, 'x'));
         }
         QList<QByteArray> orders[2];
         for (auto& order : orders) {

@@ -73,6 +73,7 @@ private slots:
             }
             std::vector<std::optional<lease>> leases(8);
             std::vector<std::thread> threads;
+            threads.reserve(leases.size());
             for (std::optional<lease>& mine : leases) {
                 threads.emplace_back([&] { mine = take(directory); });
             }

@@ -115,9 +115,9 @@ inline QString line_of(const store_completeness& store, const QByteArray& mailbo
 }
 
 inline const QStringList newer_tables{
-    "CREATE TABLE messages (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, global_message_id INTEGER, subject_prefix TEXT, "
-    "subject INTEGER, sender INTEGER, date_sent INTEGER, date_received INTEGER, mailbox INTEGER, flags INTEGER, "
-    "deleted INTEGER)",
+    ("CREATE TABLE messages (ROWID INTEGER PRIMARY KEY AUTOINCREMENT, global_message_id INTEGER, subject_prefix TEXT, "
+     "subject INTEGER, sender INTEGER, date_sent INTEGER, date_received INTEGER, mailbox INTEGER, flags INTEGER, "
+     "deleted INTEGER)"),
     "CREATE TABLE mailboxes (ROWID INTEGER PRIMARY KEY, url TEXT, source INTEGER)",
     "CREATE TABLE subjects (ROWID INTEGER PRIMARY KEY, subject TEXT)",
     "CREATE TABLE addresses (ROWID INTEGER PRIMARY KEY, address TEXT, comment TEXT)",

@@ -23,14 +23,14 @@ private slots:
             << "1 1 0 1 1 0 0 0 0" << int(index_state::incomplete);
         QTest::newRow("text for numbers")
             << newer_tables + QStringList{mailbox_row(1, "INBOX"), message_row(1, 1),
-                                          "INSERT INTO messages (ROWID, mailbox, flags, deleted, date_sent, subject) "
-                                          "VALUES (2, 'one', 'two', 'three', x'00ff', 'four')"}
+                                          ("INSERT INTO messages (ROWID, mailbox, flags, deleted, date_sent, subject) "
+                                           "VALUES (2, 'one', 'two', 'three', x'00ff', 'four')")}
             << "1 2 1 0 1 0 0 0 0" << read;
         QTest::newRow("numbers at their ends")
             << newer_tables + QStringList{mailbox_row(1, "INBOX"), message_row(1, 1), message_row(-5, 1),
                                           message_row(9223372036854775807, 1),
-                                          "INSERT INTO messages (ROWID, mailbox, date_sent, date_received) VALUES "
-                                          "(0, 9223372036854775807, -9223372036854775808, 9e300)"}
+                                          ("INSERT INTO messages (ROWID, mailbox, date_sent, date_received) VALUES "
+                                           "(0, 9223372036854775807, -9223372036854775808, 9e300)")}
             << "1 4 1 0 3 0 0 0 0" << read;
         QTest::newRow("the same mailbox twice")
             << newer_tables + QStringList{mailbox_row(1, "INBOX"), mailbox_row(2, "INBOX"), message_row(1, 2)}
