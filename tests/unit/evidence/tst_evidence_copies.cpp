@@ -198,7 +198,7 @@ void tst_evidence_copies::looks_at_a_table_before_it_is_read()
     build(made, statements);
     const evidence_copies copies = made.copies();
     const evidence_database database(copies, log_use::with_log);
-    const evidence_table table = database.table("ZACCOUNT");
+    const evidence_table& table = database.table("ZACCOUNT");
     QTEST(table.exists, "exists");
     QTEST(table.refusal, "refusal");
     QCOMPARE(table.damage, QString());

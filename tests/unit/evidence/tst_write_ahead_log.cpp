@@ -86,8 +86,8 @@ private slots:
     {
         QTest::addColumn<std::function<void(QByteArray&)>>("damage");
         QTest::addColumn<qsizetype>("place");
-        const auto row = [](const char* name, qsizetype place, std::function<void(QByteArray&)> damage) {
-            QTest::newRow(name) << std::move(damage) << place;
+        const auto row = [](const char* name, qsizetype place, const std::function<void(QByteArray&)>& damage) {
+            QTest::newRow(name) << damage << place;
         };
         const auto flip = [](qsizetype at) { return [at](QByteArray& log) { log[at] = char(log[at] ^ 1); }; };
         const qsizetype last = header_size + 3 * frame_size;

@@ -228,7 +228,8 @@ void tst_account_dossier::knows()
     const QJsonObject found = account_named(dossier, identifier);
     QTEST(field_of(found, field), "value");
     QTEST(found.value(u"origin"_s).toObject().value(field).toString(), "origin");
-    for (const QJsonValue& folder : found.value(u"folders"_s).toArray()) {
+    const QJsonArray folders = found.value(u"folders"_s).toArray();
+    for (const auto& folder : folders) {
         QCOMPARE(folder[u"files"_s], QJsonValue(1));
         QCOMPARE(folder[u"bytes"_s], QJsonValue(identifier == QLatin1String(folder_uuid) ? 5 : 1));
     }
