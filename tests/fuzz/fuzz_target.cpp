@@ -155,6 +155,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
         texts.push_back(write_seeds(planned.seeds).toStdString());
     }
     static std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         pointers.push_back(text.data());
     }
