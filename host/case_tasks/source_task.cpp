@@ -214,7 +214,7 @@ std::optional<task_outcome> source_task::start_process()
     return std::nullopt;
 }
 
-std::optional<task_outcome> source_task::go_on()
+std::optional<task_outcome> source_task::advance()
 {
     if (beats->is_lost()) {
         return taken_over();

@@ -44,7 +44,7 @@ public:
     std::optional<task_outcome> begin();
     /// Looks after the extraction; to be called several times a second. An outcome at the end. Signs of life come
     /// meanwhile and between.
-    std::optional<task_outcome> go_on();
+    std::optional<task_outcome> advance();
     /// Asks the extraction to end, or sees to it that it is asked; what it wrote stays. To be called again until it
     /// ended.
     void cancel();

@@ -64,7 +64,7 @@ QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_sett
             if (interruption::requested()) {
                 placed.task->cancel();
             }
-            const auto outcome = outcome_of([&placed] { return placed.task->go_on(); });
+            const auto outcome = outcome_of([&placed] { return placed.task->advance(); });
             if (outcome) {
                 end(placed.place, *outcome);
             }

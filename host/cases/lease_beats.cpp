@@ -1,6 +1,6 @@
 #include "host/cases/lease_beats.h"
 
-lease_beats::lease_beats(lease& of) : held(of), thread([this] { go_on(); }) {}
+lease_beats::lease_beats(lease& of) : held(of), thread([this] { beat_on(); }) {}
 
 lease_beats::~lease_beats()
 {
@@ -12,7 +12,7 @@ lease_beats::~lease_beats()
     thread.join();
 }
 
-void lease_beats::go_on()
+void lease_beats::beat_on()
 {
     const std::chrono::milliseconds interval(held.beat_ms());
     std::unique_lock lock(mutex);

@@ -21,7 +21,7 @@ public:
     bool is_lost() const { return lost; }
 
 private:
-    void go_on();
+    void beat_on();
 
     lease& held;
     std::mutex mutex;

@@ -10,7 +10,7 @@ void for_each_on_all_cores(std::size_t count, const std::function<void(std::size
                            std::size_t for_a_thread)
 {
     std::atomic<std::size_t> next{0};
-    const auto go_on = [&] {
+    const auto work_off = [&] {
         for (std::size_t number = next++; number < count; number = next++) {
             work(number);
         }
@@ -19,12 +19,12 @@ void for_each_on_all_cores(std::size_t count, const std::function<void(std::size
     std::vector<std::thread> helpers;
     for (std::size_t i = 1; i < std::min(cores, count / for_a_thread); ++i) {
         try {
-            helpers.emplace_back(go_on);
+            helpers.emplace_back(work_off);
         } catch (const std::system_error&) {
             break; // a machine without a thread to spare
         }
     }
-    go_on();
+    work_off();
     for (std::thread& helper : helpers) {
         helper.join();
     }

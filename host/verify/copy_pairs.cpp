@@ -6,6 +6,7 @@
 #include "host/source/witnesses.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
@@ -293,6 +294,12 @@ private:
         // Most copies have a source: only of the others more than the name is wanted.
         std::vector<named_kind> surplus;
         kinds_listing copies = quiet_kinds(in_result(directory.copy));
+        // Where there are no copies at all, each file of the source says so.
+        if (!copies.error.isEmpty() && copies.error_number != ENOENT && copies.error_number != ENOTDIR &&
+            !report(directory.source + '/', quiet_stat(in_source(directory.source)), entry_status::unreadable,
+                    "the directory of its copies cannot be read: " + copies.error.toUtf8())) {
+            return false;
+        }
         for (named_kind& copy : copies.entries) {
             if (!accounts_for(directory, listing, copy.name)) {
                 surplus.push_back(std::move(copy));
@@ -338,7 +345,8 @@ private:
         }
         bool completed = true;
         walk_tree(in_result(path), [&](const tree_entry& entry) {
-            if (entry.facts.kind != entry_kind::directory) {
+            // What lies in a directory that cannot be listed may be anything.
+            if (entry.facts.kind != entry_kind::directory || !entry.listing_error.isEmpty()) {
                 completed = visitor.surplus(child_path(path, entry.relative_path));
             }
             return completed;
