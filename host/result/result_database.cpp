@@ -3,6 +3,7 @@
 #include "host/files/rollback_journal.h"
 #include "host/files/sqlite_companions.h"
 #include "host/result/row_folders.h"
+#include "host/text/display_text.h"
 #include "host/text/failure.h"
 #include "support/shared_texts.h"
 
@@ -49,19 +50,25 @@ void result_database::fail(const QString& reason) const
     refuse(QStringLiteral("cannot read the result database %1: %2").arg(path, reason));
 }
 
-qint64 last_account_row(const result_paths& result)
+QString what_database_holds(const result_paths& result)
 {
     if (!QFile::exists(result.database())) {
-        return 0;
+        return {};
     }
     const result_database database(result);
-    checked_rows tables = database.query(
-        QStringLiteral("SELECT 1 FROM sqlite_master WHERE name = '%1'").arg(shared_texts::accounts_table));
-    if (!tables.next()) {
-        return 0;
+    checked_rows others = database.query(
+        QStringLiteral("SELECT type, name FROM sqlite_master WHERE (type, name) <> ('table', '%1') LIMIT 1")
+            .arg(shared_texts::accounts_table));
+    if (others.next()) {
+        return QStringLiteral("holds the %1 \"%2\", which no run makes")
+            .arg(display_text(others.value(0).toString()), display_text(others.value(1).toString()));
     }
-    checked_rows rows = database.query(QStringLiteral("SELECT max(INT) FROM %1").arg(shared_texts::accounts_table));
-    return rows.next() ? rows.value(0).toLongLong() : 0;
+    checked_rows tables = database.query(QStringLiteral("SELECT 1 FROM sqlite_master"));
+    if (!tables.next()) {
+        return {};
+    }
+    checked_rows rows = database.query(QStringLiteral("SELECT 1 FROM %1 LIMIT 1").arg(shared_texts::accounts_table));
+    return rows.next() ? QStringLiteral("already holds accounts, and no record says of which run") : QString();
 }
 
 QStringList problems_of_row_folders(const result_paths& result)

@@ -30,8 +30,9 @@ private:
     std::optional<checked_database> database;
 };
 
-/// Returns the number of the last row of the table of accounts; 0 without rows or without a database.
-qint64 last_account_row(const result_paths& result);
+/// Returns what a database that no run is known to have left holds, as the end of a sentence; empty when it holds
+/// nothing or is not there.
+QString what_database_holds(const result_paths& result);
 
 /// Returns what is wrong with the folders that rows name, a line each at most: of another day than the one that holds
 /// the copies, or nowhere although the row tells of copies. The first of each kind is named, the others are counted.

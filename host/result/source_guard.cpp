@@ -3,6 +3,7 @@
 #include "host/files/file_tree.h"
 #include "host/files/mount_table.h"
 #include "host/files/rollback_journal.h"
+#include "host/files/sqlite_companions.h"
 #include "host/text/failure.h"
 
 #include <QDir>
@@ -46,6 +47,18 @@ void refuse_unless_file(const QString& path)
     const entry_facts facts = quiet_stat(QFile::encodeName(path));
     if (facts.kind != entry_kind::file && facts.kind != entry_kind::absent) {
         refuse(QStringLiteral("cannot write %1: there is a %2 in its place").arg(path, kind_text(facts.kind)));
+    }
+}
+
+/// What is written in place, and not made anew, must have no second name: that may be a file of the evidence.
+void refuse_second_name(const QString& path)
+{
+    refuse_unless_file(path);
+    std::error_code absent;
+    if (const auto names = fs::hard_link_count(native_path(path), absent); !absent && names > 1) {
+        refuse(QStringLiteral("cannot write %1: the file has %2 names (hard links), and another of them may be one of "
+                              "the evidence")
+                   .arg(path, QString::number(names)));
     }
 }
 
@@ -98,18 +111,23 @@ void refuse_planted_links(const result_paths& result, const QString& log_path)
     for (const QString& path : written) {
         refuse_link(QFile::encodeName(path), quiet_stat(QFile::encodeName(path)));
     }
-    for (product which : {product::log, product::run_record, product::manifest, product::sums, product::seal,
-                          product::report, product::lock}) {
+    for (product which :
+         {product::log, product::run_record, product::manifest, product::sums, product::seal, product::report}) {
         refuse_unless_file(result.path(which));
     }
+    refuse_second_name(result.path(product::lock));
     refuse_unless_file(result.database());
+    for (const char* companion : sqlite_companions) {
+        refuse_unless_file(result.database() + QLatin1String(companion));
+    }
     if (const QString journal = result.database() + QStringLiteral("-journal");
         names_another_file(QFile::encodeName(journal))) {
         refuse(QStringLiteral("cannot write %1: %2 names another file, which a rollback would delete")
                    .arg(result.database(), journal));
     }
     if (!log_path.isEmpty()) {
-        refuse_unless_file(log_path);
+        refuse_second_name(log_path);
+        refuse_second_name(result.database());
     }
     for (const QString& folder : {result.artifacts(), result.evidence(), result.verifications()}) {
         walk_tree(QFile::encodeName(folder), [](const tree_entry& entry) {

@@ -12,9 +12,10 @@ bool lies_inside(const QString& path, const QString& directory);
 void keep_out_of_source(const QString& source, const result_paths& result, const QString& log_path = {});
 
 /// Refuses a result in which something lies in the way of what is going to be written: a link in the place of a folder
-/// or file of ours, a link below the folders of copies, or anything but a file where a file is to be, or a journal
-/// beside the database that has another file deleted. A copy is never a
-/// link, so that whoever put it there wanted writing to go astray. Throws a failure that names it.
+/// or file of ours, a link below the folders of copies, or anything but a file where a file is to be, a second name of
+/// a file that is written in place (with `log_path` the log and the database too), or a journal beside the database
+/// that has another file deleted. A copy is never a link, so that whoever put it there wanted writing to go astray.
+/// Throws a failure that names it.
 void refuse_planted_links(const result_paths& result, const QString& log_path = {});
 
 /// Creates a folder with those above it. Throws a failure that says what is in the way.

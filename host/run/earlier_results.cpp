@@ -2,6 +2,7 @@
 
 #include "host/files/durable_file.h"
 #include "host/files/file_tree.h"
+#include "host/files/sqlite_companions.h"
 #include "host/result/dated_folders.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
@@ -82,6 +83,14 @@ void remove_stray_products(const result_paths& result)
     const QString unfinished = QLatin1Char('*') + QLatin1String(unfinished_ending) + QLatin1Char('*');
     for (const QString& name : folder.entryList({unfinished}, QDir::Files | QDir::Hidden | QDir::System)) {
         remove_all(folder.filePath(name));
+    }
+}
+
+void remove_earlier_database(const result_paths& result)
+{
+    remove_all(result.database());
+    for (const char* companion : sqlite_companions) {
+        remove_all(result.database() + QLatin1String(companion));
     }
 }
 

@@ -18,6 +18,9 @@ void remove_earlier_copies(const result_paths& result);
 /// Throws a failure.
 void remove_stray_products(const result_paths& result);
 
+/// Removes the table of accounts, whose rows a run makes anew: its schema may be somebody else's. Throws a failure.
+void remove_earlier_database(const result_paths& result);
+
 /// Empties the plug-in's folder for working copies: a companion left there would be taken for the next store's. Throws
 /// a failure.
 void empty_scratch(const result_paths& result);

@@ -57,10 +57,9 @@ earlier_run look_at_earlier_run(const result_paths& result, const run_options& o
     }
     const bool has_begun = earlier && earlier->status != run_status::failed;
     if (!has_begun) {
-        if (last_account_row(result) > 0) {
-            refuse_result(result, QStringLiteral("%1 already holds accounts, and no record says of which run; %2, or "
-                                                 "--clear to start over")
-                                      .arg(result.database(), QLatin1String(own_result)));
+        if (const QString held = what_database_holds(result); !held.isEmpty()) {
+            refuse_result(result, QStringLiteral("%1 %2; %3, or --clear to start over")
+                                      .arg(result.database(), held, QLatin1String(own_result)));
         }
         return earlier_run::none;
     }

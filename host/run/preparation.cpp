@@ -158,6 +158,7 @@ void remove_earlier_results(const run_options& options, run_plan& plan)
     } else {
         remove_earlier_products(plan.result);
     }
+    remove_earlier_database(plan.result);
     empty_scratch(plan.result);
     if (plan.earlier == earlier_run::continued) {
         keep_whole_copies(plan);

@@ -2,11 +2,16 @@
 #include "tests/faults/trial_ground.h"
 
 #include <QDate>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTest>
+
+#include <filesystem>
 
 namespace {
 
 const QString extractor = "Artifacts_Result/Apple_Mail_Extractor/";
+const QString database = extractor + "Apple_Mail_Extractor.sqlite";
 
 QString dated(const QString& user)
 {
@@ -32,11 +37,10 @@ private slots:
               QString("mail-extract"), QString("mail-extract/evidence"), QString("mail-extract/verifications")}) {
             QTest::newRow(qPrintable(place)) << place << true;
         }
-        for (const QString& place :
-             {extractor + "Apple_Mail_Extractor.sqlite", extractor + "Apple_Mail_Extractor.sqlite-journal",
-              QString("mail-extract/log.txt"), QString("mail-extract/run.json"), QString("mail-extract/manifest.csv"),
-              QString("mail-extract/SHA256SUMS"), QString("mail-extract/report.html"), QString("mail-extract/seal.txt"),
-              QString("mail-extract/mail.sqlite")}) {
+        for (const QString& place : {database, database + "-journal", QString("mail-extract/log.txt"),
+                                     QString("mail-extract/run.json"), QString("mail-extract/manifest.csv"),
+                                     QString("mail-extract/SHA256SUMS"), QString("mail-extract/report.html"),
+                                     QString("mail-extract/seal.txt"), QString("mail-extract/mail.sqlite")}) {
             QTest::newRow(qPrintable(place)) << place << false;
         }
     }
@@ -65,6 +69,64 @@ private slots:
             QVERIFY2(ending.said.contains(place.toUtf8()) && ending.said.contains(target.toUtf8()),
                      qPrintable(case_text));
         }
+    }
+
+    // What is written in place would change evidence of which it is another name.
+    void a_second_name_of_evidence_is_refused_data()
+    {
+        QTest::addColumn<QString>("place");
+        for (const QString& place : {database, QString("mail-extract/log.txt"), QString("mail-extract/lock")}) {
+            QTest::newRow(qPrintable(place)) << place;
+        }
+    }
+
+    void a_second_name_of_evidence_is_refused()
+    {
+        QFETCH(QString, place);
+        const trial_ground ground;
+        const QString name = ground.result() + '/' + place;
+        QVERIFY(QDir().mkpath(QFileInfo(name).path()));
+        std::filesystem::create_hard_link(
+            (ground.source.root() + "Users/anna/Library/Accounts/Accounts4.sqlite").toStdString(), name.toStdString());
+        const auto before = ground.source_state();
+        for (const QStringList& further : {QStringList(), QStringList("--clear")}) {
+            const trial_ending ending = ground.run(ground.run_arguments(further), {});
+            QVERIFY(ground.source_state() == before);
+            QVERIFY2(ending.exit_code == 1 && ending.said.contains(place.toUtf8()), ending.said);
+        }
+    }
+
+    // A trigger would change each row as it is written.
+    void a_planted_table_takes_no_rows_data()
+    {
+        QTest::addColumn<QStringList>("further");
+        QTest::addColumn<int>("exit_code");
+        QTest::newRow("first run") << QStringList() << 1;
+        QTest::newRow("cleared") << QStringList("--clear") << 0;
+    }
+
+    void a_planted_table_takes_no_rows()
+    {
+        QFETCH(QStringList, further);
+        const trial_ground ground;
+        const QString path = ground.result() + '/' + database;
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        {
+            QSqlDatabase planted = QSqlDatabase::addDatabase("QSQLITE", "planted");
+            planted.setDatabaseName(path);
+            QVERIFY(planted.open());
+            QSqlQuery query(planted);
+            QVERIFY(query.exec("CREATE TABLE accounts(INT INTEGER PRIMARY KEY, bookmark, system_user, account, "
+                               "account_type, files_copied, dest_path, os_scheme_display, source_count_name, "
+                               "source_file, artifacts_relation_source_file)"));
+            QVERIFY(query.exec("CREATE TRIGGER forger AFTER INSERT ON accounts BEGIN UPDATE accounts SET account = "
+                               "'forged'; END"));
+        }
+        QSqlDatabase::removeDatabase("planted");
+        const trial_ending ending = ground.run(ground.run_arguments(further), {});
+        QTEST(ending.exit_code, "exit_code");
+        QVERIFY(ending.exit_code == 0 ? !ground.content().rows.join('|').contains("forged")
+                                      : ending.said.contains("forger"));
     }
 };
 
