@@ -4,6 +4,9 @@
 
 #include <QFile>
 
+#include <utility>
+#include <vector>
+
 namespace {
 
 /// Undoes the octal escapes of blanks, tabs, newlines and backslashes in a mount table.
@@ -19,33 +22,92 @@ QByteArray unescaped(const QByteArray& text)
     return plain;
 }
 
+struct mount
+{
+    QByteArray file_system;
+    QByteArray root; ///< of what is mounted, in its file system
+    QByteArray point;
+    QByteArray upper; ///< of an overlay, like the next
+    QByteArrayList lower;
+};
+
+/// Takes the directories that an overlay is made of from its options.
+void take_layers(const QByteArray& options, mount& overlay)
+{
+    for (const QByteArray& option : options.split(',')) {
+        const QByteArray value = option.mid(option.indexOf('=') + 1);
+        if (option.startsWith("upperdir=")) {
+            overlay.upper = unescaped(value);
+        } else if (option.startsWith("lowerdir=")) {
+            for (const QByteArray& layer : value.split(':')) {
+                overlay.lower.append(unescaped(layer));
+            }
+        }
+    }
+}
+
+std::vector<mount> mounts_of(const QByteArray& table)
+{
+    std::vector<mount> mounts;
+    for (const QByteArray& line : table.split('\n')) {
+        // Number, parent's number, file system, root within it, mount point, and what does not matter here up to "-";
+        // then type, device and options of the file system.
+        const QByteArrayList fields = line.split(' ');
+        if (fields.size() < 5) {
+            continue;
+        }
+        mount one{fields[2], unescaped(fields[3]), unescaped(fields[4]), {}, {}};
+        const QByteArrayList about = fields.mid(fields.indexOf("-", 5) + 1);
+        if (about.value(0) == "overlay") {
+            take_layers(about.value(2), one);
+        }
+        mounts.push_back(std::move(one));
+    }
+    return mounts;
+}
+
 } // namespace
 
 std::optional<file_system_place> place_in_mount_table(const QByteArray& table, const QByteArray& path)
 {
     std::optional<file_system_place> found;
     qsizetype deepest = -1;
-    for (const QByteArray& line : table.split('\n')) {
-        // Number, parent's number, file system, root within it, mount point, and what does not matter here.
-        const QByteArrayList fields = line.split(' ');
-        if (fields.size() < 5) {
-            continue;
-        }
-        const QByteArray mount_point = unescaped(fields[4]);
+    for (const mount& one : mounts_of(table)) {
         // Of two mounts at one place the later hides the earlier.
-        if (mount_point.size() >= deepest && is_at_or_below(path, mount_point)) {
-            deepest = mount_point.size();
-            const QByteArray below = path.mid(mount_point.endsWith('/') ? mount_point.size() : mount_point.size() + 1);
-            const QByteArray root = unescaped(fields[3]);
-            found = {fields[2], below.isEmpty() ? root : child_path(root, below)};
+        if (one.point.size() >= deepest && is_at_or_below(path, one.point)) {
+            deepest = one.point.size();
+            const QByteArray below = path.mid(one.point.endsWith('/') ? one.point.size() : one.point.size() + 1);
+            const auto in = [&below](const QByteArray& root) {
+                return root.isEmpty() || below.isEmpty() ? root : child_path(root, below);
+            };
+            found = {one.file_system, in(one.root), in(one.upper), {}};
+            for (const QByteArray& layer : one.lower) {
+                found->lower.append(in(layer));
+            }
         }
     }
     return found;
 }
 
+QByteArrayList mounts_in_table(const QByteArray& table, const QByteArray& directory)
+{
+    QByteArrayList found;
+    for (const mount& one : mounts_of(table)) {
+        if (is_at_or_below(one.point, directory)) {
+            found.append(one.point);
+        }
+    }
+    return found;
+}
+
+QByteArray mount_table()
+{
+    // Only Linux has this table.
+    QFile table(QStringLiteral("/proc/self/mountinfo"));
+    return table.open(QIODevice::ReadOnly) ? table.readAll() : QByteArray();
+}
+
 std::optional<file_system_place> place_on_file_system(const QByteArray& path)
 {
-    // Only Linux has this table; where it is missing, mounts of parts of a file system are not known either.
-    QFile table(QStringLiteral("/proc/self/mountinfo"));
-    return table.open(QIODevice::ReadOnly) ? place_in_mount_table(table.readAll(), path) : std::nullopt;
+    return place_in_mount_table(mount_table(), path);
 }

@@ -10,7 +10,9 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <filesystem>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -32,6 +34,31 @@ fs::path resolved(fs::path path)
     }
     const fs::path canonical = fs::weakly_canonical(path, error);
     return error ? path : canonical;
+}
+
+std::optional<file_system_place> place_of(const fs::path& path)
+{
+    return place_on_file_system(QByteArray::fromStdString(path.string()));
+}
+
+/// True when a resolved path, which need not exist, is a directory or lies below it.
+bool is_in_directory(const fs::path& inner, const fs::path& outer)
+{
+    // Directories are compared as such, not by their names: letter case and mounts make names unreliable.
+    for (fs::path place = inner;; place = place.parent_path()) {
+        std::error_code absent;
+        if (fs::equivalent(place, outer, absent)) {
+            return true;
+        }
+        if (place == place.parent_path()) {
+            break;
+        }
+    }
+    // A part of the directory may be mounted elsewhere, and then none of the places on the way is the directory itself.
+    const auto inner_place = place_of(inner);
+    const auto outer_place = place_of(resolved(outer));
+    return inner_place && outer_place && inner_place->file_system == outer_place->file_system &&
+           is_at_or_below(inner_place->path, outer_place->path);
 }
 
 void refuse_link(const QByteArray& path, const entry_facts& facts)
@@ -68,21 +95,20 @@ bool lies_inside(const QString& path, const QString& directory)
 {
     const fs::path outer = native_path(directory);
     const fs::path inner = resolved(native_path(path));
-    // Directories are compared as such, not by their names: letter case and mounts make names unreliable.
-    for (fs::path place = inner;; place = place.parent_path()) {
-        std::error_code absent;
-        if (fs::equivalent(place, outer, absent)) {
-            return true;
-        }
-        if (place == place.parent_path()) {
-            break;
+    // What is written to an overlay is written to its upper layer, and what is written to any layer is seen in it.
+    std::vector<fs::path> written{inner};
+    if (const auto place = place_of(inner); place && !place->upper.isEmpty()) {
+        written.push_back(resolved(place->upper.toStdString()));
+    }
+    std::vector<fs::path> read{outer};
+    if (const auto place = place_of(resolved(outer)); place && !place->lower.isEmpty()) {
+        for (const QByteArray& layer : place->lower + QByteArrayList{place->upper}) {
+            read.push_back(resolved(layer.toStdString()));
         }
     }
-    // A part of the directory may be mounted elsewhere, and then none of the places on the way is the directory itself.
-    const auto inner_place = place_on_file_system(QByteArray::fromStdString(inner.string()));
-    const auto outer_place = place_on_file_system(QByteArray::fromStdString(resolved(outer).string()));
-    return inner_place && outer_place && inner_place->file_system == outer_place->file_system &&
-           is_at_or_below(inner_place->path, outer_place->path);
+    return std::any_of(written.begin(), written.end(), [&read](const fs::path& to) {
+        return std::any_of(read.begin(), read.end(), [&to](const fs::path& from) { return is_in_directory(to, from); });
+    });
 }
 
 void keep_out_of_source(const QString& source, const result_paths& result, const QString& log_path)
@@ -90,6 +116,13 @@ void keep_out_of_source(const QString& source, const result_paths& result, const
     QStringList written = result.written();
     if (!log_path.isEmpty()) {
         written.append(log_path);
+    }
+    const QByteArray mounts = mount_table();
+    for (const QString& folder : {result.artifacts(), result.products()}) {
+        for (const QByteArray& point :
+             mounts_in_table(mounts, QByteArray::fromStdString(resolved(native_path(folder)).string()))) {
+            written.append(QFile::decodeName(point));
+        }
     }
     for (const QString& path : written) {
         if (lies_inside(path, source)) {

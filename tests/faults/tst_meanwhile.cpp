@@ -1,6 +1,7 @@
 #include "tests/common/files.h"
 #include "tests/faults/trial_ground.h"
 
+#include <QDate>
 #include <QTest>
 
 #include <filesystem>
@@ -108,7 +109,27 @@ private slots:
             QVERIFY(ground.source_state() == ground.source_before);
             QCOMPARE(ending.exit_code, 1);
         }
-        QCOMPARE(::umount(QFile::encodeName(ground.result()).constData()), 0);
+        QCOMPARE(::umount(place.constData()), 0);
+    }
+
+    void a_folder_of_copies_that_is_the_source_elsewhere_is_refused()
+    {
+        if (const QString reason = reason_for_no_mounts(); !reason.isEmpty()) {
+            QSKIP(qPrintable(reason));
+        }
+        const trial_ground ground;
+        const QByteArray mail = QFile::encodeName(ground.source.root() + "Users/anna/Library/Mail");
+        const QString folder = "/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_anna" +
+                               QDate::currentDate().toString("_MM-dd-yyyy");
+        const QByteArray place = QFile::encodeName(ground.result() + folder);
+        QVERIFY(QDir().mkpath(QFile::decodeName(place)));
+        QCOMPARE(::mount(mail.constData(), place.constData(), nullptr, MS_BIND, nullptr), 0);
+        for (const QStringList& further : {QStringList(), QStringList("--clear")}) {
+            const trial_ending ending = ground.run(ground.run_arguments(further), {});
+            QVERIFY(ground.source_state() == ground.source_before);
+            QVERIFY2(ending.exit_code == 1 && ending.said.contains(folder.toUtf8()), ending.said);
+        }
+        QCOMPARE(::umount(place.constData()), 0);
     }
 
     // A disk that is really full, from any of the calls on.
