@@ -19,7 +19,7 @@ namespace {
 constexpr const char* copy_name = "copy.sqlite";
 constexpr const char* whole_directory = "whole";
 constexpr const char* alone_directory = "alone";
-constexpr std::size_t piece_size = 1 << 20;
+constexpr qsizetype piece_size = 1 << 20;
 
 bool write_whole(int descriptor, const char* bytes, std::size_t count)
 {
@@ -50,10 +50,11 @@ QString at_offset(const QString& reason, qint64 offset)
 
 copy_outcome copy_content(const quiet_file& file, int target, const evidence_limits& limits)
 {
-    std::vector<char> piece(piece_size);
+    // Not filled with zeros: most stores are far smaller.
+    QByteArray piece(piece_size, Qt::Uninitialized);
     copy_outcome done;
     while (!limits.cancelled()) {
-        const ssize_t got = ::read(file.descriptor.get(), piece.data(), piece.size());
+        const ssize_t got = ::read(file.descriptor.get(), piece.data(), std::size_t(piece_size));
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -69,7 +70,7 @@ copy_outcome copy_content(const quiet_file& file, int target, const evidence_lim
         if (done.bytes + got > limits.largest_file) {
             return {done.bytes, QStringLiteral("is larger than %1 bytes").arg(limits.largest_file)};
         }
-        if (!write_whole(target, piece.data(), std::size_t(got))) {
+        if (!write_whole(target, piece.constData(), std::size_t(got))) {
             return {done.bytes, QStringLiteral("the copy cannot be written: ") + system_error_text(errno)};
         }
         done.bytes += got;
