@@ -109,7 +109,7 @@ QHash<int, QString> add_results(collected_database& database, const case_overvie
             if (!problem.isEmpty()) {
                 problems.insert(entry.source.index, problem);
             }
-            done.bytes += entry.status.attempt.bytes;
+            add_count(done.bytes, entry.status.attempt.bytes);
         }
         ++done.files;
         shown.update(done);

@@ -3,12 +3,15 @@
 #include "host/case_tasks/child_process.h"
 #include "host/case_tasks/task_pool.h"
 #include "host/cases/case_overview.h"
+#include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
 #include "host/terminal/interruption.h"
+#include "host/text/display_text.h"
 #include "host/text/failure.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -21,14 +24,24 @@ struct index_variable
 constexpr index_variable index_variables[] = {
     {"SLURM_ARRAY_TASK_ID", 0}, {"SGE_TASK_ID", 0}, {"PARALLEL_SEQ", 0}, {"JOB_COMPLETION_INDEX", 1}};
 
+// What Grid Engine says to a job that is none of many.
+constexpr const char* no_index = "undefined";
+
+/// Returns 0 where no scheduler gives an index. What is none is refused: it would be taken for a wish to run all.
 int index_from_scheduler()
 {
     for (const index_variable& variable : index_variables) {
-        bool is_number = false;
-        const int index = qEnvironmentVariableIntValue(variable.name, &is_number) + variable.before_first;
-        if (is_number && index > 0) {
-            return index;
+        const QString text = qEnvironmentVariable(variable.name);
+        if (text.isEmpty() || text == QLatin1String(no_index)) {
+            continue;
         }
+        bool is_number = false;
+        const qint64 index = text.toLongLong(&is_number) + variable.before_first;
+        if (!is_number || index < 1 || index > std::numeric_limits<int>::max()) {
+            throw command_failure(exit_code::usage, QStringLiteral("%1 is \"%2\", which is no index of a source")
+                                                        .arg(QLatin1String(variable.name), display_text(text)));
+        }
+        return static_cast<int>(index);
     }
     return 0;
 }

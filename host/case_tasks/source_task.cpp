@@ -151,6 +151,7 @@ std::optional<task_outcome> source_task::begin_attempt()
     record.state = source_state::running;
     record.attempt = current->name();
     record.generation = held->generation();
+    record.index = task_source.index;
     record.node = node_of_this_process();
     record.job = job_of_this_process();
     record.started_utc = now_utc();
@@ -177,6 +178,7 @@ std::optional<task_outcome> source_task::check_source()
         registration.time_utc = now_utc();
         write_registration(task_source.directory, registration);
     }
+    record.identity = fingerprint_sum(*registration.identity);
     return std::nullopt;
 }
 
@@ -214,12 +216,17 @@ std::optional<task_outcome> source_task::start_process()
     return std::nullopt;
 }
 
+bool source_task::is_extracting()
+{
+    return process.state() != QProcess::NotRunning && !process.waitForFinished(0);
+}
+
 std::optional<task_outcome> source_task::advance()
 {
     if (beats->is_lost()) {
         return taken_over();
     }
-    if (process.state() != QProcess::NotRunning && !process.waitForFinished(0)) {
+    if (is_extracting()) {
         if (is_cancelled && since_cancel.elapsed() > longest_ending_ms) {
             end_at_once(process);
         }
@@ -285,10 +292,13 @@ void source_task::take_result()
     }
     record.failures = run->log_failures;
     for (std::size_t status = 0; status < entry_status_names.size(); ++status) {
-        record.failures += is_fault(static_cast<entry_status>(status)) ? run->verification->totals[status] : 0;
+        if (is_fault(static_cast<entry_status>(status))) {
+            add_count(record.failures, run->verification->totals[status]);
+        }
     }
     for (const user_record& user : run->users) {
-        record.accounts += user.account_store_rows + user.mail_directory_rows;
+        add_count(record.accounts, user.account_store_rows);
+        add_count(record.accounts, user.mail_directory_rows);
     }
     record.files = run->verification->files;
     record.bytes = run->verification->bytes;

@@ -49,6 +49,9 @@ public:
     /// ended.
     void cancel();
 
+    /// False once the extraction has ended and its place is free for the next.
+    bool is_extracting();
+
     /// Returns how far the extraction says that it is; empty as long as it says nothing.
     QString progress() const { return current ? last_progress(current->log()) : QString(); }
 

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QTimer>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -51,13 +52,17 @@ QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_sett
         shown.ended(label_of(sources[place]), outcome_text(outcome));
     };
     while (!running.empty() || (next < sources.size() && !interruption::requested())) {
-        while (running.size() < static_cast<std::size_t>(jobs) && next < sources.size() && !interruption::requested()) {
+        // An ended extraction is told of when the next one is at work, so that its place does not stand empty.
+        auto at_work = std::count_if(running.begin(), running.end(),
+                                     [](const placed_task& placed) { return placed.task->is_extracting(); });
+        while (at_work < jobs && next < sources.size() && !interruption::requested()) {
             placed_task started{next++, nullptr};
             started.task = std::make_unique<source_task>(sources[started.place], settings);
             if (const auto outcome = outcome_of([&started] { return started.task->begin(); })) {
                 end(started.place, *outcome);
             } else {
                 running.push_back(std::move(started));
+                ++at_work;
             }
         }
         const auto ended = std::erase_if(running, [&end](const placed_task& placed) {
@@ -71,11 +76,11 @@ QList<task_outcome> run_tasks(const QList<case_source>& sources, const task_sett
             return outcome.has_value();
         });
         shown.update([&] {
-            QList<source_at_work> at_work;
+            QList<source_at_work> shown_tasks;
             for (const placed_task& placed : running) {
-                at_work.append({label_of(sources[placed.place]), placed.task->progress()});
+                shown_tasks.append({label_of(sources[placed.place]), placed.task->progress()});
             }
-            return at_work;
+            return shown_tasks;
         });
         if (!running.empty() && ended == 0) {
             // The end of a process is an event.

@@ -1,6 +1,7 @@
 #include "host/cases/attempt.h"
 
 #include "host/cases/case_paths.h"
+#include "host/cases/shared_files.h"
 #include "host/text/failure.h"
 
 #include <QDir>
@@ -14,6 +15,7 @@ const QString token_ending = QStringLiteral(".open");
 
 QStringList names_in(const QString& directory)
 {
+    forget_remembered_names(directory);
     return QDir(directory).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
 }
 

@@ -8,17 +8,19 @@
 
 namespace {
 
+constexpr double longest_seconds = 1e12; // far more than any run, and a number that can be shown
+
 void add_to_totals(case_overview& overview, const source_status& status)
 {
     ++overview.counts[static_cast<std::size_t>(status.state)];
     if (!has_result(status.state)) {
         return;
     }
-    overview.accounts += status.attempt.accounts;
-    overview.files += status.attempt.files;
-    overview.bytes += status.attempt.bytes;
-    overview.failures += status.attempt.failures;
-    overview.milliseconds += status.attempt.milliseconds;
+    add_count(overview.accounts, status.attempt.accounts);
+    add_count(overview.files, status.attempt.files);
+    add_count(overview.bytes, status.attempt.bytes);
+    add_count(overview.failures, status.attempt.failures);
+    add_count(overview.milliseconds, status.attempt.milliseconds);
 }
 
 qint64 count_of_kind(const case_overview& overview, state_kind kind)
@@ -58,7 +60,8 @@ std::optional<qint64> case_overview::seconds_left() const
         return std::nullopt;
     }
     const double mean_ms = static_cast<double>(milliseconds) / static_cast<double>(finished);
-    return static_cast<qint64>(mean_ms * static_cast<double>(unfinished()) / static_cast<double>(running) / 1000);
+    const double seconds = mean_ms * static_cast<double>(unfinished()) / static_cast<double>(running) / 1000;
+    return static_cast<qint64>(std::min(seconds, longest_seconds));
 }
 
 case_overview look_at_case(const case_paths& paths)

@@ -17,6 +17,7 @@ QString registration_path(const QString& directory)
 
 std::map<int, QString> directories_of_sources(const case_paths& paths)
 {
+    forget_remembered_names(paths.results());
     const QDir results(paths.results());
     if (!results.exists() || !QFileInfo(paths.results()).isReadable()) {
         refuse(QStringLiteral("cannot read %1: %2")
@@ -35,6 +36,12 @@ std::map<int, QString> directories_of_sources(const case_paths& paths)
         }
     }
     return directories;
+}
+
+std::optional<source_fingerprint> identity_in(const QJsonObject& registration)
+{
+    const QJsonValue identity = registration[QLatin1String("identity")];
+    return identity.isObject() ? std::optional(fingerprint_from_json(identity.toObject())) : std::nullopt;
 }
 
 case_source withdrawn_source(int index, const QString& directory)
@@ -83,12 +90,14 @@ registered_source read_registration(const QString& directory)
                                       : QStringLiteral("cannot read %1").arg(record.error));
     }
     const QJsonObject& object = *record.object;
-    registered_source registration{object["evidence_number"].toString(), object["source"].toString(),
-                                   object["path"].toString(), object["time_utc"].toString(), std::nullopt};
-    if (object["identity"].isObject()) {
-        registration.identity = fingerprint_from_json(object["identity"].toObject());
-    }
-    return registration;
+    return {object["evidence_number"].toString(), object["source"].toString(), object["path"].toString(),
+            object["time_utc"].toString(), identity_in(object)};
+}
+
+std::optional<source_fingerprint> registered_identity(const QString& directory)
+{
+    const read_record_result record = read_record(registration_path(directory));
+    return record.object ? identity_in(*record.object) : std::nullopt;
 }
 
 void write_registration(const QString& directory, const registered_source& registration)

@@ -46,5 +46,8 @@ struct registered_source
 /// Reads it from the directory of a source; throws a failure when it is missing or damaged.
 registered_source read_registration(const QString& directory);
 
+/// Returns what was noted of the source itself; nothing when nothing was, or when it cannot be read.
+std::optional<source_fingerprint> registered_identity(const QString& directory);
+
 /// Writes it; throws a failure.
 void write_registration(const QString& directory, const registered_source& registration);

@@ -14,6 +14,7 @@ const QString prefix = QStringLiteral(".generation-");
 
 QStringList claims_in(const QString& directory)
 {
+    forget_remembered_names(directory);
     return QDir(directory).entryList({prefix + QLatin1Char('*')}, QDir::Files | QDir::Hidden, QDir::Unsorted);
 }
 

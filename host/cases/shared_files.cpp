@@ -195,6 +195,21 @@ claim_result make_link(const QString& target, const QString& name)
     return ending_of_call(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(name).constData()));
 }
 
+void forget_remembered_names(const QString& directory)
+{
+    const QByteArray name = QFile::encodeName(directory);
+#if defined(__linux__)
+    // A directory whose time is known to be new loses what is remembered of it.
+    struct statx facts
+    {
+    };
+    ::statx(AT_FDCWD, name.constData(), AT_STATX_FORCE_SYNC, STATX_MTIME, &facts);
+#else
+    // Opening it asks there.
+    const file_descriptor opened(::open(name.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+#endif
+}
+
 stamped_file read_stamped(const QString& path)
 {
     const file_descriptor descriptor = open_shared(path, O_RDONLY);

@@ -53,6 +53,10 @@ struct stamped_file
     QString error; ///< one line with the path when there is something that cannot be read
 };
 
+/// Makes a network client ask the machine that holds a directory for its names anew: it may remember for a minute which
+/// there were, and which there were not.
+void forget_remembered_names(const QString& directory);
+
 /// Reads a regular file of at most `most_bytes_of_record` bytes anew from the machine that holds it.
 stamped_file read_stamped(const QString& path);
 inline constexpr qint64 most_bytes_of_record = 1 << 20;

@@ -1,15 +1,16 @@
 #include "host/cases/source_fingerprint.h"
 
 #include "host/files/file_tree.h"
+#include "host/files/hashing.h"
 #include "host/files/quiet_reading.h"
 #include "host/source/folder_names.h"
 #include "host/source/source_users.h"
 #include "host/source/system_version.h"
 #include "host/text/display_text.h"
 
-#include <QCryptographicHash>
 #include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
 
 #include <algorithm>
 #include <map>
@@ -71,7 +72,7 @@ private:
         add_mail_folders(user);
     }
 
-    QString store_value(const QByteArray& store) const
+    QString store_value(const QByteArray& store)
     {
         const quiet_file file = quiet_open(child_path(root, store));
         if (!file.error.isEmpty()) {
@@ -82,9 +83,7 @@ private:
             return {};
         }
         const QByteArray head = content.read(most_bytes_of_store);
-        return QStringLiteral("%1 bytes, SHA-256 of the beginning %2")
-            .arg(file.facts.size)
-            .arg(QString::fromLatin1(QCryptographicHash::hash(head, QCryptographicHash::Sha256).toHex()));
+        return QStringLiteral("%1 bytes, SHA-256 of the beginning %2").arg(file.facts.size).arg(hash_of(head));
     }
 
     void add_mail_folders(const QByteArray& user)
@@ -106,10 +105,11 @@ private:
                 has_identifier = has_identifier || naming == folder_naming::identifier;
             }
         }
-        const QByteArray hash = QCryptographicHash::hash(names, QCryptographicHash::Sha256).toHex();
         add(display_text(mail) + QStringLiteral(", names of its account folders"),
-            is_whole ? QString::fromLatin1(hash) : QString(), has_identifier);
+            is_whole ? hash_of(names) : QString(), has_identifier);
     }
+
+    QString hash_of(const QByteArray& bytes) { return QString::fromLatin1(digest_to_hex(hasher.hash(bytes))); }
 
     std::vector<named_entry> list(const QByteArray& path, bool& is_whole) const
     {
@@ -119,6 +119,7 @@ private:
     }
 
     QByteArray root;
+    file_hasher hasher;
     source_fingerprint identity;
 };
 
@@ -158,6 +159,12 @@ source_fingerprint fingerprint_from_json(const QJsonObject& object)
         }
     }
     return identity;
+}
+
+QString fingerprint_sum(const source_fingerprint& identity)
+{
+    const QByteArray text = QJsonDocument(fingerprint_to_json(identity)).toJson(QJsonDocument::Compact);
+    return QString::fromLatin1(digest_to_hex(file_hasher().hash(text)));
 }
 
 QStringList fingerprint_differences(const source_fingerprint& recorded, const source_fingerprint& found)

@@ -32,6 +32,9 @@ QJsonObject fingerprint_to_json(const source_fingerprint& identity);
 /// Reads such an object; facts without a name are left out.
 source_fingerprint fingerprint_from_json(const QJsonObject& object);
 
+/// Returns the SHA-256 of all that it says, as hexadecimal digits.
+QString fingerprint_sum(const source_fingerprint& identity);
+
 /// Returns the facts in which a source differs from what it was; facts that either lacks the permission for are
 /// left out. Empty when it is the same source.
 QStringList fingerprint_differences(const source_fingerprint& recorded, const source_fingerprint& found);

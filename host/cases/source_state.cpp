@@ -14,6 +14,7 @@ constexpr std::pair<const char*, QString attempt_record::*> text_fields[] = {
     {"attempt", &attempt_record::attempt},
     {"node", &attempt_record::node},
     {"job", &attempt_record::job},
+    {"identity", &attempt_record::identity},
     {"source", &attempt_record::source},
     {"started_utc", &attempt_record::started_utc},
     {"ended_utc", &attempt_record::ended_utc},
@@ -29,6 +30,7 @@ constexpr std::pair<const char*, qint64 attempt_record::*> number_fields[] = {
     {"generation", &attempt_record::generation}, {"milliseconds", &attempt_record::milliseconds},
     {"accounts", &attempt_record::accounts},     {"files", &attempt_record::files},
     {"bytes", &attempt_record::bytes},           {"failures", &attempt_record::failures},
+    {"index", &attempt_record::index},
 };
 
 std::optional<attempt_record> read_attempt(const QString& path, QString& error)
@@ -59,6 +61,17 @@ void take_attempt(source_status& status, const attempt_record& record)
     status.reason = record.reason;
 }
 
+/// True for a record that says, as far as it does, that it is of this source: directories get mixed up when cases are
+/// moved and copied.
+bool is_of_source(const attempt_record& record, const case_source& source)
+{
+    if (record.index != 0 && record.index != source.index) {
+        return false;
+    }
+    const auto registered = registered_identity(source.directory);
+    return record.identity.isEmpty() || !registered || record.identity == fingerprint_sum(*registered);
+}
+
 /// Takes what "whole" leads to; what it says must be said by the attempt of that name.
 void take_whole(source_status& status, const case_source& source)
 {
@@ -75,6 +88,10 @@ void take_whole(source_status& status, const case_source& source)
         set_failed(status, error);
     } else if (record->attempt != target || (!has_result(record->state) && record->state != source_state::no_mail)) {
         set_failed(status, record_path + QStringLiteral(": it tells of another attempt or of none that ended"));
+    } else if (!is_of_source(*record, source)) {
+        set_failed(status, record_path + QStringLiteral(": it tells of another source than the one that was added with "
+                                                        "index %1")
+                                             .arg(source.index));
     } else {
         take_attempt(status, *record);
         status.result = has_result(record->state) ? source.file(target) : QString();
@@ -138,7 +155,7 @@ std::optional<attempt_record> attempt_from_json(const QJsonObject& object, QStri
         record.*field = object[QLatin1String(key)].toString();
     }
     for (const auto& [key, field] : number_fields) {
-        record.*field = object[QLatin1String(key)].toInteger();
+        record.*field = std::max<qint64>(object[QLatin1String(key)].toInteger(), 0);
     }
     return record;
 }
@@ -147,9 +164,13 @@ source_status look_at_source(const case_source& source)
 {
     source_status status;
     if (source.directory.isEmpty()) {
-        set_failed(status, QStringLiteral("below results there is no directory for index %1").arg(source.index));
+        set_failed(status,
+                   QStringLiteral("below results there is no directory for index %1; `case add` takes a row without "
+                                  "an index as a new source")
+                       .arg(source.index));
         return status;
     }
+    forget_remembered_names(source.directory);
     status.lease = look_at_lease(source.directory);
     const QByteArray whole = QFile::encodeName(source.file(QStringLiteral("whole")));
     status.has_whole = quiet_stat(whole).kind != entry_kind::absent;

@@ -6,7 +6,9 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <algorithm>
 #include <array>
+#include <limits>
 
 /// How far a source is.
 enum class source_state : unsigned char
@@ -71,7 +73,9 @@ struct attempt_record
     qint64 generation = 0;
     QString node;
     QString job;
-    QString source; ///< the path that was read
+    qint64 index = 0; ///< of the source; 0 in what older versions wrote
+    QString identity; ///< what it was compared with, as fingerprint_sum() has it; empty until it was
+    QString source;   ///< the path that was read
     QString started_utc;
     QString ended_utc;
     qint64 milliseconds = 0;
@@ -87,6 +91,13 @@ struct attempt_record
     QString plugin_version;
     QString plugin_sha256;
 };
+
+/// Adds a count that was read from a file, which may be damaged: a sum stays at the largest number that there is.
+inline void add_count(qint64& sum, qint64 count)
+{
+    const qint64 room = std::numeric_limits<qint64>::max() - sum;
+    sum += std::clamp<qint64>(count, 0, room);
+}
 
 QJsonObject attempt_to_json(const attempt_record& record);
 /// Reads such an object; nothing, with the reason in `error`, when it names no state that an attempt can have.

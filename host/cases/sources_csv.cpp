@@ -8,6 +8,8 @@
 #include <QHash>
 #include <QSaveFile>
 
+#include <algorithm>
+
 namespace {
 
 // A line for each of a hundred thousand sources, with room.
@@ -88,6 +90,15 @@ void take_rows(const QString& path, source_list& sources)
     }
 }
 
+/// Returns the row that begins at a line, of rows in the order of their lines; null without one.
+template <class row_type>
+row_type* row_at(QList<row_type>& rows, int line)
+{
+    const auto found = std::lower_bound(rows.begin(), rows.end(), line,
+                                        [](const row_type& row, int wanted) { return row.line < wanted; });
+    return found != rows.end() && found->line == line ? &*found : nullptr;
+}
+
 } // namespace
 
 source_list empty_sources()
@@ -153,15 +164,11 @@ void set_index(source_list& sources, int line, int index)
         column = sources.table.header.size();
         sources.table.header.append(known_columns().first());
     }
-    for (csv_row& row : sources.table.rows) {
-        if (row.line == line) {
-            row.fields.resize(std::max(row.fields.size(), column + 1));
-            row.fields[column] = QString::number(index);
-        }
+    if (csv_row* row = row_at(sources.table.rows, line)) {
+        row->fields.resize(std::max(row->fields.size(), column + 1));
+        row->fields[column] = QString::number(index);
     }
-    for (source_row& row : sources.rows) {
-        if (row.line == line) {
-            row.index = index;
-        }
+    if (source_row* row = row_at(sources.rows, line)) {
+        row->index = index;
     }
 }

@@ -1,5 +1,7 @@
 #include "tests/program/case_fixture.h"
 
+namespace fs = std::filesystem;
+
 class tst_case : public QObject
 {
     Q_OBJECT
@@ -48,6 +50,35 @@ private slots:
         QCOMPARE(QDir(fixture.results(3)).entryList({"attempt-*"}, QDir::Dirs).size(), 2);
     }
 
+    void index_of_a_scheduler_data()
+    {
+        QTest::addColumn<QByteArray>("variable");
+        QTest::addColumn<QByteArray>("value");
+        QTest::addColumn<QStringList>("states"); // none where it is refused
+        const QStringList all{"whole", "whole"};
+        QTest::newRow("the second") << QByteArray("PARALLEL_SEQ") << QByteArray("2") << QStringList{"waiting", "whole"};
+        QTest::newRow("none of many") << QByteArray("SGE_TASK_ID") << QByteArray("undefined") << all;
+        QTest::newRow("empty") << QByteArray("SLURM_ARRAY_TASK_ID") << QByteArray("") << all;
+        // Each task of an array that begins with 0 would run the whole case otherwise.
+        QTest::newRow("zero") << QByteArray("SLURM_ARRAY_TASK_ID") << QByteArray("0") << QStringList();
+        QTest::newRow("no number") << QByteArray("PARALLEL_SEQ") << QByteArray("0x2") << QStringList();
+        QTest::newRow("one too many") << QByteArray("JOB_COMPLETION_INDEX") << QByteArray("2147483647")
+                                      << QStringList();
+        QTest::newRow("huge") << QByteArray("SLURM_ARRAY_TASK_ID") << QByteArray("4294967297") << QStringList();
+    }
+    void index_of_a_scheduler()
+    {
+        QFETCH(QByteArray, variable);
+        QFETCH(QByteArray, value);
+        QFETCH(QStringList, states);
+        const case_fixture fixture(2);
+        qputenv(variable.constData(), value);
+        const int exit_code = fixture.run({"run"}).exit_code;
+        qunsetenv(variable.constData());
+        QCOMPARE(exit_code, states.isEmpty() ? 2 : 0);
+        QCOMPARE(fixture.states(), states.isEmpty() ? QStringList({"waiting", "waiting"}) : states);
+    }
+
     void another_disk_at_the_path_is_refused()
     {
         const case_fixture fixture(2);
@@ -91,6 +122,41 @@ private slots:
         const program_result status = fixture.run({"status"});
         QTEST(status.exit_code, "exit_code");
         QVERIFY2((status.output + status.errors).contains(path.toUtf8()), (status.output + status.errors).constData());
+    }
+
+    void results_of_another_source_do_not_count_data()
+    {
+        QTest::addColumn<QString>("what"); // of the first source's lies with the second
+        QTest::newRow("a result") << "attempt-1-HOST";
+        QTest::newRow("all that there is") << "";
+    }
+    void results_of_another_source_do_not_count()
+    {
+        QFETCH(QString, what);
+        const case_fixture fixture(2);
+        QCOMPARE(fixture.run({"run"}).exit_code, 0);
+        what.replace("HOST", QSysInfo::machineHostName());
+        for (const QString& ending : what.isEmpty() ? QStringList{""} : QStringList{"", ".json"}) {
+            const fs::path first = fixture.results(1, what + ending).toStdString();
+            const fs::path second = fixture.results(2, what + ending).toStdString();
+            fs::rename(second, fixture.path("aside").toStdString());
+            fs::rename(first, second);
+            fs::rename(fixture.path("aside").toStdString(), first);
+        }
+        QCOMPARE(fixture.states(), (QStringList{"failed", "failed"}));
+        QCOMPARE(fixture.run({"collect"}).exit_code, 3);
+    }
+
+    void numbers_of_a_damaged_record_do_not_wrap()
+    {
+        const case_fixture fixture(2);
+        QCOMPARE(fixture.run({"run"}).exit_code, 0);
+        for (const int number : {1, 2}) {
+            const QString path = fixture.results(number, "attempt-1-" + QSysInfo::machineHostName() + ".json");
+            write_file(path, content_of(path).replace("\"bytes\": ", "\"bytes\": 922337203685477580"));
+        }
+        QVERIFY(fixture.run({"status"}, {"--json"}).json()["totals"]["bytes"].toInteger() > 0);
+        QCOMPARE(fixture.run({"collect"}).exit_code, 0);
     }
 
     void whole_leads_nowhere_else()
