@@ -30,6 +30,26 @@ bool wait_for_stale_lease(const case_fixture& fixture)
     return QTest::qWaitFor([&fixture] { return fixture.states() == QStringList{"partial"}; }, long_enough_ms);
 }
 
+int extraction_of(const QProcess& task)
+{
+    return content_of(QStringLiteral("/proc/%1/task/%1/children").arg(task.processId())).toInt();
+}
+
+/// What makes a task take the time to be so many hours later than it is, from its first look at the case on.
+QProcessEnvironment environment_with_clock(const case_fixture& fixture, int hours_ahead)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+#ifdef FAILING_CALLS
+    environment.insert("LD_PRELOAD", FAILING_CALLS);
+    environment.insert("FAULTS_ROOT", QDir::cleanPath(fixture.path()));
+    environment.insert("FAULTS_KIND", "open");
+    environment.insert("FAULTS_PATH", "case.json");
+    environment.insert("FAULTS_NUMBER", "1");
+    environment.insert("FAULTS_FORM", QStringLiteral("clock:%1").arg(hours_ahead * 3600));
+#endif
+    return environment;
+}
+
 } // namespace
 
 class tst_case_takeover : public QObject
@@ -55,10 +75,10 @@ private slots:
         fixture.start(stopped, {"--index", "1"});
         QVERIFY(wait_for_copies(fixture));
         QCOMPARE(fixture.run({"run"}, {"--index", "1"}).exit_code, 75);
-        const QByteArray children = content_of(QStringLiteral("/proc/%1/task/%1/children").arg(stopped.processId()));
+        const int extraction = extraction_of(stopped);
         send(stopped, SIGSTOP);
-        if (is_extraction_stopped && children.toInt() > 0) {
-            ::kill(children.toInt(), SIGSTOP);
+        if (is_extraction_stopped && extraction > 0) {
+            ::kill(extraction, SIGSTOP);
         }
         QVERIFY(wait_for_stale_lease(fixture));
         QProcess next;
@@ -83,7 +103,7 @@ private slots:
         QProcess task;
         fixture.start(task, {"--index", "1"});
         QVERIFY(wait_for_copies(fixture));
-        const int extraction = content_of(QStringLiteral("/proc/%1/task/%1/children").arg(task.processId())).toInt();
+        const int extraction = extraction_of(task);
         if (extraction <= 0) {
             QSKIP("the processes of a process cannot be told here, or the extraction is over");
         }
@@ -96,6 +116,56 @@ private slots:
         QCOMPARE(other, 75);
         QCOMPARE(ending_of(task).exit_code, 0);
         QVERIFY(QFile::symLinkTarget(fixture.results(1, "whole")).contains("attempt-1-"));
+    }
+
+    void clocks_of_nodes_do_not_matter_data()
+    {
+        QTest::addColumn<int>("of_holder"); // hours ahead
+        QTest::addColumn<int>("of_other");
+        QTest::newRow("the holder's is ahead") << 30 << 0;
+        QTest::newRow("the holder's is behind") << -30 << 0;
+        QTest::newRow("the other's is ahead") << 0 << 30;
+        QTest::newRow("the other's is behind") << 0 << -30;
+    }
+    void clocks_of_nodes_do_not_matter()
+    {
+#ifndef FAILING_CALLS
+        QSKIP("no clock can be set for one program here");
+#endif
+        QFETCH(int, of_holder);
+        QFETCH(int, of_other);
+        const case_fixture fixture(1);
+        fixture.make_large(1, 1000);
+        const auto run_other = [&] {
+            QProcess other;
+            other.setProcessEnvironment(environment_with_clock(fixture, of_other));
+            fixture.start(other, {"--index", "1"});
+            return ending_of(other).exit_code;
+        };
+        const auto hours_ahead = [&fixture](int attempt) {
+            const QString name = QStringLiteral("attempt-%1-").arg(attempt) + QSysInfo::machineHostName();
+            const QJsonObject state = QJsonDocument::fromJson(content_of(fixture.results(1, "state.json"))).object();
+            const QDateTime started = QDateTime::fromString(state["started_utc"].toString(), Qt::ISODateWithMs);
+            return state["attempt"] == name
+                       ? qRound(static_cast<double>(QDateTime::currentDateTimeUtc().secsTo(started)) / 3600)
+                       : 9999;
+        };
+        QProcess holder;
+        holder.setProcessEnvironment(environment_with_clock(fixture, of_holder));
+        fixture.start(holder, {"--index", "1"});
+        QVERIFY(wait_for_copies(fixture));
+        const int extraction = extraction_of(holder);
+        QVERIFY(extraction > 0);
+        ::kill(extraction, SIGSTOP);
+        QCOMPARE(hours_ahead(1), of_holder);
+        QTest::qSleep(1000); // twice what would make it look lost
+        QCOMPARE(run_other(), 75);
+        send(holder, SIGKILL);
+        ::kill(extraction, SIGKILL);
+        QVERIFY(wait_for_stale_lease(fixture));
+        QCOMPARE(run_other(), 0);
+        QCOMPARE(hours_ahead(2), of_other);
+        QCOMPARE(fixture.states(), QStringList{"whole"});
     }
 
     void a_killed_task_leaves_partial()
