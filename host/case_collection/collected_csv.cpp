@@ -4,66 +4,156 @@
 #include "host/text/failure.h"
 
 #include <QFile>
-#include <QSqlQuery>
-#include <QSqlRecord>
+#include <QLocale>
+#include <QSet>
+
+#include <sqlite3.h>
+
+#include <memory>
 
 namespace {
 
-QByteArray field_text(const QVariant& value)
+constexpr qsizetype most_letters_of_name = 60;
+constexpr qsizetype bytes_of_piece = 262'144;
+
+struct closer
 {
-    if (value.isNull()) {
-        return {};
+    void operator()(sqlite3* database) const { sqlite3_close(database); }
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+
+/// The rows of a statement, by SQLite's own interface: it gives texts as they are stored, and a case has millions.
+class stored_rows
+{
+public:
+    stored_rows(sqlite3* read, const QString& statement) : database(read)
+    {
+        sqlite3_stmt* prepared = nullptr;
+        require(sqlite3_prepare_v2(database, statement.toUtf8().constData(), -1, &prepared, nullptr) == SQLITE_OK);
+        row.reset(prepared);
     }
-    if (value.userType() == QMetaType::QByteArray) {
-        return "0x" + value.toByteArray().toHex();
+
+    bool next() const
+    {
+        const int code = sqlite3_step(row.get());
+        require(code == SQLITE_ROW || code == SQLITE_DONE);
+        return code == SQLITE_ROW;
     }
-    // Only a text can be a formula; a number may well begin with "-".
-    const QByteArray text = value.toString().toUtf8();
-    return value.userType() == QMetaType::QString ? spreadsheet_text(text) : text;
+
+    QByteArray titles() const
+    {
+        QByteArrayList names;
+        for (int column = 0; column < sqlite3_column_count(row.get()); ++column) {
+            names.append(sqlite3_column_name(row.get(), column));
+        }
+        return csv_line(names);
+    }
+
+    void append_to(QByteArray& text) const
+    {
+        for (int column = 0; column < sqlite3_column_count(row.get()); ++column) {
+            text += csv_field(field(column));
+            text += ',';
+        }
+        text.chop(1);
+        text += "\r\n";
+    }
+
+private:
+    QByteArray field(int column) const
+    {
+        const int type = sqlite3_column_type(row.get(), column);
+        if (type == SQLITE_FLOAT) {
+            return QByteArray::number(sqlite3_column_double(row.get(), column), 'g', QLocale::FloatingPointShortest);
+        }
+        const auto* bytes = static_cast<const char*>(sqlite3_column_blob(row.get(), column));
+        const auto text = QByteArray::fromRawData(bytes, sqlite3_column_bytes(row.get(), column));
+        if (type == SQLITE_BLOB) {
+            return "0x" + text.toHex();
+        }
+        // Only a text can be a formula; a number may well begin with "-".
+        return type == SQLITE_TEXT ? spreadsheet_text(valid_utf8(text)) : text;
+    }
+
+    /// What is no UTF-8 gets the mark for that.
+    static QByteArray valid_utf8(const QByteArray& text)
+    {
+        return text.isValidUtf8() ? text : QString::fromUtf8(text).toUtf8();
+    }
+
+    void require(bool condition) const
+    {
+        if (!condition) {
+            refuse(QString::fromUtf8(sqlite3_errmsg(database)));
+        }
+    }
+
+    sqlite3* database;
+    std::unique_ptr<sqlite3_stmt, closer> row;
+};
+
+std::unique_ptr<sqlite3, closer> open_for_reading(const QString& path)
+{
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(QFile::encodeName(path).constData(), &opened, SQLITE_OPEN_READONLY, nullptr);
+    std::unique_ptr<sqlite3, closer> database(opened);
+    if (code != SQLITE_OK) {
+        refuse(QStringLiteral("cannot read %1: %2").arg(path, QString::fromUtf8(sqlite3_errstr(code))));
+    }
+    return database;
 }
 
-void write_table(const collected_database& database, const QString& table, const QString& path)
+void write_table(sqlite3* database, QString table, const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
     }
-    QString name = table;
-    QSqlQuery rows = database.query(QStringLiteral("SELECT * FROM \"%1\" ORDER BY source_index, rowid")
-                                        .arg(name.replace(QLatin1Char('"'), QStringLiteral("\"\""))));
-    const QSqlRecord columns = rows.record();
-    QByteArrayList fields;
-    for (int column = 0; column < columns.count(); ++column) {
-        fields.append(columns.fieldName(column).toUtf8());
-    }
-    file.write(csv_line(fields));
-    while (rows.next()) {
-        fields.clear();
-        for (int column = 0; column < columns.count(); ++column) {
-            fields.append(field_text(rows.value(column)));
+    const stored_rows rows(database, QStringLiteral("SELECT * FROM \"%1\" ORDER BY source_index, rowid")
+                                         .arg(table.replace(QLatin1Char('"'), QStringLiteral("\"\""))));
+    QByteArray text = rows.titles();
+    const auto write_text = [&] {
+        if (file.write(text) != text.size()) {
+            refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
         }
-        file.write(csv_line(fields));
+        text.clear();
+    };
+    while (rows.next()) {
+        rows.append_to(text);
+        if (text.size() >= bytes_of_piece) {
+            write_text();
+        }
     }
-    if (!file.flush() || file.error() != QFileDevice::NoError) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
-    }
+    write_text();
 }
 
-/// A table's name as a file's: names from a database are from outside.
-QString file_name_of(const QString& table)
+/// The names of tables as those of files, no two alike: names from a database are from outside.
+QStringList file_names_of(const QStringList& tables)
 {
-    QString name;
-    for (const QChar letter : table) {
-        name += letter.isLetterOrNumber() || letter == QLatin1Char('_') ? letter : QLatin1Char('-');
+    QSet<QString> taken;
+    QStringList names;
+    for (const QString& table : tables) {
+        QString name = table.left(most_letters_of_name);
+        for (QChar& letter : name) {
+            letter = letter.isLetterOrNumber() || letter == QLatin1Char('_') ? letter : QLatin1Char('-');
+        }
+        if (taken.contains(name.toCaseFolded())) {
+            name += QStringLiteral("-%1").arg(names.size());
+        }
+        taken.insert(name.toCaseFolded());
+        names.append(name + QStringLiteral(".csv"));
     }
-    return name + QStringLiteral(".csv");
+    return names;
 }
 
 } // namespace
 
 void write_collected_csv(const collected_database& database, const QString& directory)
 {
-    for (const QString& table : database.tables()) {
-        write_table(database, table, directory + QLatin1Char('/') + file_name_of(table));
+    const QStringList tables = database.tables();
+    const QStringList files = file_names_of(tables);
+    const auto reader = open_for_reading(database.path());
+    for (qsizetype i = 0; i < tables.size(); ++i) {
+        write_table(reader.get(), tables[i], directory + QLatin1Char('/') + files[i]);
     }
 }

@@ -136,6 +136,7 @@ QString collected_database::add_result(const overview_entry& entry)
     }
     QString problem;
     const auto columns_before = columns_of;
+    const auto to_fill_before = columns_to_fill;
     try {
         for (const database_part& part : parts) {
             attach(result, part);
@@ -152,6 +153,7 @@ QString collected_database::add_result(const overview_entry& entry)
         QSqlQuery(database).exec(QStringLiteral("ROLLBACK"));
         misplaced_by_source.remove(entry.source.index);
         columns_of = columns_before;
+        columns_to_fill = to_fill_before;
     }
     for (const database_part& part : parts) {
         QSqlQuery(database).exec(QStringLiteral("DETACH DATABASE ") + part.schema);
@@ -183,17 +185,21 @@ void collected_database::add_part(int source_index, const database_part& part)
 {
     // A table of a module has no rows of its own.
     QSqlQuery names =
-        query(QStringLiteral("SELECT name FROM %1.sqlite_master WHERE type = 'table' AND sql LIKE 'CREATE TABLE%' AND "
-                             "name NOT LIKE 'sqlite\\_%' ESCAPE '\\'")
+        query(QStringLiteral("SELECT name, sql FROM %1.sqlite_master WHERE type = 'table' AND sql LIKE 'CREATE TABLE%' "
+                             "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'")
                   .arg(part.schema));
-    QStringList tables_of_part;
+    QList<std::pair<QString, QString>> tables_of_part;
     while (names.next()) {
-        tables_of_part.append(names.value(0).toString());
+        tables_of_part.append({names.value(0).toString(), names.value(1).toString()});
     }
     names.finish();
-    for (const QString& table : tables_of_part) {
+    for (const auto& [table, made_by] : tables_of_part) {
         const bool is_taken = !part.prefix_when_taken.isEmpty() && table == QLatin1String(accounts_table);
-        add_rows(part.schema, table, is_taken ? part.prefix_when_taken + table : table, source_index);
+        const QString target = is_taken ? part.prefix_when_taken + table : table;
+        const QString columns = columns_for(part.schema, table, made_by, target);
+        query(
+            QStringLiteral("INSERT INTO main.%1(%2,%3) SELECT %4,%3 FROM %5.%6")
+                .arg(quoted(target), index_column, columns, QString::number(source_index), part.schema, quoted(table)));
     }
 }
 
@@ -242,15 +248,18 @@ void collected_database::note_misplaced(int source_index, const result_paths& re
     }
 }
 
-void collected_database::add_rows(const QString& schema, const QString& table, const QString& target, int source_index)
+QString collected_database::columns_for(const QString& schema, const QString& table, const QString& made_by,
+                                        const QString& target)
 {
+    // Most results were made by the same version, whose tables are made by the same statements.
+    const QStringList key{target, table, made_by};
+    if (const auto known = columns_to_fill.constFind(key); known != columns_to_fill.constEnd()) {
+        return *known;
+    }
     if (own_tables.contains(target, Qt::CaseInsensitive) || target.startsWith(index_prefix, Qt::CaseInsensitive)) {
         refuse(QStringLiteral("its database has a table \"%1\", which none of ours has").arg(target));
     }
-    const QStringList columns = fit_columns(schema, table, target);
-    const QString list = columns.join(QLatin1Char(','));
-    query(QStringLiteral("INSERT INTO main.%1(%2,%3) SELECT %4,%3 FROM %5.%6")
-              .arg(quoted(target), index_column, list, QString::number(source_index), schema, quoted(table)));
+    return *columns_to_fill.insert(key, fit_columns(schema, table, target).join(QLatin1Char(',')));
 }
 
 QStringList collected_database::fit_columns(const QString& schema, const QString& table, const QString& target)
@@ -285,19 +294,20 @@ QStringList collected_database::fit_columns(const QString& schema, const QString
 void collected_database::write_sources(const case_overview& overview, const QHash<int, QString>& problems)
 {
     query(QStringLiteral(
-        "CREATE TABLE sources(source_index INTEGER PRIMARY KEY, evidence_number TEXT, source TEXT, state TEXT NOT "
-        "NULL, reason TEXT, is_collected INTEGER NOT NULL, node TEXT, job TEXT, attempt TEXT, started_utc TEXT, "
-        "ended_utc "
-        "TEXT, accounts INTEGER, files INTEGER, bytes INTEGER, failures INTEGER, manifest_sha256 TEXT, database_sha256 "
-        "TEXT, seal_sha256 TEXT, program_version TEXT, plugin_version TEXT, plugin_sha256 TEXT)"));
+        "CREATE TABLE sources(source_index INTEGER PRIMARY KEY, evidence_number TEXT, source TEXT, source_read TEXT, "
+        "state TEXT NOT NULL, reason TEXT, is_collected INTEGER NOT NULL, node TEXT, job TEXT, attempt TEXT, "
+        "started_utc TEXT, ended_utc TEXT, accounts INTEGER, files INTEGER, bytes INTEGER, failures INTEGER, "
+        "manifest_sha256 TEXT, database_sha256 TEXT, seal_sha256 TEXT, program_version TEXT, plugin_version TEXT, "
+        "plugin_sha256 TEXT)"));
     QSqlQuery insert(database);
-    insert.prepare(QStringLiteral("INSERT INTO sources VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"));
+    insert.prepare(QStringLiteral("INSERT INTO sources VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)"));
     for (const auto& [source, status] : overview.entries) {
         const attempt_record& record = status.attempt;
         const QString problem = problems.value(source.index);
         const QVariantList values{source.index,
                                   source.evidence_number,
                                   source.source,
+                                  record.source,
                                   name_of(status.state),
                                   problem.isEmpty() ? status.reason : problem,
                                   has_result(status.state) && problem.isEmpty(),

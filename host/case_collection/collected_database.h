@@ -49,13 +49,15 @@ private:
     void add_part(int source_index, const database_part& part);
     void require_accounts() const;
     void note_misplaced(int source_index, const result_paths& result);
-    void add_rows(const QString& schema, const QString& table, const QString& target, int source_index);
+    /// Makes a place for the rows of a table that was made by a statement; returns the columns to fill, quoted.
+    QString columns_for(const QString& schema, const QString& table, const QString& made_by, const QString& target);
     /// Gives the target every column of a table; returns these, quoted.
     QStringList fit_columns(const QString& schema, const QString& table, const QString& target);
     void write_sources(const case_overview& overview, const QHash<int, QString>& problems);
 
     QString directory;
     QSqlDatabase database;
-    QHash<QString, QSet<QString>> columns_of; ///< names in lower case, by that of the table
+    QHash<QString, QSet<QString>> columns_of;    ///< names in lower case, by that of the table
+    QHash<QStringList, QString> columns_to_fill; ///< what columns_for() returned, by its texts
     QHash<int, misplaced_rows> misplaced_by_source;
 };

@@ -1,5 +1,6 @@
 #include "host/case_collection/result_check.h"
 
+#include "host/files/file_copy.h"
 #include "host/files/hashing.h"
 #include "host/result/result_paths.h"
 #include "host/result/seal.h"
@@ -12,17 +13,20 @@
 
 namespace {
 
-/// Returns what is wrong with a file; empty when it has this SHA-256.
+/// Returns what is wrong with a file of which the SHA-256 is known; empty when it is the stated one.
+QString reason_against_sum(const QString& path, const QString& sha256, const QString& stated, const char* stated_by)
+{
+    return sha256 == stated
+               ? QString()
+               : QStringLiteral("%1: its SHA-256 is not the one that %2").arg(path, QLatin1String(stated_by));
+}
+
 QString reason_against_file(const QString& path, const QString& sha256, const char* stated_by)
 {
     QString error;
     const auto digest = sha256_of_file(QFile::encodeName(path), error);
-    if (!digest) {
-        return QStringLiteral("%1: %2").arg(path, error);
-    }
-    return QString::fromLatin1(digest_to_hex(*digest)) == sha256
-               ? QString()
-               : QStringLiteral("%1: its SHA-256 is not the one that %2").arg(path, QLatin1String(stated_by));
+    return digest ? reason_against_sum(path, QString::fromLatin1(digest_to_hex(*digest)), sha256, stated_by)
+                  : QStringLiteral("%1: %2").arg(path, error);
 }
 
 } // namespace
@@ -55,7 +59,8 @@ QString reason_against_result(const source_status& status)
     }
     try {
         const QString manifest = result.path(product::manifest);
-        return reason_against_file(manifest, sha256_in_seal(result, manifest), "its seal lists");
+        return reason_against_sum(manifest, status.attempt.manifest_sha256, sha256_in_seal(result, manifest),
+                                  "its seal lists");
     } catch (const failure& problem) {
         return problem.message();
     }
@@ -64,14 +69,14 @@ QString reason_against_result(const source_status& status)
 QString copy_sealed(const result_paths& result, const QString& path, const QString& target)
 {
     QFile::remove(target);
-    QFile file(path);
-    if (!file.copy(target)) {
-        return QStringLiteral("%1: cannot be copied to %2: %3").arg(path, target, file.errorString());
+    const file_copy_outcome copy = copy_file(QFile::encodeName(path), QFile::encodeName(target), link_handling::follow,
+                                             [](qint64) { return false; });
+    if (!copy.digest) {
+        return QStringLiteral("%1: cannot be copied to %2: %3").arg(path, target, copy.problem);
     }
     try {
-        const QString reason = reason_against_file(target, sha256_in_seal(result, path), "its seal lists");
-        // What is wrong is wrong with the file that was copied.
-        return reason.isEmpty() ? QString() : path + reason.mid(target.size());
+        return reason_against_sum(path, QString::fromLatin1(digest_to_hex(*copy.digest)), sha256_in_seal(result, path),
+                                  "its seal lists");
     } catch (const failure& problem) {
         return problem.message();
     }
