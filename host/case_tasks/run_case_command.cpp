@@ -36,7 +36,7 @@ int index_from_scheduler()
             continue;
         }
         bool is_number = false;
-        const qint64 index = text.toLongLong(&is_number) + variable.before_first;
+        const qint64 index = qint64{text.toInt(&is_number)} + variable.before_first;
         if (!is_number || index < 1 || index > std::numeric_limits<int>::max()) {
             throw command_failure(exit_code::usage, QStringLiteral("%1 is \"%2\", which is no index of a source")
                                                         .arg(QLatin1String(variable.name), display_text(text)));
