@@ -5,7 +5,6 @@
 #include <openssl/evp.h>
 
 #include <cerrno>
-#include <cstring>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -13,6 +12,22 @@ namespace {
 
 // Large enough that system calls do not count, small enough to stay in a core's cache.
 constexpr std::size_t buffer_bytes = 262'144;
+
+/// The values of hexadecimal digits by their characters; -1 for any other.
+constexpr auto digit_values = [] {
+    std::array<signed char, 256> values{};
+    values.fill(-1);
+    for (unsigned char i = 0; i < 16; ++i) {
+        values[static_cast<unsigned char>("0123456789abcdef"[i])] = static_cast<signed char>(i);
+        values[static_cast<unsigned char>("0123456789ABCDEF"[i])] = static_cast<signed char>(i);
+    }
+    return values;
+}();
+
+int digit_value(char digit)
+{
+    return digit_values[static_cast<unsigned char>(digit)];
+}
 
 } // namespace
 
@@ -82,15 +97,21 @@ QByteArray digest_to_hex(const sha256_digest& digest)
         .toHex();
 }
 
-std::optional<sha256_digest> digest_from_hex(const QByteArray& hex)
+std::optional<sha256_digest> digest_from_hex(QByteArrayView hex)
 {
-    const QByteArray bytes = QByteArray::fromHex(hex);
     sha256_digest digest{};
-    // fromHex() skips what is no digit, so that only the way back tells whether the text was one.
-    if (bytes.size() != static_cast<qsizetype>(digest.size()) || bytes.toHex() != hex.toLower()) {
+    if (hex.size() != 2 * static_cast<qsizetype>(digest.size())) {
         return std::nullopt;
     }
-    std::memcpy(digest.data(), bytes.constData(), digest.size());
+    const char* next = hex.data();
+    for (unsigned char& byte : digest) {
+        const int high = digit_value(*next++);
+        const int low = digit_value(*next++);
+        if (high < 0 || low < 0) {
+            return std::nullopt;
+        }
+        byte = static_cast<unsigned char>(high * 16 + low);
+    }
     return digest;
 }
 

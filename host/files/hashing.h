@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 
 #include <array>
@@ -15,7 +16,7 @@ using sha256_digest = std::array<unsigned char, 32>;
 /// Returns a digest as 64 lower-case hexadecimal digits.
 QByteArray digest_to_hex(const sha256_digest& digest);
 /// Reads 64 hexadecimal digits; nothing for any other text.
-std::optional<sha256_digest> digest_from_hex(const QByteArray& hex);
+std::optional<sha256_digest> digest_from_hex(QByteArrayView hex);
 
 /// Hashes open files, one after the other; keeps its buffer between them, so that each thread wants one of its own.
 class file_hasher

@@ -5,13 +5,17 @@
 #include "host/text/csv.h"
 #include "host/text/failure.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace {
 
 constexpr const char* header_line = "path,copy,user,size,modified_utc,source_sha256,copy_sha256,status,reason,"
                                     "accessed_utc,changed_utc,born_utc,mode,owner,group,inode\r\n";
-constexpr qsizetype column_count = 16;
+constexpr std::size_t column_count = 16;
+constexpr qsizetype piece_bytes = 262'144;
+
+using manifest_fields = std::array<QByteArrayView, column_count>;
 
 QString words_of(const QFile& file)
 {
@@ -24,16 +28,16 @@ QByteArray hex_or_empty(const std::optional<sha256_digest>& digest)
 }
 
 /// Reads a digest column into `digest`; false for a text that is neither empty nor a digest.
-bool read_digest(const QByteArray& text, std::optional<sha256_digest>& digest)
+bool read_digest(QByteArrayView text, std::optional<sha256_digest>& digest)
 {
     digest = digest_from_hex(text);
     return digest || text.isEmpty();
 }
 
-std::optional<entry_status> status_from_name(const QByteArray& name)
+std::optional<entry_status> status_from_name(QByteArrayView name)
 {
     for (std::size_t i = 0; i < entry_status_names.size(); ++i) {
-        if (name == entry_status_names[i]) {
+        if (name == QByteArrayView(entry_status_names[i])) {
             return static_cast<entry_status>(i);
         }
     }
@@ -46,7 +50,7 @@ QByteArray time_or_empty(const std::optional<file_time>& time)
 }
 
 /// Reads a time column into `time`; false for a text that is neither empty nor a time.
-bool read_time(const QByteArray& text, std::optional<file_time>& time)
+bool read_time(QByteArrayView text, std::optional<file_time>& time)
 {
     time = time_from_text(text);
     return time || text.isEmpty();
@@ -60,17 +64,30 @@ QByteArray number_or_empty(const std::optional<number>& value, int base = 10)
 
 /// Reads a column of digits into `value`; false for a text that is neither empty nor what number_or_empty() writes.
 template <typename number>
-bool read_number(const QByteArray& text, std::optional<number>& value, int base = 10)
+bool read_number(QByteArrayView text, std::optional<number>& value, int base = 10)
 {
-    bool is_number = false;
-    const quint64 found = text.toULongLong(&is_number, base);
-    if (is_number && found <= std::numeric_limits<number>::max()) {
-        value = static_cast<number>(found);
+    if (text.isEmpty()) {
+        return true;
     }
-    return number_or_empty(value, base) == text;
+    // The last number with room for a further digit: a text that goes on behind it tells none of these.
+    const number most = std::numeric_limits<number>::max() / static_cast<number>(base);
+    number read = 0;
+    for (const char digit : text) {
+        const int digit_value = digit - '0';
+        if (digit_value < 0 || digit_value >= base || read > most) {
+            return false;
+        }
+        const auto times_base = static_cast<number>(read * static_cast<number>(base));
+        read = static_cast<number>(times_base + static_cast<number>(digit_value));
+        if (read < times_base) {
+            return false;
+        }
+    }
+    value = read;
+    return text.size() == 1 || text.front() != '0';
 }
 
-bool read_metadata(const QByteArrayList& fields, source_metadata& metadata)
+bool read_metadata(const manifest_fields& fields, source_metadata& metadata)
 {
     return read_time(fields[4], metadata.modified) && read_time(fields[9], metadata.accessed) &&
            read_time(fields[10], metadata.changed) && read_time(fields[11], metadata.born) &&
@@ -78,11 +95,8 @@ bool read_metadata(const QByteArrayList& fields, source_metadata& metadata)
            read_number(fields[14], metadata.group) && read_number(fields[15], metadata.inode);
 }
 
-std::optional<manifest_entry> entry_from_fields(const QByteArrayList& fields)
+std::optional<manifest_entry> entry_from_fields(const manifest_fields& fields)
 {
-    if (fields.size() != column_count) {
-        return std::nullopt;
-    }
     manifest_entry entry;
     bool size_valid = false;
     entry.size = fields[3].toLongLong(&size_valid);
@@ -104,6 +118,29 @@ std::optional<manifest_entry> entry_from_fields(const QByteArrayList& fields)
     entry.status = *status;
     entry.reason = *reason;
     return entry;
+}
+
+/// Reads a line without its end; nothing when it cannot be understood.
+std::optional<manifest_entry> entry_from_line(QByteArrayView line)
+{
+    manifest_fields fields;
+    if (line.contains('"')) {
+        const auto unquoted = csv_fields(line.toByteArray());
+        if (!unquoted || std::size_t(unquoted->size()) != column_count) {
+            return std::nullopt;
+        }
+        std::copy(unquoted->begin(), unquoted->end(), fields.begin());
+        return entry_from_fields(fields);
+    }
+    std::size_t column = 0;
+    for (qsizetype begin = 0, end = 0; end >= 0; begin = end + 1) {
+        if (column == column_count) {
+            return std::nullopt;
+        }
+        end = line.indexOf(',', begin);
+        fields[column++] = end < 0 ? line.sliced(begin) : line.sliced(begin, end - begin);
+    }
+    return column == column_count ? entry_from_fields(fields) : std::nullopt;
 }
 
 } // namespace
@@ -159,18 +196,40 @@ manifest_reader::manifest_reader(const QString& path) : file(path)
     if (kind != entry_kind::file && kind != entry_kind::absent && kind != entry_kind::unknown) {
         refuse(QStringLiteral("%1: is no file: %2").arg(path, kind_text(kind)));
     }
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         refuse(words_of(file));
     }
     line_number = 1;
-    if (file.readLine() != header_line) {
+    if (next_line() != header_line) {
         refuse(path + QStringLiteral(": this is not a manifest of this program (its first line differs)"));
+    }
+}
+
+/// Returns the next line with its end, or what is left before the end of the file; valid until the next call.
+QByteArrayView manifest_reader::next_line()
+{
+    for (qsizetype searched = begin;;) {
+        if (const qsizetype end = QByteArrayView(piece).first(filled).indexOf('\n', searched); end >= 0) {
+            const QByteArrayView line = QByteArrayView(piece).sliced(begin, end + 1 - begin);
+            begin = end + 1;
+            return line;
+        }
+        searched = filled - begin;
+        piece.remove(0, begin);
+        piece.resize(searched + piece_bytes);
+        begin = 0;
+        const qint64 got = file.read(piece.data() + searched, piece_bytes);
+        filled = searched + std::max<qint64>(got, 0);
+        if (got <= 0) {
+            begin = filled;
+            return QByteArrayView(piece).first(filled);
+        }
     }
 }
 
 std::optional<manifest_entry> manifest_reader::next()
 {
-    QByteArray line = file.readLine();
+    QByteArrayView line = next_line();
     if (line.isEmpty()) {
         if (file.error() != QFileDevice::NoError) {
             refuse(words_of(file));
@@ -184,13 +243,19 @@ std::optional<manifest_entry> manifest_reader::next()
     ++line_number;
     std::optional<manifest_entry> entry;
     if (line.endsWith("\r\n")) {
-        line.chop(2);
-        if (const auto fields = csv_fields(line)) {
-            entry = entry_from_fields(*fields);
-        }
+        entry = entry_from_line(line.chopped(2));
     }
     if (!entry) {
         refuse(QStringLiteral("%1: line %2 cannot be understood").arg(file.fileName()).arg(line_number));
     }
     return entry;
+}
+
+qint64 manifest_reader::count_rest()
+{
+    qint64 lines = 0;
+    while (!next_line().isEmpty()) {
+        ++lines;
+    }
+    return lines;
 }

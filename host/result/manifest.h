@@ -7,6 +7,7 @@
 #include "host/result/result_paths.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QFile>
 #include <QString>
 
@@ -105,8 +106,15 @@ public:
     explicit manifest_reader(const QString& path);
     /// Returns the next entry; nothing at the end. Throws a failure that names a line that cannot be understood.
     std::optional<manifest_entry> next();
+    /// Returns how many entries there are still, if all are sound: looks at none, and leaves none to be read.
+    qint64 count_rest();
 
 private:
+    QByteArrayView next_line();
+
     QFile file;
+    QByteArray piece; ///< of the file; the first line that is still to be read begins at `begin`
+    qsizetype begin = 0;
+    qsizetype filled = 0; ///< bytes of the piece
     qint64 line_number = 0;
 };

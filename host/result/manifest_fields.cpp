@@ -2,8 +2,10 @@
 
 #include "host/text/utf8.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -62,11 +64,10 @@ void put_digits(char* end, qint64 value, int count)
     }
 }
 
-/// Returns a time whose year has four digits. A manifest has four times a line, too many for printf.
-QByteArray common_time_text(const civil_date& date, int of_day, qint32 nanoseconds)
+/// Writes a time whose year has four digits. A manifest has four times a line, too many for printf.
+void put_common_time(char* begin, const civil_date& date, int of_day, qint32 nanoseconds)
 {
-    QByteArray text("0000-00-00T00:00:00.000000000Z");
-    char* const begin = text.data();
+    std::memcpy(begin, "0000-00-00T00:00:00.000000000Z", common_time_length);
     put_digits(begin + 4, date.year, 4);
     put_digits(begin + 7, date.month, 2);
     put_digits(begin + 10, date.day, 2);
@@ -74,11 +75,28 @@ QByteArray common_time_text(const civil_date& date, int of_day, qint32 nanosecon
     put_digits(begin + 16, of_day / 60 % 60, 2);
     put_digits(begin + 19, of_day % 60, 2);
     put_digits(begin + 29, nanoseconds, 9);
-    return text;
+}
+
+/// Seconds split into the day and what of it has passed.
+struct day_and_second
+{
+    qint64 day;
+    int second;
+};
+
+day_and_second split_into_days(qint64 seconds)
+{
+    const qint64 day = floored_quotient(seconds, seconds_per_day);
+    return {day, static_cast<int>((seconds % seconds_per_day + seconds_per_day) % seconds_per_day)};
+}
+
+bool is_common(const civil_date& date, qint32 nanoseconds)
+{
+    return date.year >= 0 && date.year <= 9999 && nanoseconds >= 0 && nanoseconds < nanoseconds_per_second;
 }
 
 /// Reads digits, whatever stands there; the way back shows whether they were some.
-int number_at(const QByteArray& text, qsizetype begin, int count)
+int number_at(QByteArrayView text, qsizetype begin, int count)
 {
     int value = 0;
     for (qsizetype i = begin; i < begin + count; ++i) {
@@ -87,12 +105,20 @@ int number_at(const QByteArray& text, qsizetype begin, int count)
     return value;
 }
 
-/// Returns the time that a text of the common length tells if it is one.
-file_time common_time_from_text(const QByteArray& text)
+/// Reads a time of the common length; nothing when that is not how it is written.
+std::optional<file_time> common_time_from_text(QByteArrayView text)
 {
     const civil_date date{number_at(text, 0, 4), number_at(text, 5, 2), number_at(text, 8, 2)};
     const qint64 of_day = number_at(text, 11, 2) * 3600 + number_at(text, 14, 2) * 60 + number_at(text, 17, 2);
-    return {day_of(date) * seconds_per_day + of_day, number_at(text, 20, 9)};
+    const file_time time{day_of(date) * seconds_per_day + of_day, number_at(text, 20, 9)};
+    const auto [day, second] = split_into_days(time.seconds);
+    const civil_date meant = date_of(day);
+    if (!is_common(meant, time.nanoseconds)) {
+        return std::nullopt;
+    }
+    std::array<char, common_time_length> written; // NOLINT: filled at once
+    put_common_time(written.data(), meant, second, time.nanoseconds);
+    return std::equal(written.begin(), written.end(), text.begin()) ? std::optional(time) : std::nullopt;
 }
 
 void append_percent(QByteArray& text, char byte)
@@ -156,10 +182,10 @@ QString manifest_text(const QByteArray& name)
     return text_from_utf8(percent_encoded_name(name));
 }
 
-std::optional<QByteArray> percent_decoded_name(const QByteArray& text)
+std::optional<QByteArray> percent_decoded_name(QByteArrayView text)
 {
     if (!text.contains('%')) {
-        return text;
+        return text.toByteArray();
     }
     QByteArray name;
     name.reserve(text.size());
@@ -168,7 +194,7 @@ std::optional<QByteArray> percent_decoded_name(const QByteArray& text)
             name += text[i];
             continue;
         }
-        const QByteArray digits = text.mid(i + 1, 2);
+        const QByteArray digits = text.sliced(i + 1).first(std::min<qsizetype>(2, text.size() - i - 1)).toByteArray();
         const QByteArray byte = QByteArray::fromHex(digits);
         if (byte.size() != 1 || byte.toHex().toUpper() != digits) {
             return std::nullopt;
@@ -181,11 +207,12 @@ std::optional<QByteArray> percent_decoded_name(const QByteArray& text)
 
 QByteArray time_to_text(const file_time& time)
 {
-    const qint64 day = floored_quotient(time.seconds, seconds_per_day);
-    const auto of_day = static_cast<int>((time.seconds % seconds_per_day + seconds_per_day) % seconds_per_day);
+    const auto [day, of_day] = split_into_days(time.seconds);
     const civil_date date = date_of(day);
-    if (date.year >= 0 && date.year <= 9999 && time.nanoseconds >= 0 && time.nanoseconds < nanoseconds_per_second) {
-        return common_time_text(date, of_day, time.nanoseconds);
+    if (is_common(date, time.nanoseconds)) {
+        QByteArray common(common_time_length, Qt::Uninitialized);
+        put_common_time(common.data(), date, of_day, time.nanoseconds);
+        return common;
     }
     std::array<char, 64> text{};
     const int length = std::snprintf(text.data(), text.size(), "%+07lld", static_cast<long long>(date.year));
@@ -195,11 +222,10 @@ QByteArray time_to_text(const file_time& time)
     return {text.data(), length + rest};
 }
 
-std::optional<file_time> time_from_text(const QByteArray& text)
+std::optional<file_time> time_from_text(QByteArrayView text)
 {
     if (text.size() == common_time_length) {
-        const file_time common = common_time_from_text(text);
-        if (time_to_text(common) == text) {
+        if (const auto common = common_time_from_text(text)) {
             return common;
         }
     }
@@ -213,8 +239,8 @@ std::optional<file_time> time_from_text(const QByteArray& text)
     // More digits than these no time has, and a number that overflows may read as anything.
     constexpr qsizetype longest_text = 48;
     if (text.size() > longest_text ||
-        std::sscanf(text.constData(), "%14lld-%2d-%2dT%2d:%2d:%2d.%9dZ", &year, &month, &day, &hour, &minute, &second,
-                    &nanosecond) != 7 ||
+        std::sscanf(text.toByteArray().constData(), "%14lld-%2d-%2dT%2d:%2d:%2d.%9dZ", &year, &month, &day, &hour,
+                    &minute, &second, &nanosecond) != 7 ||
         month < 1 || month > 12 || day < 1 || nanosecond < 0 || year > latest_year || year < -latest_year) {
         return std::nullopt;
     }

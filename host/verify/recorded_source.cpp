@@ -19,12 +19,7 @@ constexpr qint64 most_samples = 1000;
 /// Says so when most of the recorded files are not in the source; empty otherwise, and when nothing can be told.
 QString why_other_files(const result_paths& result, const QByteArray& source)
 try {
-    manifest_reader counter(result.path(product::manifest));
-    qint64 entries = 0;
-    while (counter.next()) {
-        ++entries;
-    }
-    const qint64 step = entries / most_samples + 1;
+    const qint64 step = manifest_reader(result.path(product::manifest)).count_rest() / most_samples + 1;
     qint64 samples = 0;
     qint64 absent = 0;
     manifest_reader reader(result.path(product::manifest));
