@@ -1,5 +1,6 @@
-#include "host/files/readable_files.h"
+#include "host/files/nearby_files.h"
 
+#include <climits>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -13,16 +14,37 @@ constexpr int place_flags = O_SEARCH | O_DIRECTORY | O_CLOEXEC;
 
 } // namespace
 
-bool readable_files::has(const QByteArray& path)
+bool nearby_files::may_read(const QByteArray& path)
+{
+    const auto [from, name] = place_of(path);
+    return ::faccessat(from, name.constData(), R_OK, AT_EACCESS) == 0;
+}
+
+entry_facts nearby_files::facts(const QByteArray& path)
+{
+    const auto [from, name] = place_of(path);
+    return quiet_stat_at(from, name);
+}
+
+quiet_file nearby_files::open(const QByteArray& path, link_handling links)
+{
+    const auto [from, name] = place_of(path);
+    return quiet_open_at(from, name, links);
+}
+
+nearby_files::place nearby_files::place_of(const QByteArray& path)
 {
     const qsizetype slash = path.lastIndexOf('/');
-    const QByteArray parent = path.left(slash);
-    if (parent != directory || !descriptor.is_open()) {
-        directory = parent;
-        descriptor = file_descriptor(::open(parent.constData(), place_flags));
+    // Whatever the system says to a path that leads nowhere, or is too long for it, it says to the path as a whole.
+    const place whole{AT_FDCWD, path};
+    if (slash <= 0 || slash + 1 == path.size() || path.size() >= PATH_MAX) {
+        return whole;
     }
-    if (slash <= 0 || !descriptor.is_open()) {
-        return quiet_is_readable(path);
+    if (QByteArrayView(directory) != QByteArrayView(path).first(slash)) {
+        directory = path.first(slash);
+        descriptor = file_descriptor(::open(directory.constData(), place_flags));
     }
-    return ::faccessat(descriptor.get(), path.constData() + slash + 1, R_OK, AT_EACCESS) == 0;
+    return descriptor.is_open()
+               ? place{descriptor.get(), QByteArray::fromRawData(path.constData() + slash + 1, path.size() - slash - 1)}
+               : whole;
 }

@@ -131,15 +131,15 @@ entry_facts facts_of(const entry_status_record& status, const QByteArray& name)
 }
 #endif
 
-int open_quietly(const QByteArray& path, int flags)
+int open_quietly(int directory, const QByteArray& name, int flags)
 {
     keep_access_times();
-    const int descriptor = ::open(path.constData(), flags | no_access_time);
+    const int descriptor = ::openat(directory, name.constData(), flags | no_access_time);
     // Only the owner and the superuser may ask for this; for anybody else a readable file must still be read.
     if (descriptor >= 0 || errno != EPERM || no_access_time == 0) {
         return descriptor;
     }
-    return ::open(path.constData(), flags);
+    return ::openat(directory, name.constData(), flags);
 }
 
 entry_facts known_facts(const entry_status_record& status, const QByteArray& name)
@@ -151,25 +151,11 @@ entry_facts known_facts(const entry_status_record& status, const QByteArray& nam
     return facts;
 }
 
-entry_facts facts_at(int directory, const QByteArray& name, link_handling links)
-{
-    entry_status_record status = {};
-    if (look_at(directory, name.constData(), links, status)) {
-        return known_facts(status, name);
-    }
-    entry_facts facts;
-    facts.error_number = errno;
-    facts.kind = errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? entry_kind::absent : entry_kind::unknown;
-    facts.hidden = begins_with_dot(name);
-    facts.error = system_error_text(facts.error_number);
-    return facts;
-}
-
 /// Calls `take` for each entry but "." and ".."; a failure is told by the listing.
 template <typename listing_type, typename visitor>
 void read_directory(const QByteArray& path, listing_type& listing, const visitor& take)
 {
-    file_descriptor descriptor(open_quietly(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    file_descriptor descriptor(open_quietly(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr,
                                                      ::closedir);
     if (!stream) {
@@ -245,22 +231,27 @@ void file_descriptor::close()
     }
 }
 
-entry_facts quiet_stat(const QByteArray& path, link_handling links)
+entry_facts quiet_stat_at(int directory, const QByteArray& name, link_handling links)
 {
-    return facts_at(AT_FDCWD, path, links);
-}
-
-bool quiet_is_readable(const QByteArray& path)
-{
-    return ::faccessat(AT_FDCWD, path.constData(), R_OK, AT_EACCESS) == 0;
+    entry_status_record status = {};
+    if (look_at(directory, name.constData(), links, status)) {
+        return known_facts(status, name);
+    }
+    entry_facts facts;
+    facts.error_number = errno;
+    facts.kind = errno == ENOENT || errno == ENOTDIR || errno == ELOOP ? entry_kind::absent : entry_kind::unknown;
+    facts.hidden = begins_with_dot(name);
+    facts.error = system_error_text(facts.error_number);
+    return facts;
 }
 
 directory_listing quiet_list(const QByteArray& path)
 {
     directory_listing listing;
     read_directory(path, listing, [&listing](int directory, const dirent& entry) {
-        entry_facts facts = facts_at(directory, entry.d_name, link_handling::keep);
-        listing.entries.push_back({QByteArray(entry.d_name), std::move(facts)});
+        QByteArray name(entry.d_name);
+        entry_facts facts = quiet_stat_at(directory, name, link_handling::keep);
+        listing.entries.push_back({std::move(name), std::move(facts)});
     });
     std::sort(listing.entries.begin(), listing.entries.end(),
               [](const named_entry& left, const named_entry& right) { return left.name < right.name; });
@@ -272,14 +263,15 @@ kinds_listing quiet_kinds(const QByteArray& path)
     kinds_listing listing;
     read_directory(path, listing, [&listing](int directory, const dirent& entry) {
         // Not every file system tells the kind with the name.
-        const entry_kind kind = entry.d_type == DT_UNKNOWN ? facts_at(directory, entry.d_name, link_handling::keep).kind
-                                                           : kind_of(static_cast<quint32>(DTTOIF(entry.d_type)));
+        const entry_kind kind = entry.d_type == DT_UNKNOWN
+                                    ? quiet_stat_at(directory, entry.d_name, link_handling::keep).kind
+                                    : kind_of(static_cast<quint32>(DTTOIF(entry.d_type)));
         listing.entries.push_back({QByteArray(entry.d_name), kind});
     });
     return listing;
 }
 
-quiet_file quiet_open(const QByteArray& path, link_handling links)
+quiet_file quiet_open_at(int directory, const QByteArray& name, link_handling links)
 {
     quiet_file file;
     // Without O_NONBLOCK a fifo would be waited for.
@@ -287,7 +279,7 @@ quiet_file quiet_open(const QByteArray& path, link_handling links)
     if (links == link_handling::keep) {
         flags |= O_NOFOLLOW;
     }
-    file.descriptor = file_descriptor(open_quietly(path, flags));
+    file.descriptor = file_descriptor(open_quietly(directory, name, flags));
     entry_status_record status = {};
     if (!file.descriptor.is_open() || !look_at(file.descriptor.get(), status)) {
         const bool is_refused_link = errno == ELOOP && links == link_handling::keep;
@@ -296,12 +288,22 @@ quiet_file quiet_open(const QByteArray& path, link_handling links)
         file.descriptor.close();
         return file;
     }
-    file.facts = known_facts(status, path);
+    file.facts = known_facts(status, name);
     if (file.facts.kind != entry_kind::file) {
         file.error = refusal(file.facts.kind);
         file.descriptor.close();
     }
     return file;
+}
+
+entry_facts quiet_stat(const QByteArray& path, link_handling links)
+{
+    return quiet_stat_at(AT_FDCWD, path, links);
+}
+
+quiet_file quiet_open(const QByteArray& path, link_handling links)
+{
+    return quiet_open_at(AT_FDCWD, path, links);
 }
 
 quiet_data quiet_read_head(const quiet_file& file, qsizetype length)

@@ -131,8 +131,8 @@ QString kind_text(entry_kind kind);
 /// Tells what lies at `path`; `absent` (with the reason) when nothing does or when a followed link leads nowhere.
 entry_facts quiet_stat(const QByteArray& path, link_handling links = link_handling::keep);
 
-/// True when this process may read `path` (links followed) as far as permissions tell; opens nothing.
-bool quiet_is_readable(const QByteArray& path);
+/// The same of a name in an open directory.
+entry_facts quiet_stat_at(int directory, const QByteArray& name, link_handling links = link_handling::keep);
 
 /// Lists a directory, following `path` itself when it is a link; the entries' facts are those of links themselves.
 directory_listing quiet_list(const QByteArray& path);
@@ -142,6 +142,9 @@ kinds_listing quiet_kinds(const QByteArray& path);
 
 /// Opens a regular file for reading. Anything else is refused with a reason, a fifo without waiting for its writer.
 quiet_file quiet_open(const QByteArray& path, link_handling links = link_handling::keep);
+
+/// The same of a name in an open directory.
+quiet_file quiet_open_at(int directory, const QByteArray& name, link_handling links = link_handling::keep);
 
 /// Reads the first bytes of a regular file, fewer than `length` only when it has no more.
 quiet_data quiet_read_head(const QByteArray& path, qsizetype length, link_handling links = link_handling::keep);

@@ -1,7 +1,7 @@
 #include "host/survey/mail_directory_survey.h"
 
 #include "host/files/file_tree.h"
-#include "host/files/readable_files.h"
+#include "host/files/nearby_files.h"
 #include "host/text/display_text.h"
 #include "host/text/utf8.h"
 
@@ -56,7 +56,7 @@ private:
         } else if (!entry.listing_error.isEmpty()) {
             whole.note_unreadable(path, QStringLiteral("content unknown: ") + entry.listing_error,
                                   entry.listing_error_number);
-        } else if (facts.kind == entry_kind::file && !readable.has(entry.path)) {
+        } else if (facts.kind == entry_kind::file && !files.may_read(entry.path)) {
             whole.note_unreadable(path, QStringLiteral("no permission to read the file"), EACCES);
         } else if (facts.kind == entry_kind::link) {
             note_if_broken(whole, entry.path);
@@ -138,7 +138,7 @@ private:
 
     source_survey& whole;
     user_survey& owner;
-    readable_files readable;
+    nearby_files files;
 };
 
 /// Version directories come first and by their number, "V9" before "V10".

@@ -98,7 +98,7 @@ bool read_copy(copy_pair& pair, const quiet_file& copy, file_hasher& hasher,
 }
 
 /// Opens a pair's copy; says in the entry why that cannot be done.
-quiet_file open_copy(copy_pair& pair, const QByteArray& result)
+quiet_file open_copy(copy_pair& pair, const QByteArray& result, nearby_files& copies)
 {
     manifest_entry& entry = pair.entry;
     if (entry.copy.isEmpty()) {
@@ -106,7 +106,7 @@ quiet_file open_copy(copy_pair& pair, const QByteArray& result)
         return {};
     }
     const QByteArray path = child_path(result, entry.copy);
-    quiet_file copy = quiet_open(path, link_handling::keep);
+    quiet_file copy = copies.open(path);
     if (copy.descriptor.is_open()) {
         return copy;
     }
@@ -120,7 +120,7 @@ quiet_file open_copy(copy_pair& pair, const QByteArray& result)
 
 } // namespace
 
-void look_at_copy(copy_pair& pair, const QByteArray& result)
+void look_at_copy(copy_pair& pair, const QByteArray& result, pipeline_tools& tools)
 {
     manifest_entry& entry = pair.entry;
     if (pair.task != pair_task::compare) {
@@ -130,7 +130,7 @@ void look_at_copy(copy_pair& pair, const QByteArray& result)
         judge(entry, entry_status::missing, why_missing(entry));
         return;
     }
-    const entry_facts copy = quiet_stat(child_path(result, entry.copy));
+    const entry_facts copy = tools.copies.facts(child_path(result, entry.copy));
     if (copy.kind == entry_kind::absent) {
         judge(entry, entry_status::missing, why_missing(entry));
     } else if (copy.kind != entry_kind::file) {
@@ -141,22 +141,22 @@ void look_at_copy(copy_pair& pair, const QByteArray& result)
     }
 }
 
-bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& result, file_hasher& hasher,
+bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& result, pipeline_tools& tools,
                    const std::function<bool(qint64 bytes)>& cancelled)
 {
     manifest_entry& entry = pair.entry;
     if (pair.task == pair_task::nothing) {
         return true;
     }
-    quiet_file original = quiet_open(child_path(source, entry.path), pair.links);
-    if (!read_source(pair, original, hasher, cancelled)) {
+    quiet_file original = tools.sources.open(child_path(source, entry.path), pair.links);
+    if (!read_source(pair, original, tools.hasher, cancelled)) {
         return false;
     }
     if (!entry.source_sha256 || pair.task == pair_task::hash_source) {
         return true;
     }
 
-    const quiet_file copy = open_copy(pair, result);
+    const quiet_file copy = open_copy(pair, result, tools.copies);
     if (!copy.descriptor.is_open()) {
         return true;
     }
@@ -164,10 +164,10 @@ bool complete_pair(copy_pair& pair, const QByteArray& source, const QByteArray& 
         judge(entry, entry_status::different, "what stands for the copy is the source file itself");
         return true;
     }
-    return read_copy(pair, copy, hasher, cancelled);
+    return read_copy(pair, copy, tools.hasher, cancelled);
 }
 
-bool complete_known_pair(copy_pair& pair, const known_source& known, const QByteArray& result, file_hasher& hasher,
+bool complete_known_pair(copy_pair& pair, const known_source& known, const QByteArray& result, pipeline_tools& tools,
                          const std::function<bool(qint64 bytes)>& cancelled)
 {
     manifest_entry& entry = pair.entry;
@@ -180,10 +180,10 @@ bool complete_known_pair(copy_pair& pair, const known_source& known, const QByte
               known.has_changed ? "source: it changed while it was copied" : "source: it changed after it was copied");
     }
     entry.source_sha256 = known.digest;
-    const quiet_file copy = open_copy(pair, result);
+    const quiet_file copy = open_copy(pair, result, tools.copies);
     if (!copy.descriptor.is_open()) {
         return true;
     }
     drop_cached_pages(copy.descriptor);
-    return read_copy(pair, copy, hasher, cancelled);
+    return read_copy(pair, copy, tools.hasher, cancelled);
 }

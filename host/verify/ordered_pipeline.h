@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/files/hashing.h"
+#include "host/files/nearby_files.h"
 
 #include <QElapsedTimer>
 #include <QThread>
@@ -15,6 +16,14 @@
 #include <thread>
 #include <vector>
 
+/// What a thread works with.
+struct pipeline_tools
+{
+    file_hasher hasher;
+    nearby_files sources;
+    nearby_files copies;
+};
+
 /// Completes items on all cores and hands them back on the calling thread, in the order in which they came. An item
 /// tells by size() the bytes of the file it is about, and by readings() how often they are read for it, source and copy
 /// counted apart.
@@ -25,7 +34,7 @@ public:
     /// Completes one item on a thread of the pipeline. `cancelled` is told the bytes of each piece read and answers
     /// whether to give up.
     using worker =
-        std::function<void(item& one, file_hasher& hasher, const std::function<bool(qint64 bytes)>& cancelled)>;
+        std::function<void(item& one, pipeline_tools& tools, const std::function<bool(qint64 bytes)>& cancelled)>;
 
     /// Who is told what, always on the calling thread.
     struct listener
@@ -65,30 +74,51 @@ public:
     /// Takes the next item, waiting while too many are under way; false when cancelled.
     bool add(item&& one)
     {
+        bytes_gathered += one.size();
+        gathered.push_back(std::move(one));
+        if (gathered.size() < items_at_once && bytes_gathered < bytes_at_once) {
+            return report();
+        }
         std::unique_lock lock(guard);
-        window.push_back({std::move(one)});
-        work_waits.notify_one();
-        return hand_back(lock, window_size);
+        hand_over();
+        return hand_back(lock, most_under_way);
     }
 
     /// Waits for all items; false when cancelled.
     bool drain()
     {
         std::unique_lock lock(guard);
+        hand_over();
         return hand_back(lock, 0);
     }
 
 private:
+    // A thread takes so many small files at once, which lie side by side, or fewer large ones.
+    static constexpr std::size_t items_at_once = 32;
+    static constexpr qint64 bytes_at_once = qint64(1) << 20;
     // So many may be under way: enough that one huge file does not leave the other cores idle for long, and what bounds
     // the memory.
-    static constexpr std::size_t window_size = 4096;
+    static constexpr std::size_t most_under_way = 2048;
     static constexpr auto report_interval = std::chrono::milliseconds(100);
 
     struct slot
     {
-        item one;
+        std::vector<item> items;
         bool done = false;
     };
+
+    /// Hands what was gathered to the threads.
+    void hand_over()
+    {
+        if (!gathered.empty()) {
+            under_way += gathered.size();
+            window.push_back({std::move(gathered)});
+            gathered.clear();
+            gathered.reserve(items_at_once);
+            bytes_gathered = 0;
+            work_waits.notify_one();
+        }
+    }
 
     /// Hands back what is finished at the front, and waits until no more than `remaining` are left; false when
     /// cancelled.
@@ -96,18 +126,21 @@ private:
     {
         while (true) {
             while (!window.empty() && window.front().done) {
-                const item one = std::move(window.front().one);
+                const std::vector<item> finished = std::move(window.front().items);
                 window.pop_front();
                 --next;
                 lock.unlock();
-                told.finished(one);
-                ++files_done;
+                for (const item& one : finished) {
+                    told.finished(one);
+                    ++files_done;
+                }
+                under_way -= finished.size();
                 lock.lock();
             }
             if (!report()) {
                 return false;
             }
-            if (window.size() <= remaining) {
+            if (under_way <= remaining) {
                 return true;
             }
             front_done.wait_for(lock, report_interval, [this] { return window.front().done; });
@@ -127,7 +160,7 @@ private:
 
     void work()
     {
-        file_hasher hasher;
+        pipeline_tools tools;
         std::unique_lock lock(guard);
         while (true) {
             work_waits.wait(lock, [this] { return closed || next < window.size(); });
@@ -137,7 +170,9 @@ private:
             // Neither taking from the front nor adding at the end moves the other elements of a deque.
             slot& mine = window[next++];
             lock.unlock();
-            complete(mine.one, hasher);
+            for (item& one : mine.items) {
+                complete(one, tools);
+            }
             lock.lock();
             mine.done = true;
             if (&mine == &window.front()) {
@@ -146,12 +181,12 @@ private:
         }
     }
 
-    void complete(item& one, file_hasher& hasher)
+    void complete(item& one, pipeline_tools& tools)
     {
         const qint64 weight = one.readings() == 2 ? 1 : 2;
         const qint64 whole = 2 * one.size();
         qint64 counted = 0;
-        complete_item(one, hasher, [&](qint64 bytes) {
+        complete_item(one, tools, [&](qint64 bytes) {
             counted += weight * bytes;
             half_bytes += weight * bytes;
             return stopped.load();
@@ -162,6 +197,9 @@ private:
 
     const worker complete_item;
     const listener told;
+    std::vector<item> gathered; ///< to be handed over at once
+    qint64 bytes_gathered = 0;
+    std::size_t under_way = 0; ///< items handed over and not yet handed back
 
     std::mutex guard;
     std::condition_variable work_waits;

@@ -31,13 +31,13 @@ bool stays_below(const QByteArray& path)
 
 /// Returns what is wrong with a file whose hash is recorded; empty when nothing is. Nothing means cancelled.
 std::optional<QByteArray> problem_of(const QByteArray& root, const QByteArray& path, link_handling links,
-                                     const sha256_digest& recorded, file_hasher& hasher,
+                                     const sha256_digest& recorded, nearby_files& files, file_hasher& hasher,
                                      const std::function<bool(qint64)>& cancelled)
 {
     if (!stays_below(path)) {
         return QByteArray("the manifest names a path that leads elsewhere");
     }
-    const quiet_file file = quiet_open(child_path(root, path), links);
+    const quiet_file file = files.open(child_path(root, path), links);
     if (!file.error.isEmpty()) {
         const bool is_gone = quiet_stat(child_path(root, path), links).kind == entry_kind::absent;
         return is_gone ? QByteArray("missing") : "cannot be read: " + file.error.toUtf8();
@@ -72,9 +72,8 @@ public:
 private:
     bool check_entries()
     {
-        const auto complete = [this](recheck_item& one, file_hasher& hasher, const std::function<bool(qint64)>& stop) {
-            check(one, hasher, stop);
-        };
+        const auto complete = [this](recheck_item& one, pipeline_tools& tools,
+                                     const std::function<bool(qint64)>& stop) { check(one, tools, stop); };
         const auto finished = [this](const recheck_item& one) { take_in(one); };
         ordered_pipeline<recheck_item> pipeline(complete, {finished, listener.progress, listener.cancelled});
         manifest_reader reader(request.result.path(product::manifest));
@@ -92,16 +91,16 @@ private:
         return pipeline.drain();
     }
 
-    void check(recheck_item& one, file_hasher& hasher, const std::function<bool(qint64)>& stop) const
+    void check(recheck_item& one, pipeline_tools& tools, const std::function<bool(qint64)>& stop) const
     {
         if (one.with_copy) {
-            one.copy_problem =
-                problem_of(result_root, one.entry.copy, link_handling::keep, *one.entry.copy_sha256, hasher, stop)
-                    .value_or(QByteArray());
+            one.copy_problem = problem_of(result_root, one.entry.copy, link_handling::keep, *one.entry.copy_sha256,
+                                          tools.copies, tools.hasher, stop)
+                                   .value_or(QByteArray());
         }
         if (one.with_source) {
             one.source_problem = problem_of(*request.source, one.entry.path, link_handling::follow,
-                                            *one.entry.source_sha256, hasher, stop)
+                                            *one.entry.source_sha256, tools.sources, tools.hasher, stop)
                                      .value_or(QByteArray());
         }
     }

@@ -29,20 +29,19 @@ void take_in(verification_result& result, const copy_pair& pair)
 }
 
 /// Carries out a pair's task, with as little reading as the request asks for.
-void complete(const verification_request& request, copy_pair& pair, file_hasher& hasher,
-              const std::function<bool(qint64)>& stop)
+void complete(const verification_request& request, const QByteArray& source, const QByteArray& result, copy_pair& pair,
+              pipeline_tools& tools, const std::function<bool(qint64)>& stop)
 {
-    const QByteArray result = request.result.native_root();
     if (request.without_reading) {
-        look_at_copy(pair, result);
+        look_at_copy(pair, result, tools);
         return;
     }
     const bool is_copied = request.known != nullptr && pair.task == pair_task::compare;
     const std::optional<known_source> known = is_copied ? request.known->find(pair.entry.copy) : std::nullopt;
     if (known && (known->digest || !known->problem.isEmpty())) {
-        complete_known_pair(pair, *known, result, hasher, stop);
+        complete_known_pair(pair, *known, result, tools, stop);
     } else {
-        complete_pair(pair, absolute_path(request.source), result, hasher, stop);
+        complete_pair(pair, source, result, tools, stop);
     }
 }
 
@@ -86,8 +85,8 @@ verification_result verify_copies(const verification_request& request,
                 writer->write(pair.entry);
             }
         };
-        const auto complete_one = [&](copy_pair& pair, file_hasher& hasher, const std::function<bool(qint64)>& stop) {
-            complete(request, pair, hasher, stop);
+        const auto complete_one = [&](copy_pair& pair, pipeline_tools& tools, const std::function<bool(qint64)>& stop) {
+            complete(request, source, result, pair, tools, stop);
         };
         ordered_pipeline<copy_pair> pipeline(complete_one, {finished, progress, cancelled});
         const pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); },
