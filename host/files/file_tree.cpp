@@ -2,6 +2,8 @@
 
 #include <QFile>
 
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -17,9 +19,26 @@ struct open_directory
 
 } // namespace
 
-void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit)
+directory_listing list_kinds(const QByteArray& path)
 {
-    directory_listing root_listing = quiet_list(root);
+    kinds_listing kinds = quiet_kinds(path);
+    directory_listing listing{{}, kinds.error, kinds.error_number};
+    listing.entries.reserve(kinds.entries.size());
+    for (named_kind& entry : kinds.entries) {
+        entry_facts facts;
+        facts.kind = entry.kind;
+        facts.hidden = entry.name.startsWith('.');
+        listing.entries.push_back({std::move(entry.name), std::move(facts)});
+    }
+    std::sort(listing.entries.begin(), listing.entries.end(),
+              [](const named_entry& left, const named_entry& right) { return left.name < right.name; });
+    return listing;
+}
+
+void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit,
+               const directory_lister& list)
+{
+    directory_listing root_listing = list(root);
     if (!root_listing.error.isEmpty()) {
         tree_entry entry;
         entry.path = root;
@@ -48,7 +67,7 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
         directory_listing listing;
         const bool is_directory = entry.facts.kind == entry_kind::directory;
         if (is_directory) {
-            listing = quiet_list(entry.path);
+            listing = list(entry.path);
             entry.listing_error = listing.error;
             entry.listing_error_number = listing.error_number;
         }
@@ -80,7 +99,13 @@ bool is_directory(const QByteArray& path)
 
 QByteArray child_path(const QByteArray& directory, const QByteArray& name)
 {
-    return directory.endsWith('/') ? directory + name : directory + '/' + name;
+    QByteArray path;
+    path.reserve(directory.size() + 1 + name.size());
+    path += directory;
+    if (!directory.endsWith('/')) {
+        path += '/';
+    }
+    return path += name;
 }
 
 bool is_at_or_below(const QByteArray& path, const QByteArray& directory)

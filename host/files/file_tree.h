@@ -16,10 +16,18 @@ struct tree_entry
     int listing_error_number = 0; ///< the system's number for it
 };
 
+/// Lists a directory.
+using directory_lister = std::function<directory_listing(const QByteArray& path)>;
+
+/// Lists a directory as quiet_list() does, but tells no more of each entry than its kind, and whether its name hides
+/// it: none is looked at.
+directory_listing list_kinds(const QByteArray& path);
+
 /// Calls `visit` once for every entry below the directory `root`, hidden ones included, a directory before its
 /// content and siblings in bytewise order of their names; `visit` returns false to stop the walk. No link is followed
 /// but `root` itself. A root that cannot be listed is reported as one entry with an empty relative path.
-void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit);
+void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit,
+               const directory_lister& list = quiet_list);
 
 /// Returns the files below a directory that are not hidden; nothing when it does not exist.
 file_amount visible_files_below(const QByteArray& directory);

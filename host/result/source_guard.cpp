@@ -163,10 +163,11 @@ void refuse_planted_links(const result_paths& result, const QString& log_path)
         refuse_second_name(result.database());
     }
     for (const QString& folder : {result.artifacts(), result.evidence(), result.verifications()}) {
-        walk_tree(QFile::encodeName(folder), [](const tree_entry& entry) {
+        const auto refuse_planted = [](const tree_entry& entry) {
             refuse_link(entry.path, entry.facts);
             return true;
-        });
+        };
+        walk_tree(QFile::encodeName(folder), refuse_planted, list_kinds);
     }
 }
 

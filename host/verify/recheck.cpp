@@ -143,7 +143,7 @@ private:
         known.complete();
         bool cancelled = false;
         qint64 count = 0;
-        walk_tree(child_path(root, directory), [&](const tree_entry& entry) {
+        const auto look_at = [&](const tree_entry& entry) {
             const QByteArray path = child_path(directory, entry.relative_path);
             if (!entry.listing_error.isEmpty()) {
                 tell(place, path, "the directory cannot be read: " + entry.listing_error.toUtf8());
@@ -152,7 +152,8 @@ private:
             }
             cancelled = ++count % 1000 == 0 && listener.cancelled();
             return !cancelled;
-        });
+        };
+        walk_tree(child_path(root, directory), look_at, list_kinds);
         return !cancelled;
     }
 
