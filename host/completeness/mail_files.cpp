@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <deque>
+#include <future>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -103,6 +105,7 @@ public:
             }
         }
         look_into_waiting();
+        take_looked_into();
     }
 
 private:
@@ -210,11 +213,20 @@ private:
         return mailbox_at(names);
     }
 
-    /// Looks into the messages of all directories that wait, on all cores, and takes them in the order of the walk.
+    /// Begins to look into the messages of all directories that wait, beside the further walk.
     void look_into_waiting()
     {
-        std::vector<std::pair<const listed_directory*, candidate*>> messages;
-        for (listed_directory& listed : waiting) {
+        take_looked_into();
+        in_work = std::exchange(waiting, {});
+        candidates_in_work = std::exchange(candidates_waiting, 0);
+        looking = std::async(std::launch::async | std::launch::deferred, [this] { look_into_all(); });
+    }
+
+    /// Looks into the messages in work on all cores.
+    void look_into_all()
+    {
+        std::vector<std::pair<listed_directory*, candidate*>> messages;
+        for (listed_directory& listed : in_work) {
             for (std::size_t at = 0; at < listed.candidates.size(); at += listed.candidates[at].begins_pair ? 2 : 1) {
                 messages.emplace_back(&listed, &listed.candidates[at]);
             }
@@ -230,18 +242,24 @@ private:
                 look_into(*listed, *std::next(message));
             }
         });
-        const bool are_whole = !search.cancelled();
-        files.seen -= are_whole ? 0 : qint64(candidates_waiting);
-        for (const listed_directory& listed : waiting) {
-            if (are_whole) {
-                take_messages(listed);
-            }
+    }
+
+    /// Waits for the messages in work and takes them in the order of the walk.
+    void take_looked_into()
+    {
+        if (!looking.valid()) {
+            return;
         }
-        if (are_whole && search.looked_into && candidates_waiting > 0) {
-            search.looked_into(qint64(candidates_waiting));
+        looking.get();
+        const std::deque<listed_directory> looked_into = std::exchange(in_work, {});
+        if (search.cancelled()) {
+            files.seen -= qint64(candidates_in_work);
+            return;
         }
-        waiting.clear();
-        candidates_waiting = 0;
+        std::for_each(looked_into.begin(), looked_into.end(), [this](const auto& listed) { take_messages(listed); });
+        if (search.looked_into && candidates_in_work > 0) {
+            search.looked_into(qint64(candidates_in_work));
+        }
     }
 
     /// Fills in what a message file holds; called by several threads.
@@ -268,7 +286,7 @@ private:
         if (listed.candidates.empty()) {
             return;
         }
-        const auto directory = qint32(files.directories.size());
+        const auto directory = quint32(files.directories.size());
         files.directories.push_back(listed.path);
         for (std::size_t at = 0; at < listed.candidates.size(); ++at) {
             const candidate& first = listed.candidates[at];
@@ -281,7 +299,7 @@ private:
                 file.is_pair = true;
                 ++at;
             }
-            file.directory = directory;
+            file.directory = directory & mail_file::most_directories;
             files.files.push_back(file);
         }
     }
@@ -299,11 +317,11 @@ private:
             files.names.push_back(name);
         }
         const QByteArray path = child_path(listed.path, name);
-        file.problem = message.judged.problem.isEmpty() ? -1 : problem_position(message.judged.problem);
+        file.judgement = message.judged.problem.isEmpty() ? qint32(message.absent.size())
+                                                          : ~problem_position(message.judged.problem);
         if (!message.judged.note.isEmpty()) {
             files.notes.push_back({path, message.judged.note});
         }
-        file.absent = qint32(message.absent.size());
         for (const emptied_part& part : message.absent) {
             search.on_absent({files.mailboxes[std::size_t(listed.mailbox)], path, part});
         }
@@ -330,13 +348,11 @@ private:
 
     qint32 problem_position(const QString& problem)
     {
-        const auto known = problems.constFind(problem);
-        if (known != problems.constEnd()) {
-            return *known;
+        const qint32 position = problems.value(problem, qint32(files.problems.size()));
+        if (std::size_t(position) == files.problems.size()) {
+            files.problems.push_back(problem);
+            problems.insert(problem, position);
         }
-        const auto position = qint32(files.problems.size());
-        files.problems.push_back(problem);
-        problems.insert(problem, position);
         return position;
     }
 
@@ -346,8 +362,11 @@ private:
     std::vector<place> pending;
     std::deque<listed_directory> waiting; // elements stay where they are
     std::size_t candidates_waiting = 0;
+    std::deque<listed_directory> in_work; // being looked into by other threads
+    std::size_t candidates_in_work = 0;
     QHash<QByteArray, qint32> mailboxes;
     QHash<QString, qint32> problems;
+    std::future<void> looking; // ends before what it works on
 };
 
 } // namespace

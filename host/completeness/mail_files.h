@@ -7,23 +7,30 @@
 #include <QList>
 #include <QString>
 
+#include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <vector>
 
-/// One message on disk. "7.emlx" and "7.partial.emlx" side by side are one message.
+/// One message on disk. "7.emlx" and "7.partial.emlx" side by side are one message. There may be millions.
 struct mail_file
 {
-    qint64 number = -1;   ///< by which the index knows it; -1 when the file's name is no number
-    qint32 mailbox = 0;   ///< position in mail_files::mailboxes
-    qint32 directory = 0; ///< position in mail_files::directories
-    qint32 named = -1;    ///< position in mail_files::names; -1 when the name follows from number and form
-    qint32 problem = -1;  ///< position in mail_files::problems; -1 when it is readable as a message
-    qint32 absent = 0;    ///< attachments that are neither in it nor beside it
-    bool is_partial = false;
-    bool is_pair = false;     ///< both forms are there
-    bool is_in_place = false; ///< lies in the folder that its number asks for
+    static constexpr quint32 most_directories = (1U << 29U) - 1;
 
-    bool is_readable() const { return problem < 0; }
+    qint64 number = -1;         ///< by which the index knows it; -1 when the file's name is no number
+    qint32 mailbox = 0;         ///< position in mail_files::mailboxes
+    qint32 named = -1;          ///< position in mail_files::names; -1 when the name follows from number and form
+    qint32 judgement = 0;       ///< see absent() and problem()
+    quint32 directory : 29 = 0; ///< position in mail_files::directories
+    bool is_partial : 1 = false;
+    bool is_pair : 1 = false;     ///< both forms are there
+    bool is_in_place : 1 = false; ///< lies in the folder that its number asks for
+
+    bool is_readable() const { return judgement >= 0; }
+    /// Returns how many attachments are neither in it nor beside it; 0 for one that is not readable as a message.
+    qint32 absent() const { return std::max(judgement, 0); }
+    /// Returns the position in mail_files::problems of why it is not readable as a message.
+    std::size_t problem() const { return std::size_t(~judgement); }
 };
 
 /// A folder that is a mailbox, or holds messages outside of any.

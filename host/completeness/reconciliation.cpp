@@ -22,7 +22,7 @@ std::vector<qint32> files_in_order(const std::vector<mail_file>& files)
 void count(const mail_file& file, bool has_row, completeness_figures& figures)
 {
     ++figures.on_disk;
-    figures.attachments_absent += file.absent;
+    figures.attachments_absent += file.absent();
     if (!file.is_readable()) {
         ++figures.unreadable;
         figures.unreadable_indexed += has_row ? 1 : 0;

@@ -260,13 +260,15 @@ private:
             const index_row* same_number = is_indexed || file.number < 0 ? nullptr : find_row(rows, file.number);
             const bool is_elsewhere = same_number && same_number->file < 0;
             if (file.is_readable() && file.number >= 0) {
-                without_row.emplace_back(file.number, qint32(at));
+                without_row.push_back(qint32(at));
             }
             sink.add_disk_message({identity(file.mailbox), path_of(file), file.number, file.is_partial, is_indexed,
-                                   file.is_readable() ? QString() : files.problems[std::size_t(file.problem)],
+                                   file.is_readable() ? QString() : files.problems[file.problem()],
                                    is_elsewhere ? identity(same_number->mailbox).mailbox : QByteArray()});
         }
-        std::sort(without_row.begin(), without_row.end());
+        std::sort(without_row.begin(), without_row.end(), [this](qint32 left, qint32 right) {
+            return std::pair(number_of(left), left) < std::pair(number_of(right), right);
+        });
     }
 
     /// Rows and what the index tells of them both come by ascending numbers. What it does not tell, for it could not be
@@ -310,6 +312,8 @@ private:
         }
     }
 
+    qint64 number_of(qint32 position) const { return files.files[std::size_t(position)].number; }
+
     void tell_by_number(const index_row& row)
     {
         if (row.file < 0 && told_by_number++ >= most_told_by_number) {
@@ -325,10 +329,12 @@ private:
     void tell(const index_row& row, const index_message& message)
     {
         ++told_index_only;
-        const auto other = std::lower_bound(without_row.begin(), without_row.end(), std::pair(row.number, 0));
-        const bool is_elsewhere = row.number >= 0 && other != without_row.end() && other->first == row.number;
-        sink.add_index_only({identity(row.mailbox), message,
-                             is_elsewhere ? path_of(files.files[std::size_t(other->second)]) : QByteArray()});
+        const auto other =
+            std::lower_bound(without_row.begin(), without_row.end(), row.number,
+                             [this](qint32 position, qint64 number) { return number_of(position) < number; });
+        const bool is_elsewhere = row.number >= 0 && other != without_row.end() && number_of(*other) == row.number;
+        sink.add_index_only(
+            {identity(row.mailbox), message, is_elsewhere ? path_of(files.files[std::size_t(*other)]) : QByteArray()});
     }
 
     void finish_index()
@@ -368,7 +374,7 @@ private:
     QHash<qint64, indexed_mailbox> mailboxes;
     std::vector<index_row> rows;
     reconciliation joined;
-    std::vector<std::pair<qint64, qint32>> without_row; // numbers and positions of readable files without a row
+    std::vector<qint32> without_row; // positions of readable files without a row, by number
     qint64 told_index_only = 0;
     qint64 told_by_number = 0;
     qint64 not_told = 0;

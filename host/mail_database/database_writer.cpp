@@ -92,6 +92,8 @@ void mail_database_writer::open()
     // A file that is thrown away when anything fails needs no journal beside it.
     execute(QStringLiteral("PRAGMA journal_mode=MEMORY"));
     execute(QStringLiteral("PRAGMA synchronous=OFF"));
+    // Rows are added and not asked for again.
+    execute(QStringLiteral("PRAGMA cache_size=-512"));
     execute(QStringLiteral("PRAGMA user_version=%1").arg(schema_version));
     execute(QStringLiteral("BEGIN"));
 }
