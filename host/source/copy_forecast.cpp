@@ -48,10 +48,11 @@ void forecast_stores(const QByteArray& mail_directory, copy_walk& walk, copy_for
 
 } // namespace
 
-copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<QByteArray>& mail_directories)
+copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<QByteArray>& mail_directories,
+                              const directory_lister& list)
 {
     copy_forecast forecast;
-    copy_walk walk(source_root);
+    copy_walk walk(source_root, list);
     copy_walk::amount trees;
     for (const QByteArray& mail_directory : mail_directories) {
         forecast_stores(mail_directory, walk, forecast);

@@ -28,4 +28,5 @@ struct copy_forecast
 /// Goes once through everything that a run over these Mail directories (SOURCE/Users/NAME/Library/Mail, which need not
 /// exist) would copy, and examines the links on the way from `source_root` to them and to the account stores beside
 /// them. Links that lead nowhere are no problem, since no copy follows them.
-copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<QByteArray>& mail_directories);
+copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<QByteArray>& mail_directories,
+                              const directory_lister& list = quiet_list);

@@ -35,7 +35,12 @@ copy_walk::amount& copy_walk::amount::operator+=(const amount& other)
     return *this;
 }
 
-copy_walk::copy_walk(const QByteArray& source_root) : root(source_root), resolved_root(resolved_path(source_root)) {}
+copy_walk::copy_walk(const QByteArray& source_root, directory_lister lister)
+    : root(source_root)
+    , list(std::move(lister))
+    , resolved_root(resolved_path(source_root))
+{
+}
 
 bool copy_walk::follow_way(const QByteArray& path)
 {
@@ -109,12 +114,13 @@ void copy_walk::leave_out(const QByteArray& path, const entry_facts& facts)
     if (facts.kind == entry_kind::file) {
         left_out += amount_of_file(facts.size);
     } else if (facts.kind == entry_kind::directory && facts.hidden) {
-        walk_tree(path, [&left_out](const tree_entry& entry) {
+        const auto count = [&left_out](const tree_entry& entry) {
             if (entry.facts.kind == entry_kind::file) {
                 left_out += amount_of_file(entry.facts.size);
             }
             return true;
-        });
+        };
+        walk_tree(path, count, list);
     }
 }
 
@@ -155,7 +161,7 @@ bool copy_walk::enter(open_directory inner)
         }
         return false;
     }
-    directory_listing listing = quiet_list(inner.path);
+    directory_listing listing = list(inner.path);
     if (!listing.error.isEmpty()) {
         blocked.push_back({inner.path, listing.error, listing.error_number});
     }

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "host/files/file_amount.h"
-#include "host/files/quiet_reading.h"
+#include "host/files/file_tree.h"
 #include "host/source/link_problems.h"
 #include "host/source/source_look.h"
 
@@ -39,7 +38,8 @@ public:
     /// Returns what the copy of one file takes.
     static amount amount_of_file(qint64 bytes);
 
-    explicit copy_walk(const QByteArray& source_root);
+    /// Directories are listed by `lister`.
+    explicit copy_walk(const QByteArray& source_root, directory_lister lister = quiet_list);
 
     /// Examines the links on the way from the source's root to `path` below it. False when one leaves the source.
     bool follow_way(const QByteArray& path);
@@ -86,6 +86,7 @@ private:
     void report(const QByteArray& link, const QByteArray& target, link_problem_kind kind);
 
     QByteArray root; ///< as given
+    directory_lister list;
     QByteArray resolved_root;
     std::vector<link_problem> found;
     std::vector<blocked_look> blocked;

@@ -177,9 +177,11 @@ void note_if_broken(source_survey& survey, const QByteArray& link)
     }
 }
 
-void survey_mail_directory(source_survey& survey, user_survey& user, const QByteArray& mail_directory)
+void survey_mail_directory(source_survey& survey, user_survey& user, const QByteArray& mail_directory,
+                           const directory_lister& list)
 {
     mail_directory_survey surveying(survey, user);
-    walk_tree(mail_directory, [&surveying](const tree_entry& entry) { return surveying.take(entry); });
+    walk_tree(
+        mail_directory, [&surveying](const tree_entry& entry) { return surveying.take(entry); }, list);
     std::sort(user.folders.begin(), user.folders.end(), precedes);
 }

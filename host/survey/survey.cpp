@@ -5,11 +5,14 @@
 #include "host/source/access_advice.h"
 #include "host/source/copy_walk.h"
 #include "host/source/source_users.h"
+#include "host/survey/listings_ahead.h"
 #include "host/survey/mail_directory_survey.h"
 
 #include <algorithm>
 #include <future>
 #include <initializer_list>
+#include <system_error>
+#include <vector>
 
 namespace {
 
@@ -85,7 +88,8 @@ void find_account_stores(source_survey& survey, user_survey& user)
     user.stores = std::move(look.stores);
 }
 
-user_survey survey_user(source_survey& survey, const QByteArray& name, const QByteArray& mail_directory)
+user_survey survey_user(source_survey& survey, const QByteArray& name, const QByteArray& mail_directory,
+                        const directory_lister& list)
 {
     user_survey user;
     user.name = name;
@@ -99,13 +103,53 @@ user_survey survey_user(source_survey& survey, const QByteArray& name, const QBy
         }
     }
     if (user.mail_directory == presence::present) {
-        survey_mail_directory(survey, user, mail_directory);
+        survey_mail_directory(survey, user, mail_directory, list);
         find_live_version(user, mail_directory);
     } else if (user.not_followed.isEmpty()) {
         note_broken_way(survey, {mail_directory.left(mail_directory.lastIndexOf('/')), mail_directory});
     }
     find_account_stores(survey, user);
     return user;
+}
+
+/// What one of two walks takes of the listings that they share.
+class share_of_listings
+{
+public:
+    share_of_listings(listings_ahead& all, listings_ahead::reader mine) : shared(all), who(mine) {}
+    ~share_of_listings() { shared.leave(who); }
+    Q_DISABLE_COPY_MOVE(share_of_listings)
+
+    directory_lister lister() const
+    {
+        return [this](const QByteArray& path) { return shared.next(who, path); };
+    }
+
+private:
+    listings_ahead& shared;
+    const listings_ahead::reader who;
+};
+
+/// Returns the Mail directories that no link leads out of the source to.
+std::vector<QByteArray> followed(const source_survey& survey, std::vector<QByteArray> mail_directories)
+{
+    std::erase_if(mail_directories,
+                  [&survey](const QByteArray& directory) { return !leaving_link(survey, directory).isEmpty(); });
+    return mail_directories;
+}
+
+/// Begins the forecast beside the survey: both go through everything, and neither has to wait for the other.
+std::future<copy_forecast> begin_forecast(const QByteArray& source, const std::vector<QByteArray>& mail_directories,
+                                          listings_ahead& ahead)
+try {
+    return std::async(std::launch::async, [source, mail_directories, &ahead] {
+        const share_of_listings mine(ahead, listings_ahead::reader::second);
+        return forecast_copies(source, mail_directories, mine.lister());
+    });
+} catch (const std::system_error&) {
+    // A machine without a thread to spare.
+    ahead.leave(listings_ahead::reader::second);
+    return std::async(std::launch::deferred, forecast_copies, source, mail_directories, quiet_list);
 }
 
 } // namespace
@@ -145,11 +189,13 @@ source_survey survey_source(const QByteArray& source, const QString& result)
     }
     const std::vector<QByteArray> mail_directories = mail_directories_of(survey.source, found.names);
     survey.link_problems = problems_on_the_way(survey.source, mail_directories);
-    // Both go through everything, and neither has to wait for the other.
-    std::future<copy_forecast> forecasting =
-        std::async(std::launch::async | std::launch::deferred, forecast_copies, survey.source, mail_directories);
-    for (std::size_t index = 0; index < found.names.size(); ++index) {
-        survey.users.push_back(survey_user(survey, found.names[index], mail_directories[index]));
+    listings_ahead ahead(followed(survey, mail_directories));
+    std::future<copy_forecast> forecasting = begin_forecast(survey.source, mail_directories, ahead);
+    {
+        const share_of_listings mine(ahead, listings_ahead::reader::first);
+        for (std::size_t index = 0; index < found.names.size(); ++index) {
+            survey.users.push_back(survey_user(survey, found.names[index], mail_directories[index], mine.lister()));
+        }
     }
     const copy_forecast forecast = forecasting.get();
     survey.link_problems = forecast.link_problems;
