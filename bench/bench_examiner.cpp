@@ -1,7 +1,8 @@
 // What an examiner would type instead, side by side with this program in turns: copying and hashing both sides, copying
-// alone, hashing both sides, listing. And how time and memory grow. Prints a line a figure, with its limit; exit code 1
-// when one is not kept.
+// alone, hashing both sides, listing. Beside both stands the bare work: the system calls that it cannot do without, on
+// all cores. And how time and memory grow. Prints a line a figure, with its limit; exit code 1 when one is not kept.
 
+#include "bench/bare_calls.h"
 #include "bench/bench_sources.h"
 #include "bench/bytes_read.h"
 #include "bench/examiner_sources.h"
@@ -15,6 +16,7 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <functional>
 #include <thread>
@@ -68,22 +70,30 @@ struct side
     std::function<double()> measure;
 };
 
-/// Lets both sides work in turns, from the same state of the memory; prints the ratio of their medians.
-void compare(const settings& with, const QString& what, double limit, const side& ours, const side& theirs)
+/// Lets all sides work in turns, from the same state of the memory; prints the ratio of the medians of the first two,
+/// and what the bare work would make of it.
+void compare(const settings& with, const QString& what, double limit, const side& ours, const side& theirs,
+             const side& bare)
 {
-    std::vector<double> seconds[2];
+    const std::array<const side*, 3> sides = {&ours, &theirs, &bare};
+    std::array<std::vector<double>, 3> seconds;
     for (int round = 0; round < with.rounds; ++round) {
-        for (int at = 0; at < 2; ++at) {
-            const side& one = at == 0 ? ours : theirs;
-            one.prepare();
+        for (std::size_t at = 0; at < sides.size(); ++at) {
+            sides[at]->prepare();
             if (with.is_cold) {
                 cost_of_line(QStringLiteral("sync; echo 3 > /proc/sys/vm/drop_caches"));
             }
-            seconds[at].push_back(one.measure());
+            seconds[at].push_back(sides[at]->measure());
         }
     }
-    print_figure(what, median(seconds[0]) / median(seconds[1]), limit,
-                 QStringLiteral("%1 s / %2 s").arg(median(seconds[0]), 0, 'f', 2).arg(median(seconds[1]), 0, 'f', 2));
+    std::array<double, 3> medians{};
+    std::transform(seconds.begin(), seconds.end(), medians.begin(), median);
+    print_figure(what, medians[0] / medians[1], limit,
+                 QStringLiteral("%1 s / %2 s, bare %3 (%4 s)")
+                     .arg(medians[0], 0, 'f', 2)
+                     .arg(medians[1], 0, 'f', 2)
+                     .arg(medians[2] / medians[1], 0, 'f', 2)
+                     .arg(medians[2], 0, 'f', 2));
 }
 
 /// A place with a source, and where results go.
@@ -110,6 +120,19 @@ struct ground
 
     void remove(const QString& directory) const { cost_of({"rm", "-rf", directory}); }
 
+    QByteArray tree() const { return QFile::encodeName(mail()); }
+    QByteArray copy() const { return QFile::encodeName(theirs) + "/Mail"; }
+
+    /// Bare work that makes the copy anew.
+    side bare_copy(const std::function<double()>& further) const
+    {
+        return {[this] {
+                    remove(theirs);
+                    QDir().mkpath(theirs);
+                },
+                [this, further] { return seconds_of_bare_copy(tree(), copy()) + further(); }};
+    }
+
     side run(const QStringList& options) const
     {
         return {[this] { remove(ours); },
@@ -135,26 +158,33 @@ void compare_all(const ground& on, const QString& shape)
 {
     const auto named = [&shape](const char* what) { return shape + QStringLiteral(": ") + QLatin1String(what); };
     const QString copying = QStringLiteral("mkdir -p %2 && rsync -a %1 %2").arg(on.mail(), on.theirs);
+    const side bare_run =
+        on.bare_copy([&on] { return seconds_of_bare_sync(on.copy()) + seconds_of_bare_hashing(on.copy(), true); });
     compare(on.with, named("run / (rsync -a; sha256sum of both sides)"), 0.6, on.run({}),
-            on.typed(copying + QStringLiteral(" && ") + on.hashing(), true));
+            on.typed(copying + QStringLiteral(" && ") + on.hashing(), true), bare_run);
     compare(on.with, named("run / (the same, with a sync before the hashing)"), 1.0, on.run({}),
-            on.typed(copying + QStringLiteral(" && sync -f %1 && ").arg(on.theirs) + on.hashing(), true));
+            on.typed(copying + QStringLiteral(" && sync -f %1 && ").arg(on.theirs) + on.hashing(), true), bare_run);
     const auto nothing = [] {};
     compare(on.with, named("verify / sha256sum of both sides"), 0.6,
             {nothing,
              [&on] {
                  return cost_of({program(), "verify", "--quiet", "--result", on.ours, "--source", on.source}).seconds;
              }},
-            on.typed(on.hashing(), false));
+            on.typed(on.hashing(), false),
+            {nothing, [&on] { return seconds_of_bare_hashing(on.tree()) + seconds_of_bare_hashing(on.copy()); }});
     compare(on.with, named("run --no-verify / cp -a"), 0.7, on.run({"--no-verify"}),
-            on.typed(QStringLiteral("mkdir -p %2 && cp -a %1 %2").arg(on.mail(), on.theirs), true));
+            on.typed(QStringLiteral("mkdir -p %2 && cp -a %1 %2").arg(on.mail(), on.theirs), true), on.bare_copy([&on] {
+                const double heads = seconds_of_bare_heads(on.copy());
+                return heads + (on.with.is_cold ? seconds_of_bare_sync(on.copy()) : 0);
+            }));
     if (on.files >= 40'000) {
         compare(on.with, named("survey / find -printf"), 1.2,
                 {nothing,
                  [&on] {
                      return cost_of({program(), "survey", "--source", on.source}).seconds;
                  }},
-                on.typed(QStringLiteral("find %1 -printf '%y %m %s %T@ %p\\n'").arg(on.mail()), false));
+                on.typed(QStringLiteral("find %1 -printf '%y %m %s %T@ %p\\n'").arg(on.mail()), false),
+                {nothing, [&on] { return seconds_of_bare_walk(on.tree()); }});
     }
 }
 

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QByteArray>
+
+// The system calls that a work cannot do without, on all cores and with nothing else: no names are kept, nothing is
+// written down, nothing is compared. What is measured beside them cannot be faster than this on the same machine. Each
+// returns the seconds it took; all end the program when a call fails.
+
+/// Lists every directory of a tree and looks at each entry.
+double seconds_of_bare_walk(const QByteArray& tree);
+/// Copies a tree into a directory that is not there yet, with modification times and permissions.
+double seconds_of_bare_copy(const QByteArray& tree, const QByteArray& destination);
+/// Opens every file of a tree and reads its first bytes.
+double seconds_of_bare_heads(const QByteArray& tree);
+/// Reads every file of a tree, from the disk if it is asked for, and hashes it.
+double seconds_of_bare_hashing(const QByteArray& tree, bool from_disk = false);
+/// Waits until the file system of a directory is on the disk.
+double seconds_of_bare_sync(const QByteArray& directory);
