@@ -8,10 +8,22 @@
 #include <QScopeGuard>
 #include <QTest>
 
+#include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using outcome = copied_file::outcome;
+
+#ifdef Q_OS_LINUX
+static bool disk_is_lost = false;
+
+/// Takes the place of the system's call for the plug-in, too.
+extern "C" Q_DECL_EXPORT int syncfs(int /*descriptor*/) noexcept
+{
+    errno = EIO;
+    return disk_is_lost ? -1 : 0;
+}
+#endif
 
 namespace {
 
@@ -213,6 +225,36 @@ private slots:
         QCOMPARE(plugin.copies.first().result, outcome::cancelled);
         QCOMPARE(QDir(plugin.mail_copy("ann") + "/V9").entryList(QDir::Files), QStringList());
         QVERIFY(plugin.copied.first().startsWith("copied 0 ") && !plugin.copied.first().endsWith(" 0"));
+    }
+
+    void the_host_may_sync_itself_data()
+    {
+        QTest::addColumn<bool>("syncs");
+        QTest::newRow("the object syncs") << true;
+        QTest::newRow("the host does") << false;
+    }
+
+    void the_host_may_sync_itself()
+    {
+#ifndef Q_OS_LINUX
+        QSKIP("the call is another one");
+#else
+        QFETCH(const bool, syncs);
+        disk_is_lost = true;
+        const auto mend = qScopeGuard([] { disk_is_lost = false; });
+        const evidence_source source;
+        source.add_mail("ann", "V9/folder/1");
+        driven_plugin plugin(source, {.users = {"ann"}, .bulk_copying = true});
+        QVERIFY(plugin->property("bulk_sync").toBool());
+        plugin->setProperty("bulk_sync", syncs);
+        plugin.run();
+        const auto tells_of = [&plugin](outcome result) {
+            return std::count_if(plugin.copies.begin(), plugin.copies.end(),
+                                 [result](const copied_file& file) { return file.result == result; });
+        };
+        QCOMPARE(tells_of(outcome::copied), 1);
+        QCOMPARE(tells_of(outcome::unsynced), syncs ? 1 : 0);
+#endif
     }
 };
 
