@@ -32,12 +32,14 @@ QStringList last_lines(const QString& path)
 
 } // namespace
 
-void start_own_program(QProcess& process, const QStringList& arguments, const QString& log)
+void start_own_program(QProcess& process, const QStringList& arguments, const QString& log,
+                       const std::function<void()>& in_child)
 {
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(log, QIODevice::Append);
     process.setStandardErrorFile(log, QIODevice::Append);
-    process.setChildProcessModifier([] {
+    process.setChildProcessModifier([in_child] {
+        in_child();
         ::setpgid(0, 0);
 #if defined(__linux__)
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);

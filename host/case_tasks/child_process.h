@@ -3,10 +3,13 @@
 #include <QProcess>
 #include <QStringList>
 
+#include <functional>
+
 /// Starts this program with other arguments, in a process group of its own, so that a Ctrl-C reaches only the parent,
 /// which passes it on. What it prints is appended to a file. Where the system can, it is asked to end when the parent
-/// dies.
-void start_own_program(QProcess& process, const QStringList& arguments, const QString& log);
+/// dies. `in_child` is called in the process before it begins.
+void start_own_program(
+    QProcess& process, const QStringList& arguments, const QString& log, const std::function<void()>& in_child = [] {});
 
 /// Asks a process to end.
 void ask_to_end(const QProcess& process);

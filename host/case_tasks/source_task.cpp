@@ -1,5 +1,6 @@
 #include "host/case_tasks/source_task.h"
 
+#include "host/case_tasks/core_places.h"
 #include "host/files/hashing.h"
 #include "host/result/result_database.h"
 #include "host/result/result_paths.h"
@@ -126,8 +127,9 @@ std::optional<task_outcome> source_task::take_lease()
     return std::nullopt;
 }
 
-std::optional<task_outcome> source_task::begin()
+std::optional<task_outcome> source_task::begin(std::optional<int> given_core)
 {
+    core = given_core;
     if (task_source.directory.isEmpty()) {
         refuse(QStringLiteral("%1 has no directory for index %2").arg(settings.paths.results()).arg(task_source.index));
     }
@@ -208,7 +210,7 @@ QStringList source_task::run_arguments() const
 
 std::optional<task_outcome> source_task::start_process()
 {
-    start_own_program(process, run_arguments(), current->log());
+    start_own_program(process, run_arguments(), current->log(), core_places::keeper(core));
     if (!process.waitForStarted(-1)) {
         fail(QStringLiteral("cannot start %1: %2").arg(process.program(), process.errorString()));
         return conclude();

@@ -40,8 +40,9 @@ public:
     ~source_task();
     Q_DISABLE_COPY_MOVE(source_task)
 
-    /// Takes the lease, checks the source and starts the extraction; an outcome when it is over already.
-    std::optional<task_outcome> begin();
+    /// Takes the lease, checks the source and starts the extraction, where given on one core alone; an outcome when it
+    /// is over already.
+    std::optional<task_outcome> begin(std::optional<int> core);
     /// Looks after the extraction; to be called several times a second. An outcome at the end. Signs of life come
     /// meanwhile and between.
     std::optional<task_outcome> advance();
@@ -51,6 +52,7 @@ public:
 
     /// False once the extraction has ended and its place is free for the next.
     bool is_extracting();
+    const QProcess& extraction() const { return process; }
 
     /// Returns how far the extraction says that it is; empty as long as it says nothing.
     QString progress() const { return current ? last_progress(current->log()) : QString(); }
@@ -75,6 +77,7 @@ private:
     std::unique_ptr<lease_beats> beats; ///< of `held`
     std::optional<attempt> current;
     attempt_record record;
+    std::optional<int> core;
     bool replaces_whole = false;
     QProcess process;
     QElapsedTimer since_start;
