@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace {
 
@@ -14,6 +15,8 @@ constexpr const char* header_line = "path,copy,user,size,modified_utc,source_sha
                                     "accessed_utc,changed_utc,born_utc,mode,owner,group,inode\r\n";
 constexpr std::size_t column_count = 16;
 constexpr qsizetype piece_bytes = 262'144;
+// No two paths are so long; a line that goes on is of no manifest, and would fill the memory.
+constexpr qsizetype longest_line = qsizetype(1) << 20;
 
 using manifest_fields = std::array<QByteArrayView, column_count>;
 
@@ -215,6 +218,9 @@ QByteArrayView manifest_reader::next_line()
             return line;
         }
         searched = filled - begin;
+        if (searched > longest_line) {
+            return QByteArrayView(piece).sliced(std::exchange(begin, filled), searched);
+        }
         piece.remove(0, begin);
         piece.resize(searched + piece_bytes);
         begin = 0;

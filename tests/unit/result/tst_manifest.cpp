@@ -143,6 +143,7 @@ private slots:
         row("open quote", "why", "\"why");
         row("lower-case escape", "why", "%0a");
         row("no such day", "1969-12-31", "1969-02-30");
+        row("line without end", "why", QByteArray(2 << 20, 'x'));
         row("five digits of a year", "1969-12-31", "19690-12-31");
     }
 
