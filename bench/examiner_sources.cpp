@@ -12,6 +12,8 @@ namespace {
 
 constexpr qint64 piece_bytes = qint64(1) << 20;
 constexpr int files_per_folder = 200;
+// Of one store no more than 20,000 accounts are read.
+constexpr int account_users = 5;
 
 void must(bool done, const QString& what)
 {
@@ -112,6 +114,19 @@ void write_many_users(const QString& root, int users)
               QString(account + QStringLiteral("/0-1.emlx"))}) {
             must(QFile::copy(from + file, to + file), to + file);
         }
+    }
+    must(QDir(model).removeRecursively(), model);
+}
+
+void write_many_accounts(const QString& root, int accounts)
+{
+    const QString model = root + QStringLiteral("/model");
+    for (int user = 0; user < account_users; ++user) {
+        write_account_source(model, accounts / account_users, 1);
+        const QString home = QStringLiteral("%1/Users/user%2").arg(root).arg(user);
+        must(QDir().mkpath(root + QStringLiteral("/Users")) &&
+                 QDir().rename(model + QStringLiteral("/Users/ann"), home),
+             home);
     }
     must(QDir(model).removeRecursively(), model);
 }

@@ -17,3 +17,6 @@ void write_huge_message(const QString& root, qint64 bytes);
 
 /// So many users, each with an account store, an account folder and two messages.
 void write_many_users(const QString& root, int users);
+
+/// Writes a source of several users with so many accounts together, each with a folder and a message in it.
+void write_many_accounts(const QString& root, int accounts);

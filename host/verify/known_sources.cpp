@@ -24,10 +24,10 @@ sha256_digest name_of(const QByteArray& copy)
     return hasher.hash(copy);
 }
 
-std::array<quint32, 2> key_of(const sha256_digest& name)
+quint32 key_of(const sha256_digest& name)
 {
-    std::array<quint32, 2> key{};
-    std::memcpy(key.data(), name.data() + sizeof(record::name), sizeof key);
+    quint32 key = 0;
+    std::memcpy(&key, name.data() + sizeof(record::name), sizeof key);
     return key;
 }
 

@@ -98,7 +98,7 @@ private:
     static constexpr qint64 bytes_at_once = qint64(1) << 20;
     // So many may be under way: enough that one huge file does not leave the other cores idle for long, and what bounds
     // the memory.
-    static constexpr std::size_t most_under_way = 2048;
+    static constexpr std::size_t most_under_way = 1024;
     static constexpr auto report_interval = std::chrono::milliseconds(100);
 
     struct slot
