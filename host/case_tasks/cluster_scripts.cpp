@@ -70,8 +70,10 @@ QByteArray array_script(const cluster_work& work)
 
 QByteArray collect_script(const cluster_work& work)
 {
+    // Grid Engine takes a shell of its own choice where none is named.
     return script(
-        QStringLiteral("#SBATCH --job-name=mail-extract-collect\n#SBATCH --open-mode=append\n"),
+        QStringLiteral("#SBATCH --job-name=mail-extract-collect\n#SBATCH --open-mode=append\n"
+                       "#$ -S /bin/bash\n#$ -N mail-extract-collect\n#$ -j y\n"),
         QStringLiteral("exec %1 case collect %2 --partial --quiet").arg(own_program(), shell_word(work.paths.root())));
 }
 

@@ -73,6 +73,7 @@ private slots:
         const cluster_work work{paths, {5, 1012}, 3, true, {"/a b=/c'd"}};
         const QList<cluster_file> files = cluster_files(engine, work);
         for (const cluster_file& file : files) {
+            QVERIFY(engine != "sge" || !file.name.endsWith(".sh") || file.content.contains("\n#$ -S /bin/bash\n"));
             write_file(paths.cluster() + '/' + file.name,
                        QByteArray(file.content)
                            .replace(shell_word(QCoreApplication::applicationFilePath()).toUtf8(), printer.toUtf8()));
