@@ -1,9 +1,9 @@
 #include "host/case_collection/collected_csv.h"
 
+#include "host/case_collection/rows.h"
+#include "host/files/durable_file.h"
 #include "host/text/csv.h"
-#include "host/text/failure.h"
 
-#include <QFile>
 #include <QSqlQuery>
 #include <QSqlRecord>
 
@@ -24,10 +24,7 @@ QByteArray field_text(const QVariant& value)
 
 void write_table(const collected_database& database, const QString& table, const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
-    }
+    durable_file file(path);
     QString name = table;
     QSqlQuery rows = database.query(QStringLiteral("SELECT * FROM \"%1\" ORDER BY source_index, rowid")
                                         .arg(name.replace(QLatin1Char('"'), QStringLiteral("\"\""))));
@@ -37,16 +34,14 @@ void write_table(const collected_database& database, const QString& table, const
         fields.append(columns.fieldName(column).toUtf8());
     }
     file.write(csv_line(fields));
-    while (rows.next()) {
+    while (next_row(rows)) {
         fields.clear();
         for (int column = 0; column < columns.count(); ++column) {
             fields.append(field_text(rows.value(column)));
         }
         file.write(csv_line(fields));
     }
-    if (!file.flush() || file.error() != QFileDevice::NoError) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
-    }
+    file.commit();
 }
 
 /// A table's name as a file's: names from a database are from outside.
