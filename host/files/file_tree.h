@@ -21,8 +21,9 @@ struct tree_entry
 /// but `root` itself. A root that cannot be listed is reported as one entry with an empty relative path.
 void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit);
 
-/// Returns the files below a directory that are not hidden; nothing when it does not exist.
-file_amount visible_files_below(const QByteArray& directory);
+/// Returns the files below a directory that are not hidden; nothing when it does not exist. `problem` takes the first
+/// path that could not be looked at, and why.
+file_amount visible_files_below(const QByteArray& directory, QString& problem);
 
 /// True for a directory, and for a link that leads to one.
 bool is_directory(const QByteArray& path);

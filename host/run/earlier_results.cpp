@@ -43,11 +43,13 @@ qint64 bytes_of_earlier_copies(const result_paths& result, const extraction_sett
                            [&name](const source_user& user) { return QFile::encodeName(user.name) == name; });
     };
     qint64 bytes = 0;
+    // What cannot be counted counts as no room, which a run needs the more.
+    QString uncounted;
     for (const auto& [user, folders] : find_dated_folders(result)) {
         for (const dated_folder& folder : folders) {
             const bool is_continued = folder.date == QDate::currentDate() && is_user_of_run(user);
             if (settings.clear || is_continued) {
-                bytes += visible_files_below(child_path(result.native_root(), folder.path)).bytes;
+                bytes += visible_files_below(child_path(result.native_root(), folder.path), uncounted).bytes;
             }
         }
     }
@@ -82,6 +84,14 @@ void remove_stray_products(const result_paths& result)
     const QString unfinished = QLatin1Char('*') + QLatin1String(unfinished_ending) + QLatin1Char('*');
     for (const QString& name : folder.entryList({unfinished}, QDir::Files | QDir::Hidden | QDir::System)) {
         remove_all(folder.filePath(name));
+    }
+}
+
+void remove_empty_database(const result_paths& result)
+{
+    const entry_facts database = quiet_stat(QFile::encodeName(result.database()));
+    if (database.kind == entry_kind::file && database.size == 0) {
+        remove_all(result.database());
     }
 }
 
