@@ -4,6 +4,11 @@
 #include "host/case_collection/collected_report.h"
 #include "host/case_collection/result_check.h"
 #include "host/cases/lease_beats.h"
+#include "host/cases/shared_files.h"
+#include "host/files/durable_file.h"
+#include "host/files/file_copy.h"
+#include "host/files/file_tree.h"
+#include "host/result/source_guard.h"
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
 #include "host/terminal/interruption.h"
@@ -15,7 +20,9 @@
 #include <QSqlQuery>
 #include <QTemporaryDir>
 
+#include <filesystem>
 #include <map>
+#include <system_error>
 
 namespace {
 
@@ -67,30 +74,64 @@ QString scratch_pattern()
     return (of_job.isEmpty() ? QDir::tempPath() : of_job) + QStringLiteral("/mail-extract-collect-XXXXXX");
 }
 
-/// Copies what was made to the case and puts it into the place of an earlier collection.
+void remove_leftover(const QString& path)
+{
+    std::error_code error;
+    std::filesystem::remove_all(QFile::encodeName(path).toStdString(), error);
+    if (error) {
+        refuse(QStringLiteral("cannot remove %1: %2").arg(path, QString::fromLocal8Bit(error.message().c_str())));
+    }
+}
+
+/// Copies every file of a folder into a new one, and puts them on the disk.
+void copy_files(const QString& from, const QString& to)
+{
+    make_folder(to);
+    const directory_listing files = quiet_list(QFile::encodeName(from));
+    if (!files.error.isEmpty()) {
+        refuse(QStringLiteral("cannot read %1: %2").arg(from, files.error));
+    }
+    for (const named_entry& file : files.entries) {
+        const QByteArray target = child_path(QFile::encodeName(to), file.name);
+        const file_copy_outcome copied = copy_file(child_path(QFile::encodeName(from), file.name), target,
+                                                   link_handling::keep, [](qint64) { return false; });
+        if (!copied.digest) {
+            refuse(QStringLiteral("cannot write %1: %2").arg(QFile::decodeName(target), copied.problem));
+        }
+    }
+    flush_file_system(to);
+}
+
+/// Returns why not; empty when the folder has its new name.
+QString rename_folder(const QString& from, const QString& to)
+{
+    const claim_result renamed = rename_replacing(from, to);
+    return renamed.outcome == claim::made ? QString() : renamed.error;
+}
+
+/// Copies what was made to the case and puts it into the place of an earlier collection, which stays when that fails.
 void move_into_case(const QString& made, const case_paths& paths)
 {
     const QString fresh = paths.in_case("collected.new");
     const QString earlier = paths.in_case("collected.old");
-    for (const QString& leftover : {fresh, earlier}) {
-        if (QFile::exists(leftover) && !QDir(leftover).removeRecursively()) {
-            refuse(QStringLiteral("cannot remove %1").arg(leftover));
+    remove_leftover(fresh);
+    remove_leftover(earlier);
+    copy_files(made, fresh);
+    const bool had_one = quiet_stat(QFile::encodeName(paths.collected())).kind != entry_kind::absent;
+    QString error = had_one ? rename_folder(paths.collected(), earlier) : QString();
+    if (error.isEmpty()) {
+        error = rename_folder(fresh, paths.collected());
+        if (had_one && !error.isEmpty()) {
+            rename_folder(earlier, paths.collected());
         }
     }
-    if (!QDir().mkdir(fresh)) {
-        refuse(QStringLiteral("cannot create %1").arg(fresh));
-    }
-    for (const QString& name : QDir(made).entryList(QDir::Files)) {
-        QFile file(made + QLatin1Char('/') + name);
-        if (!file.copy(fresh + QLatin1Char('/') + name)) {
-            refuse(QStringLiteral("cannot write %1/%2: %3").arg(fresh, name, file.errorString()));
-        }
-    }
-    const bool had_one = QFile::exists(paths.collected());
-    if ((had_one && !QDir().rename(paths.collected(), earlier)) || !QDir().rename(fresh, paths.collected())) {
-        refuse(QStringLiteral("cannot put %1 into the place of %2").arg(fresh, paths.collected()));
+    if (!error.isEmpty()) {
+        refuse(QStringLiteral("cannot put %1 into the place of %2: %3").arg(fresh, paths.collected(), error));
     }
     QDir(earlier).removeRecursively();
+    if (const int unwritten = flush_directory(QFile::encodeName(paths.root())); unwritten != 0) {
+        refuse(QStringLiteral("cannot put %1 on the disk: %2").arg(paths.collected(), system_error_text(unwritten)));
+    }
 }
 
 /// Takes the rows of every result that fits what was written down of it; returns what kept others out.
@@ -174,9 +215,7 @@ int collect_command(const collect_options& options)
         refuse(QStringLiteral("cannot create a folder like %1: %2").arg(scratch_pattern(), scratch.errorString()));
     }
     const QString made = scratch.filePath(QStringLiteral("collected"));
-    if (!QDir().mkdir(made)) {
-        refuse(QStringLiteral("cannot create %1").arg(made));
-    }
+    make_folder(made);
     QHash<int, QString> problems;
     QHash<int, misplaced_rows> misplaced;
     const QStringList warnings = version_warnings(overview);

@@ -1,5 +1,6 @@
 #include "host/case_collection/collected_csv.h"
 
+#include "host/files/durable_file.h"
 #include "host/text/csv.h"
 #include "host/text/failure.h"
 
@@ -84,7 +85,8 @@ private:
     void require(bool condition) const
     {
         if (!condition) {
-            refuse(QString::fromUtf8(sqlite3_errmsg(database)));
+            refuse(QStringLiteral("%1: %2").arg(QString::fromUtf8(sqlite3_db_filename(database, "main")),
+                                                QString::fromUtf8(sqlite3_errmsg(database))));
         }
     }
 
@@ -105,26 +107,19 @@ std::unique_ptr<sqlite3, closer> open_for_reading(const QString& path)
 
 void write_table(sqlite3* database, QString table, const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
-    }
+    durable_file file(path);
     const stored_rows rows(database, QStringLiteral("SELECT * FROM \"%1\" ORDER BY source_index, rowid")
                                          .arg(table.replace(QLatin1Char('"'), QStringLiteral("\"\""))));
     QByteArray text = rows.titles();
-    const auto write_text = [&] {
-        if (file.write(text) != text.size()) {
-            refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
-        }
-        text.clear();
-    };
     while (rows.next()) {
         rows.append_to(text);
         if (text.size() >= bytes_of_piece) {
-            write_text();
+            file.write(text);
+            text.clear();
         }
     }
-    write_text();
+    file.write(text);
+    file.commit();
 }
 
 /// The names of tables as those of files, no two alike: names from a database are from outside.

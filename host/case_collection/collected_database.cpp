@@ -1,6 +1,8 @@
 #include "host/case_collection/collected_database.h"
 
 #include "host/case_collection/result_check.h"
+#include "host/case_collection/rows.h"
+#include "host/files/quiet_reading.h"
 #include "host/result/result_paths.h"
 #include "host/text/failure.h"
 
@@ -111,7 +113,7 @@ QSqlQuery collected_database::query(const QString& statement) const
     QSqlQuery query(database);
     query.setForwardOnly(true);
     if (!query.exec(statement)) {
-        refuse(query.lastError().databaseText());
+        refuse(QStringLiteral("%1: %2").arg(path(), query.lastError().databaseText()));
     }
     return query;
 }
@@ -120,7 +122,7 @@ QStringList collected_database::tables() const
 {
     QStringList names;
     QSqlQuery rows = query(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name"));
-    while (rows.next()) {
+    while (next_row(rows)) {
         names.append(rows.value(0).toString());
     }
     return names;
@@ -130,14 +132,15 @@ QString collected_database::add_result(const overview_entry& entry)
 {
     const result_paths result(entry.status.result);
     QList<database_part> parts{{QStringLiteral("part"), result.database(), {}}};
-    // What the program itself found out; absent where that could not be written.
-    if (const QString mail = result.path(product::mail_database); QFile::exists(mail)) {
-        parts.append({QStringLiteral("mail_part"), mail, QStringLiteral("mail_")});
-    }
     QString problem;
     const auto columns_before = columns_of;
     const auto to_fill_before = columns_to_fill;
     try {
+        // What the program itself found out; absent where that could not be written.
+        if (const QString mail = result.path(product::mail_database);
+            is_sealed(result, mail) || quiet_stat(QFile::encodeName(mail)).kind != entry_kind::absent) {
+            parts.append({QStringLiteral("mail_part"), mail, QStringLiteral("mail_")});
+        }
         for (const database_part& part : parts) {
             attach(result, part);
         }
@@ -170,8 +173,9 @@ QString collected_database::copy_of(const database_part& part) const
 void collected_database::attach(const result_paths& result, const database_part& part) const
 {
     for (const char* companion : {"-journal", "-wal"}) {
-        if (QFile::exists(part.path + QLatin1String(companion))) {
-            refuse(QStringLiteral("%1: left unfinished, %2 is beside it").arg(part.path, QLatin1String(companion)));
+        const QString beside = part.path + QLatin1String(companion);
+        if (quiet_stat(QFile::encodeName(beside)).kind != entry_kind::absent) {
+            refuse(QStringLiteral("%1: left unfinished, %2 is beside it").arg(part.path, beside));
         }
     }
     if (const QString problem = copy_sealed(result, part.path, copy_of(part)); !problem.isEmpty()) {
@@ -189,7 +193,7 @@ void collected_database::add_part(int source_index, const database_part& part)
                              "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'")
                   .arg(part.schema));
     QList<std::pair<QString, QString>> tables_of_part;
-    while (names.next()) {
+    while (next_row(names)) {
         tables_of_part.append({names.value(0).toString(), names.value(1).toString()});
     }
     names.finish();
@@ -207,7 +211,7 @@ void collected_database::require_accounts() const
 {
     QSqlQuery columns = query(QStringLiteral("SELECT count(*) FROM pragma_table_info('accounts', 'part') WHERE name IN "
                                              "('account', 'dest_path')"));
-    if (!columns.next() || columns.value(0).toInt() != 2) {
+    if (!next_row(columns) || columns.value(0).toInt() != 2) {
         refuse(QStringLiteral("its database has no table of accounts"));
     }
 }
@@ -218,7 +222,7 @@ void collected_database::note_misplaced(int source_index, const result_paths& re
 {
     QStringList columns;
     QSqlQuery known = query(QStringLiteral("SELECT name FROM pragma_table_info('accounts', 'part')"));
-    while (known.next()) {
+    while (next_row(known)) {
         columns.append(known.value(0).toString());
     }
     known.finish();
@@ -240,7 +244,7 @@ void collected_database::note_misplaced(int source_index, const result_paths& re
                 insert.addBindValue(value);
             }
             if (!insert.exec()) {
-                refuse(insert.lastError().databaseText());
+                refuse(QStringLiteral("%1: %2").arg(path(), insert.lastError().databaseText()));
             }
         });
     if (!found.text().isEmpty()) {
@@ -269,7 +273,7 @@ QStringList collected_database::fit_columns(const QString& schema, const QString
     QStringList columns;
     QStringList declarations;
     QSqlQuery info = query(QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(table)));
-    while (info.next()) {
+    while (next_row(info)) {
         const QString name = info.value(1).toString();
         if (name.toLower() == index_column) {
             refuse(QStringLiteral("its table \"%1\" has a column %2 already").arg(table, index_column));

@@ -1,15 +1,15 @@
 #include "host/case_collection/collected_report.h"
 
+#include "host/case_collection/rows.h"
+#include "host/files/durable_file.h"
 #include "host/html/document_head.h"
 #include "host/html/parts.h"
 #include "host/html/style.h"
 #include "host/report/account_table.h"
 #include "host/result/result_paths.h"
 #include "host/text/display_text.h"
-#include "host/text/failure.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QSqlQuery>
 
 namespace {
@@ -53,7 +53,7 @@ void write_totals(report_html& html, const collected_case& collected, const coll
                            overview.count(source_state::withdrawn);
     write_tile(html, "Missing or failed", display_number(missing), missing > 0 ? "bad" : "good");
     QSqlQuery accounts = database.query(QStringLiteral("SELECT count(*) FROM accounts"));
-    write_tile(html, "Accounts", display_number(accounts.next() ? accounts.value(0).toLongLong() : 0));
+    write_tile(html, "Accounts", display_number(next_row(accounts) ? accounts.value(0).toLongLong() : 0));
     write_tile(html, "Files", display_number(overview.files));
     write_tile(html, "Size", display_bytes(overview.bytes));
 }
@@ -155,7 +155,7 @@ void write_across(report_html& html, const collected_database& database)
     QSqlQuery rows = database.query(
         QStringLiteral("SELECT kind, value, count(*), group_concat(source_index, ', ') FROM (SELECT * FROM "
                        "accounts_across_sources ORDER BY source_index) GROUP BY kind, value ORDER BY 3 DESC, 1, 2"));
-    if (!rows.next()) {
+    if (!next_row(rows)) {
         html.element("p", QStringLiteral("No address and no identifier is on more than one source."));
         return;
     }
@@ -166,7 +166,7 @@ void write_across(report_html& html, const collected_database& database)
         const auto table = html.open("table", {{"data-tool", QStringLiteral("yes")}});
         write_table_head(html, {{"Address or identifier"}, {"Kind"}, {"Sources", true}, {"Their indexes"}});
         const auto body = html.open("tbody");
-        for (bool is_row = true; is_row && !is_more; is_row = rows.next()) {
+        for (bool is_row = true; is_row && !is_more; is_row = next_row(rows)) {
             is_more = shown++ == most_values_across;
             if (!is_more) {
                 const auto row = html.open("tr");
@@ -188,10 +188,7 @@ void write_across(report_html& html, const collected_database& database)
 void write_collected_report(const collected_case& collected, const collected_database& database,
                             const QString& directory)
 {
-    QFile file(directory + QLatin1Char('/') + case_paths::collected_report_name());
-    if (!file.open(QIODevice::WriteOnly)) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
-    }
+    durable_file file(directory + QLatin1Char('/') + case_paths::collected_report_name());
     {
         report_html html(&file);
         html.doctype();
@@ -209,7 +206,5 @@ void write_collected_report(const collected_case& collected, const collected_dat
         write_across(html, database);
         html.verbatim("script", report_script);
     }
-    if (!file.flush() || file.error() != QFileDevice::NoError) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
-    }
+    file.commit();
 }

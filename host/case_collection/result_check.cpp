@@ -10,6 +10,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -29,9 +30,8 @@ QString reason_against_file(const QString& path, const QString& sha256, const ch
                   : QStringLiteral("%1: %2").arg(path, error);
 }
 
-} // namespace
-
-QString sha256_in_seal(const result_paths& result, const QString& path)
+/// Returns what the seal lists for a file; throws a failure when there is no seal to read.
+std::optional<sha256_digest> digest_in_seal(const result_paths& result, const QString& path)
 {
     const auto seal = read_seal(result);
     if (!seal) {
@@ -40,10 +40,23 @@ QString sha256_in_seal(const result_paths& result, const QString& path)
     const QByteArray relative = QFile::encodeName(QDir(result.root()).relativeFilePath(path));
     const auto found = std::find_if(seal->files.begin(), seal->files.end(),
                                     [&relative](const sum& listed) { return listed.path == relative; });
-    if (found == seal->files.end()) {
+    return found == seal->files.end() ? std::nullopt : std::optional(found->digest);
+}
+
+} // namespace
+
+bool is_sealed(const result_paths& result, const QString& path)
+{
+    return digest_in_seal(result, path).has_value();
+}
+
+QString sha256_in_seal(const result_paths& result, const QString& path)
+{
+    const auto digest = digest_in_seal(result, path);
+    if (!digest) {
         refuse(QStringLiteral("%1: its seal does not list it").arg(path));
     }
-    return QString::fromLatin1(digest_to_hex(found->digest));
+    return QString::fromLatin1(digest_to_hex(*digest));
 }
 
 QString reason_against_result(const source_status& status)

@@ -13,5 +13,8 @@ QString reason_against_result(const source_status& status);
 /// path; empty when nothing was.
 QString copy_sealed(const result_paths& result, const QString& path, const QString& target);
 
+/// True for a file that a result's seal lists; throws a failure when there is no seal to read.
+bool is_sealed(const result_paths& result, const QString& path);
+
 /// Returns the SHA-256 that a result's seal lists for a file; throws a failure when it lists none.
 QString sha256_in_seal(const result_paths& result, const QString& path);

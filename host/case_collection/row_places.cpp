@@ -1,5 +1,6 @@
 #include "host/case_collection/row_places.h"
 
+#include "host/case_collection/rows.h"
 #include "host/result/row_folders.h"
 #include "host/text/display_text.h"
 
@@ -10,7 +11,7 @@ misplaced_rows find_misplaced_rows(const result_paths& result, QSqlQuery rows,
 {
     const row_folders folders(result);
     misplaced_rows found;
-    while (rows.next()) {
+    while (next_row(rows)) {
         misplaced_row row{rows.value(0), rows.value(1).toString(), rows.value(2).toString(), {}, false};
         row.place = folders.place_of(row.named, row.user).value_or(QString());
         // For an account without a file no folder was made.

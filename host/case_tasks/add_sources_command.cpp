@@ -4,6 +4,7 @@
 #include "host/cases/case_settings.h"
 #include "host/cases/lease_beats.h"
 #include "host/cases/path_mapping.h"
+#include "host/files/file_tree.h"
 #include "host/files/quiet_reading.h"
 #include "host/result/source_guard.h"
 #include "host/terminal/command_failure.h"
@@ -44,13 +45,17 @@ public:
     {
         registered_source registration{row.evidence_number, row.source, {}, {}, std::nullopt};
         const QString path = path_on_this_machine(paths.root(), row.source, mappings);
-        if (lies_inside(paths.root(), path)) {
+        if (is_directory(QFile::encodeName(path)) && lies_inside(paths.root(), path)) {
             return refuse_source(path, QStringLiteral("the case lies inside it, and a source is only read"));
         }
         source_fingerprint identity = take_fingerprint(path);
         const QString unreadable = identity.error;
+        QStringList lacking = identity.unreadable;
         if (unreadable.isEmpty()) {
             registration.path = QFile::decodeName(resolved_path(QFile::encodeName(path)));
+            if (registration.path.isEmpty()) {
+                lacking.append(QStringLiteral("%1: the way there cannot be resolved: %2").arg(path, qt_error_string()));
+            }
             registration.time_utc = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
             if (const int other = index_of_same(registration.path, identity); other > 0) {
                 return refuse_source(path,
@@ -59,8 +64,11 @@ public:
             registration.identity = std::move(identity);
         }
         write_source(row, registration, stands_already);
+        is_whole = is_whole && unreadable.isEmpty() && lacking.isEmpty();
+        for (const QString& what : lacking) {
+            complain(QStringLiteral("%1; by this the source will not be told from others").arg(what));
+        }
         if (!unreadable.isEmpty()) {
-            is_whole = false;
             complain(QStringLiteral("%1: cannot be looked at now; what it is will be noted when it is first read")
                          .arg(unreadable));
         }

@@ -107,14 +107,29 @@ QList<case_source> due_sources(const case_overview& overview, retry_kind retry)
     return due + held;
 }
 
+/// Says what could not be run, of which not everything is written down in the case: it may be what could not be
+/// written.
+void complain_about_failed(const QList<case_source>& sources, const QList<task_outcome>& outcomes)
+{
+    for (qsizetype at = 0; at < sources.size(); ++at) {
+        if (outcomes[at].record.state == source_state::failed) {
+            complain(label_of(sources[at]) + QStringLiteral(": ") + outcome_text(outcomes[at]));
+        }
+    }
+}
+
 int run_all(const task_settings& settings, int jobs, bool quiet)
 {
     case_overview overview = look_at_case(settings.paths);
     complain_about_not_added(settings.paths, overview.not_added);
     const QList<case_source> due = due_sources(overview, settings.retry);
+    QList<task_outcome> outcomes;
     {
         case_progress shown(due.size(), progress_style_for(quiet));
-        run_tasks(due, settings, jobs, shown);
+        outcomes = run_tasks(due, settings, jobs, shown);
+    }
+    if (quiet) {
+        complain_about_failed(due, outcomes);
     }
     overview = look_at_case(settings.paths);
     print_line(QStringLiteral("%1: %2").arg(settings.paths.root(), counts_text(overview)));

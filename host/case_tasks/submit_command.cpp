@@ -4,6 +4,7 @@
 #include "host/cases/case_overview.h"
 #include "host/cases/case_settings.h"
 #include "host/cases/path_mapping.h"
+#include "host/cases/shared_files.h"
 #include "host/result/source_guard.h"
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
@@ -11,7 +12,6 @@
 #include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QSaveFile>
 
 namespace {
 
@@ -39,12 +39,13 @@ void write_files(const QString& directory, const QList<cluster_file>& files)
         refuse(QStringLiteral("cannot create %1: %2").arg(directory, reason_for_no_directory(directory)));
     }
     for (const cluster_file& written : files) {
-        QSaveFile file(directory + QLatin1Char('/') + written.name);
+        const QString path = directory + QLatin1Char('/') + written.name;
+        write_lasting_file(path, written.content);
         const auto readable = QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther | QFile::WriteOwner;
         const auto runnable = QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther;
-        if (!file.open(QIODevice::WriteOnly) || file.write(written.content) != written.content.size() ||
-            !file.setPermissions(written.is_script ? readable | runnable : readable) || !file.commit()) {
-            refuse(QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
+        QFile file(path);
+        if (!file.setPermissions(written.is_script ? readable | runnable : readable)) {
+            refuse(QStringLiteral("cannot make %1 executable: %2").arg(path, file.errorString()));
         }
     }
 }

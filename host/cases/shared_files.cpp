@@ -1,12 +1,12 @@
 #include "host/cases/shared_files.h"
 
+#include "host/files/durable_file.h"
 #include "host/files/quiet_reading.h"
 #include "host/text/failure.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <QUuid>
 
 #include <algorithm>
@@ -136,18 +136,74 @@ stamped_file read_open_file(const QString& path, int descriptor)
     return file;
 }
 
-bool write_whole(int descriptor, const QByteArray& content)
+/// Returns the errno of writing everything, 0 for none.
+int write_whole(int descriptor, const QByteArray& content)
 {
     qsizetype written = 0;
     while (written < content.size()) {
         const ssize_t count =
             ::write(descriptor, content.constData() + written, static_cast<size_t>(content.size() - written));
         if (count < 0 && errno != EINTR) {
-            return false;
+            return errno;
         }
         written += count > 0 ? count : 0;
     }
-    return true;
+    return 0;
+}
+
+enum class lasting
+{
+    until_the_machine_goes_down, ///< nothing is synced: what a lease or a look at the clock needs is void by then
+    on_the_disk
+};
+
+QString write_file_of_own(const QString& directory, const QByteArray& content, lasting how, QString& error)
+{
+    const QString path = directory + QStringLiteral("/.new-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
+    const QByteArray name = QFile::encodeName(path);
+    const int descriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    int failed_with = descriptor < 0 ? errno : write_whole(descriptor, content);
+    if (failed_with == 0 && how == lasting::on_the_disk) {
+        failed_with = flush_to_disk(descriptor);
+    }
+    // Closing is what hands the content to a file server, and what tells that it has no room.
+    if (descriptor >= 0 && ::close(descriptor) != 0 && failed_with == 0) {
+        failed_with = errno;
+    }
+    if (failed_with == 0) {
+        return path;
+    }
+    error = line_for(directory, QStringLiteral("no file can be written here: ") + system_error_text(failed_with));
+    if (descriptor >= 0) {
+        ::unlink(name.constData());
+    }
+    return {};
+}
+
+/// Writes a file under its name in one step, with the permissions of the one that it replaces.
+void put_file(const QString& path, const QByteArray& content, lasting how)
+{
+    const auto require = [&path](bool is_done, const QString& reason) {
+        if (!is_done) {
+            refuse(QStringLiteral("cannot write %1: %2").arg(path, reason));
+        }
+    };
+    QString error;
+    const QString directory = QFileInfo(path).path();
+    const QString file = write_file_of_own(directory, content, how, error);
+    require(!file.isEmpty(), error);
+    if (const entry_facts earlier = quiet_stat(QFile::encodeName(path)); earlier.kind == entry_kind::file) {
+        ::chmod(QFile::encodeName(file).constData(), earlier.mode);
+    }
+    const claim_result renamed = rename_replacing(file, path);
+    if (renamed.outcome != claim::made) {
+        QFile::remove(file);
+    }
+    require(renamed.outcome == claim::made, renamed.error);
+    if (how == lasting::on_the_disk) {
+        const int unwritten = flush_directory(QFile::encodeName(directory));
+        require(unwritten == 0, system_error_text(unwritten));
+    }
 }
 
 } // namespace
@@ -248,25 +304,7 @@ bool stamp_again(const QString& path, const QByteArray& content, QString& error)
 
 QString write_private_file(const QString& directory, const QByteArray& content, QString& error)
 {
-    const QString path = directory + QStringLiteral("/.new-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
-    const QByteArray name = QFile::encodeName(path);
-    const int descriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    // Closing is what hands the content to a file server, and what tells that it has no room. Nothing is synced: what a
-    // lease or a look at the clock needs does not outlive the machine.
-    bool is_written = descriptor >= 0 && write_whole(descriptor, content);
-    int failed_with = errno;
-    if (descriptor >= 0 && ::close(descriptor) != 0 && is_written) {
-        failed_with = errno;
-        is_written = false;
-    }
-    if (is_written) {
-        return path;
-    }
-    error = line_for(directory, QStringLiteral("no file can be written here: ") + system_error_text(failed_with));
-    if (descriptor >= 0) {
-        ::unlink(name.constData());
-    }
-    return {};
+    return write_file_of_own(directory, content, lasting::until_the_machine_goes_down, error);
 }
 
 std::optional<qint64> time_of_file_server(const QString& directory, QString& error)
@@ -281,27 +319,19 @@ std::optional<qint64> time_of_file_server(const QString& directory, QString& err
     return error.isEmpty() && written.exists ? std::optional(written.written_ns) : std::nullopt;
 }
 
+void write_lasting_file(const QString& path, const QByteArray& content)
+{
+    put_file(path, content, lasting::on_the_disk);
+}
+
 void write_record(const QString& path, const QJsonObject& object)
 {
-    QSaveFile file(path);
-    const QByteArray text = QJsonDocument(object).toJson();
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
-    }
+    write_lasting_file(path, QJsonDocument(object).toJson());
 }
 
 void write_passing_record(const QString& path, const QJsonObject& object)
 {
-    QString error;
-    const QString file = write_private_file(QFileInfo(path).path(), QJsonDocument(object).toJson(), error);
-    if (file.isEmpty()) {
-        refuse(error);
-    }
-    const claim_result renamed = rename_replacing(file, path);
-    if (renamed.outcome != claim::made) {
-        QFile::remove(file);
-        refuse(QStringLiteral("cannot write %1: %2").arg(path, renamed.error));
-    }
+    put_file(path, QJsonDocument(object).toJson(), lasting::until_the_machine_goes_down);
 }
 
 read_record_result read_record(const QString& path)

@@ -76,7 +76,10 @@ QString write_private_file(const QString& directory, const QByteArray& content, 
 /// Makes a symbolic link; the name must not exist.
 claim_result make_link(const QString& target, const QString& name);
 
-/// Writes a JSON object in one step, so that it is on the disk; throws a failure that names the path and the reason.
+/// Writes a file in one step, so that it is on the disk and keeps the permissions that it had; throws a failure that
+/// names the path and the reason.
+void write_lasting_file(const QString& path, const QByteArray& content);
+/// Writes a JSON object so.
 void write_record(const QString& path, const QJsonObject& object);
 /// The same without waiting for the disk: after the machine went down, the file may be empty, or the one from before.
 void write_passing_record(const QString& path, const QJsonObject& object);

@@ -33,22 +33,19 @@ public:
             identity.error = QStringLiteral("%1: %2").arg(display_text(root), listing.error);
             return identity;
         }
-        add("system version", system_version(QFile::decodeName(root)), false);
-        const entry_facts setup = quiet_stat(child_path(root, "private/var/db/.AppleSetupDone"));
-        if (setup.kind == entry_kind::file) {
-            add("time of first set-up",
-                QStringLiteral("%1.%2")
-                    .arg(setup.modified.seconds)
-                    .arg(setup.modified.nanoseconds, 9, 10, QLatin1Char('0')),
-                true);
-        }
-        QStringList names;
         const user_names users = find_users(root);
+        if (users.blocked) {
+            // Whose stores and folders there are would be known in part, and the rest would seem to be new later.
+            identity.error = QStringLiteral("%1: %2").arg(display_text(root), users.blocked->text());
+            return identity;
+        }
+        add_system();
+        QStringList names;
         for (const QByteArray& user : users.names) {
             names.append(display_text(user));
             add_user(user);
         }
-        add("users", users.blocked ? QString() : names.join(QLatin1Char('/')), false);
+        add("users", names.join(QLatin1Char('/')), false);
         std::sort(identity.facts.begin(), identity.facts.end(),
                   [](const fingerprint_fact& one, const fingerprint_fact& other) { return one.name < other.name; });
         return identity;
@@ -60,12 +57,41 @@ private:
         identity.facts.append({name, value, is_distinguishing && !value.isEmpty()});
     }
 
+    /// The fact then has no value.
+    void note_unreadable(const QByteArray& path, const QString& reason)
+    {
+        identity.unreadable.append(QStringLiteral("%1: %2").arg(display_text(child_path(root, path)), reason));
+    }
+
+    void add_system()
+    {
+        const QString version = system_version(QFile::decodeName(root));
+        add("system version", version, false);
+        if (const entry_facts told = quiet_stat(child_path(root, system_version_path));
+            version.isEmpty() && told.kind != entry_kind::absent) {
+            note_unreadable(system_version_path, QStringLiteral("the system version cannot be read"));
+        }
+        const QByteArray path = "private/var/db/.AppleSetupDone";
+        const entry_facts setup = quiet_stat(child_path(root, path));
+        if (setup.kind == entry_kind::unknown) {
+            add("time of first set-up", {}, true);
+            note_unreadable(path, setup.error);
+        } else if (setup.kind == entry_kind::file) {
+            add("time of first set-up",
+                QStringLiteral("%1.%2")
+                    .arg(setup.modified.seconds)
+                    .arg(setup.modified.nanoseconds, 9, 10, QLatin1Char('0')),
+                true);
+        }
+    }
+
     void add_user(const QByteArray& user)
     {
-        const QByteArray accounts = "Users/" + user + "/Library/Accounts/";
+        const QByteArray accounts = account_folder_of(user) + '/';
         for (const char* name : store_names) {
             const QByteArray store = accounts + name;
-            if (quiet_stat(child_path(root, store)).kind == entry_kind::file) {
+            const entry_kind kind = quiet_stat(child_path(root, store)).kind;
+            if (kind == entry_kind::file || kind == entry_kind::unknown) {
                 add(display_text(store), store_value(store), true);
             }
         }
@@ -75,15 +101,16 @@ private:
     QString store_value(const QByteArray& store)
     {
         const quiet_file file = quiet_open(child_path(root, store));
-        if (!file.error.isEmpty()) {
+        const auto length = qsizetype(std::min(file.facts.size, most_bytes_of_store));
+        quiet_data head = quiet_read_head(file, length);
+        if (head.error.isEmpty() && head.data.size() != length) {
+            head.error = QStringLiteral("ended at byte %1 of %2").arg(head.data.size()).arg(file.facts.size);
+        }
+        if (!head.error.isEmpty()) {
+            note_unreadable(store, head.error);
             return {};
         }
-        QFile content;
-        if (!content.open(file.descriptor.get(), QIODevice::ReadOnly)) {
-            return {};
-        }
-        const QByteArray head = content.read(most_bytes_of_store);
-        return QStringLiteral("%1 bytes, SHA-256 of the beginning %2").arg(file.facts.size).arg(hash_of(head));
+        return QStringLiteral("%1 bytes, SHA-256 of the beginning %2").arg(file.facts.size).arg(hash_of(head.data));
     }
 
     void add_mail_folders(const QByteArray& user)
@@ -111,10 +138,13 @@ private:
 
     QString hash_of(const QByteArray& bytes) { return QString::fromLatin1(digest_to_hex(hasher.hash(bytes))); }
 
-    std::vector<named_entry> list(const QByteArray& path, bool& is_whole) const
+    std::vector<named_entry> list(const QByteArray& path, bool& is_whole)
     {
         directory_listing listing = quiet_list(child_path(root, path));
-        is_whole = is_whole && listing.error.isEmpty();
+        if (!listing.error.isEmpty()) {
+            is_whole = false;
+            note_unreadable(path, listing.error);
+        }
         return std::move(listing.entries);
     }
 

@@ -6,7 +6,6 @@
 
 #include <QFile>
 #include <QHash>
-#include <QSaveFile>
 
 #include <algorithm>
 
@@ -133,11 +132,9 @@ source_list read_sources(const QString& path)
 
 void write_sources(const QString& path, const source_list& sources)
 {
-    QSaveFile file(path);
-    const QByteArray text = csv_text(sources.table);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        refuse(QStringLiteral("cannot write the list of sources %1: %2").arg(path, file.errorString()));
-    }
+    // A list that lies elsewhere, with a link here, stays there.
+    const QByteArray place = resolved_path(QFile::encodeName(path));
+    write_lasting_file(place.isEmpty() ? path : QFile::decodeName(place), csv_text(sources.table));
 }
 
 void append_source(source_list& sources, const source_row& row)

@@ -92,11 +92,16 @@ QStringList remove_left_directories(const QString& place)
         }
         const QByteArray path = child_path(native, entry.name);
         file_descriptor lock;
-        if (lock_directory(path, lock) != lock_outcome::taken || quiet_facts(lock).owner != ::geteuid() ||
-            !is_at(path, lock)) {
+        const lock_outcome outcome = lock_directory(path, lock);
+        QString reason = lock.is_open() ? QString() : system_error_text(errno);
+        const entry_facts facts = lock.is_open() ? quiet_facts(lock) : quiet_stat(path);
+        if (facts.kind != entry_kind::directory || facts.owner != ::geteuid()) {
             continue;
         }
-        if (const QString reason = remove_directory(path); !reason.isEmpty()) {
+        if (outcome == lock_outcome::taken && is_at(path, lock)) {
+            reason = remove_directory(path);
+        }
+        if (!reason.isEmpty()) {
             problems.append(QStringLiteral("%1, which an ended process left, cannot be removed: %2")
                                 .arg(display_text(path), reason));
         }

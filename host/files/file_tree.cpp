@@ -80,10 +80,14 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
     }
 }
 
-file_amount visible_files_below(const QByteArray& directory)
+file_amount visible_files_below(const QByteArray& directory, QString& problem)
 {
     file_amount found;
-    walk_tree(directory, [&found](const tree_entry& entry) {
+    walk_tree(directory, [&](const tree_entry& entry) {
+        const QString& reason = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
+        if (problem.isEmpty() && !reason.isEmpty() && entry.facts.kind != entry_kind::absent) {
+            problem = QStringLiteral("cannot count what is in %1: %2").arg(QFile::decodeName(entry.path), reason);
+        }
         if (entry.facts.kind == entry_kind::file && !entry.hidden) {
             found += {1, entry.facts.size};
         }

@@ -29,8 +29,9 @@ directory_listing list_kinds(const QByteArray& path);
 void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit,
                const directory_lister& list = quiet_list);
 
-/// Returns the files below a directory that are not hidden; nothing when it does not exist.
-file_amount visible_files_below(const QByteArray& directory);
+/// Returns the files below a directory that are not hidden; nothing when it does not exist. `problem` takes the first
+/// path that could not be looked at, and why.
+file_amount visible_files_below(const QByteArray& directory, QString& problem);
 
 /// True for a directory, and for a link that leads to one.
 bool is_directory(const QByteArray& path);

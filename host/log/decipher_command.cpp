@@ -37,6 +37,9 @@ int decipher_command(const decipher_options& options)
     if (file.error() != QFileDevice::NoError) {
         complain(QStringLiteral("cannot read %1 to its end: %2").arg(options.file, file.errorString()));
         ++problems;
+    } else if (!file.isSequential() && file.pos() < file.size()) {
+        complain(QStringLiteral("%1: it ended at byte %2 of %3").arg(options.file).arg(file.pos()).arg(file.size()));
+        ++problems;
     }
     return problems > 0 ? exit_code::with_failures : exit_code::whole;
 }

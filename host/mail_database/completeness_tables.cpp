@@ -129,18 +129,7 @@ const char* index_state_word(index_state state)
 
 completeness_table_writer::csv_list::csv_list(const QString& path, const QByteArrayList& titles) : file(path)
 {
-    if (!file.open(QIODevice::WriteOnly)) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(display_text(path), file.errorString()));
-    }
-    write(titles);
-}
-
-void completeness_table_writer::csv_list::write(const QByteArrayList& fields)
-{
-    const QByteArray line = csv_line(fields);
-    if (file.write(line) != line.size()) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(display_text(file.fileName()), file.errorString()));
-    }
+    file.write(csv_line(titles));
 }
 
 void completeness_table_writer::csv_list::add(const QVariantList& values)
@@ -150,14 +139,13 @@ void completeness_table_writer::csv_list::add(const QVariantList& values)
         // Subjects come from strangers: none may be run by a spreadsheet, nor break the line.
         fields.append(spreadsheet_text(display_text(value.toString()).toUtf8()));
     }
-    write(fields);
+    file.write(csv_line(fields));
 }
 
 void completeness_table_writer::csv_list::put_in_place()
 {
-    if (!file.commit()) {
-        refuse(QStringLiteral("cannot write %1: %2").arg(display_text(file.fileName()), file.errorString()));
-    }
+    // Tells of every write that failed.
+    file.commit();
 }
 
 completeness_table_writer::completeness_table_writer(mail_database_writer& target, const completeness_lists& lists,

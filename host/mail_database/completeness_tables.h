@@ -1,9 +1,8 @@
 #pragma once
 
 #include "host/completeness/completeness.h"
+#include "host/files/durable_file.h"
 #include "host/mail_database/database_writer.h"
-
-#include <QSaveFile>
 
 #include <memory>
 
@@ -42,8 +41,7 @@ private:
         void put_in_place();
 
     private:
-        void write(const QByteArrayList& fields);
-        QSaveFile file;
+        durable_file file;
     };
 
     /// One statement for each table.

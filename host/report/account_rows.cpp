@@ -158,7 +158,7 @@ report_manifest apply_manifest(const result_paths& result, QList<report_user>& u
     return sums.whole;
 }
 
-void measure_account_folders(const result_paths& result, QList<report_user>& users)
+QStringList measure_account_folders(const result_paths& result, QList<report_user>& users)
 {
     std::vector<report_account*> accounts;
     for (report_user& user : users) {
@@ -168,8 +168,13 @@ void measure_account_folders(const result_paths& result, QList<report_user>& use
             }
         }
     }
+    std::vector<QString> problems(accounts.size());
     const auto measure = [&](std::size_t at) {
-        accounts[at]->amount = {visible_files_below(QFile::encodeName(result.below(accounts[at]->folder))), 0};
+        const QByteArray folder = QFile::encodeName(result.below(accounts[at]->folder));
+        accounts[at]->amount = {visible_files_below(folder, problems[at]), 0};
     };
     for_each_on_all_cores(accounts.size(), measure, 1);
+    QStringList found(problems.begin(), problems.end());
+    found.removeAll(QString());
+    return found;
 }

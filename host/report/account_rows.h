@@ -70,5 +70,6 @@ QList<report_user> load_report_users(const result_paths& result);
 /// the manifest says. Throws a failure when there is no sound manifest, and then changes nothing.
 report_manifest apply_manifest(const result_paths& result, QList<report_user>& users);
 
-/// Fills in the amounts of the accounts by looking at their folders in the result; links are not followed.
-void measure_account_folders(const result_paths& result, QList<report_user>& users);
+/// Fills in the amounts of the accounts by looking at their folders in the result; links are not followed. Returns what
+/// could not be looked at.
+QStringList measure_account_folders(const result_paths& result, QList<report_user>& users);

@@ -64,7 +64,11 @@ void add_manifest(report_data& data)
         (is_there ? data.unreadable : data.notes).append(unsound.message());
         return;
     }
-    const QDateTime written = QFileInfo(path).lastModified().toUTC();
+    const entry_facts facts = quiet_stat(QFile::encodeName(path));
+    if (!facts.error.isEmpty()) {
+        data.unreadable.append(QStringLiteral("%1: %2").arg(path, facts.error));
+    }
+    const QDateTime written = QDateTime::fromSecsSinceEpoch(facts.modified.seconds, Qt::UTC);
     data.manifest->written = written;
     if (data.run && (!data.run->verification || data.run->verification->totals != data.manifest->totals)) {
         data.notes.append(QStringLiteral("The figures of the verification are not those of the run itself: %1 was "
@@ -112,7 +116,7 @@ report_data load_report_data(const result_paths& result)
     add_users_of_run(data);
     add_manifest(data);
     if (!data.manifest) {
-        measure_account_folders(result, data.users);
+        data.unreadable += measure_account_folders(result, data.users);
         for (report_user& user : data.users) {
             sum_up_accounts(user);
         }

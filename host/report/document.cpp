@@ -1,6 +1,7 @@
 #include "host/report/document.h"
 
 #include "host/files/durable_file.h"
+#include "host/files/file_tree.h"
 #include "host/html/document_head.h"
 #include "host/html/html_writer.h"
 #include "host/html/style.h"
@@ -121,7 +122,8 @@ report_outcome write_report(const result_paths& result, const QString& output)
 {
     const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(output));
     report_data data = load_report_data(result);
-    if (data.run && !data.run->source.isEmpty() && lies_inside(path, data.run->source)) {
+    // Into a source that is not there, or whose medium fails, no way leads.
+    if (data.run && is_directory(QFile::encodeName(data.run->source)) && lies_inside(path, data.run->source)) {
         refuse(path + QStringLiteral(": the report would lie in the source, which is only read"));
     }
     if (!data.run && QFileInfo::exists(result.path(product::run_record)) && !lies_inside(path, result.root())) {
@@ -140,5 +142,5 @@ report_outcome write_report(const result_paths& result, const QString& output)
     report_html html(&file);
     write_document(html, data, dossier, certificate, QFileInfo(path).absolutePath());
     file.commit();
-    return {objections_to(data)};
+    return {objections_to(data), data.unreadable + data.proof.unreadable_records() + data.proof.seal_problems};
 }

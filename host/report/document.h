@@ -9,6 +9,7 @@
 struct report_outcome
 {
     QStringList objections; ///< what speaks against the result, one line each; empty for a page that is not red
+    QStringList unread;     ///< those of them that say what the report is made from and could not be read
 };
 
 /// Writes the report of a result directory as one HTML file, replacing an earlier one in one step. What the result

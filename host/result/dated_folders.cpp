@@ -24,7 +24,15 @@ std::map<QByteArray, std::vector<dated_folder>> find_dated_folders(const result_
     }
     for (const named_entry& entry : listing.entries) {
         const qsizetype user_length = entry.name.size() - folder_prefix.size() - 1 - shared_texts::date_format.size();
-        if (entry.facts.kind != entry_kind::directory || user_length < 1 || !entry.name.startsWith(folder_prefix)) {
+        if (user_length < 1 || !entry.name.startsWith(folder_prefix)) {
+            continue;
+        }
+        if (entry.facts.kind == entry_kind::unknown) {
+            refuse(QStringLiteral("cannot look at %1: %2")
+                       .arg(QFile::decodeName(child_path(QFile::encodeName(result.copies()), entry.name)),
+                            entry.facts.error));
+        }
+        if (entry.facts.kind != entry_kind::directory) {
             continue;
         }
         const QString date_text = QString::fromLatin1(entry.name.last(shared_texts::date_format.size()));

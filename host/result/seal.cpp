@@ -47,6 +47,12 @@ std::vector<QByteArray> sealed_paths(const result_paths& result)
     const QByteArray products = result.relative(result.products());
     walk_tree(QFile::encodeName(result.products()), [&](const tree_entry& entry) {
         const QByteArray path = child_path(products, entry.relative_path);
+        const QString& reason = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
+        if (!reason.isEmpty()) {
+            // What lies there would be left out, and the seal would seem to speak for everything.
+            refuse(QStringLiteral("cannot list what is sealed: %1: %2")
+                       .arg(result.below(QFile::decodeName(path)), reason));
+        }
         if (entry.facts.kind != entry_kind::directory && !is_left_out(result, path)) {
             paths.push_back(path);
         }

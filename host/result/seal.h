@@ -24,5 +24,6 @@ result_seal seal_result(const result_paths& result);
 /// Reads the seal of a result; nothing when there is none. Throws a failure when it cannot be read or is no such list.
 std::optional<result_seal> read_seal(const result_paths& result);
 
-/// Returns the paths, relative to the result, of what a seal over the result as it is now would list; sorted.
+/// Returns the paths, relative to the result, of what a seal over the result as it is now would list; sorted. Throws a
+/// failure when a folder cannot be listed.
 std::vector<QByteArray> sealed_paths(const result_paths& result);

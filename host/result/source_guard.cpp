@@ -23,6 +23,15 @@ fs::path native_path(const QString& path)
     return QFile::encodeName(path).toStdString();
 }
 
+/// What cannot be told might be a place in the source.
+void require_told(const fs::path& path, const std::error_code& error)
+{
+    if (error && error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory) {
+        refuse(QStringLiteral("cannot tell where %1 leads: %2")
+                   .arg(QFile::decodeName(path.c_str()), QString::fromLocal8Bit(error.message().c_str())));
+    }
+}
+
 /// Resolves links as far as the path exists, and a link at its end also when it leads to nothing: writing would create
 /// what it names.
 fs::path resolved(fs::path path)
@@ -33,6 +42,7 @@ fs::path resolved(fs::path path)
         path = path.parent_path() / fs::read_symlink(path, error);
     }
     const fs::path canonical = fs::weakly_canonical(path, error);
+    require_told(path, error);
     return error ? path : canonical;
 }
 
@@ -50,6 +60,7 @@ bool is_in_directory(const fs::path& inner, const fs::path& outer)
         if (fs::equivalent(place, outer, absent)) {
             return true;
         }
+        require_told(place, absent);
         if (place == place.parent_path()) {
             break;
         }

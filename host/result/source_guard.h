@@ -4,7 +4,8 @@
 
 #include <QString>
 
-/// True when a path, which need not exist, is a directory or lies below it, all links resolved.
+/// True when a path, which need not exist, is a directory or lies below it, all links resolved. Throws a failure when
+/// that cannot be told.
 bool lies_inside(const QString& path, const QString& directory);
 
 /// Refuses to work with a result of which anything that is written to lies inside the source; each may be a link of its

@@ -4,11 +4,11 @@
 #include "host/files/quiet_reading.h"
 #include "host/text/failure.h"
 
-#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
@@ -111,8 +111,16 @@ QString free_verification_place(const result_paths& result, const QDateTime& ver
     const QString base = result.verifications() + QLatin1Char('/') +
                          verified.toUTC().toString(QStringLiteral("yyyy-MM-dd'T'HH-mm-ss.zzz'Z'"));
     const auto is_taken = [](const QString& place) {
-        return quiet_stat(QFile::encodeName(place + QStringLiteral(".json"))).kind != entry_kind::absent ||
-               quiet_stat(QFile::encodeName(place + QStringLiteral(".csv"))).kind != entry_kind::absent;
+        bool found = false;
+        for (const char* ending : {".json", ".csv"}) {
+            const QString path = place + QLatin1String(ending);
+            const entry_facts facts = quiet_stat(QFile::encodeName(path));
+            if (facts.kind == entry_kind::unknown) {
+                refuse(QStringLiteral("cannot record the verification: %1: %2").arg(path, facts.error));
+            }
+            found = found || facts.kind != entry_kind::absent;
+        }
+        return found;
     };
     QString place = base;
     constexpr int most_tries = 1000;
@@ -133,9 +141,22 @@ void write_verification_record(const QString& place, const verification_record& 
 QList<verification_record> read_verification_records(const result_paths& result)
 {
     QList<verification_record> records;
-    const QDir folder(result.verifications());
-    for (const QString& name : folder.entryList({QStringLiteral("*.json")}, QDir::Files | QDir::System)) {
-        records.append(read_record(folder.filePath(name)));
+    const QString folder = result.verifications();
+    const kinds_listing listing = quiet_kinds(QFile::encodeName(folder));
+    if (!listing.error.isEmpty() && listing.error_number != ENOENT) {
+        verification_record unreadable;
+        unreadable.problem = QStringLiteral("cannot list %1: %2").arg(folder, listing.error);
+        records.append(unreadable);
+    }
+    QStringList names;
+    for (const named_kind& entry : listing.entries) {
+        if (entry.kind != entry_kind::directory && entry.name.endsWith(".json") && !entry.name.startsWith('.')) {
+            names.append(QFile::decodeName(entry.name));
+        }
+    }
+    names.sort();
+    for (const QString& name : names) {
+        records.append(read_record(folder + QLatin1Char('/') + name));
     }
     std::stable_sort(records.begin(), records.end(),
                      [](const verification_record& left, const verification_record& right) {

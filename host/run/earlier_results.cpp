@@ -44,11 +44,13 @@ qint64 bytes_of_earlier_copies(const result_paths& result, const extraction_sett
                            [&name](const source_user& user) { return QFile::encodeName(user.name) == name; });
     };
     qint64 bytes = 0;
+    // What cannot be counted counts as no room, which a run needs the more.
+    QString uncounted;
     for (const auto& [user, folders] : find_dated_folders(result)) {
         for (const dated_folder& folder : folders) {
             const bool is_continued = folder.date == QDate::currentDate() && is_user_of_run(user);
             if (settings.clear || is_continued) {
-                bytes += visible_files_below(child_path(result.native_root(), folder.path)).bytes;
+                bytes += visible_files_below(child_path(result.native_root(), folder.path), uncounted).bytes;
             }
         }
     }

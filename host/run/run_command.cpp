@@ -1,5 +1,6 @@
 #include "host/run/run_command.h"
 
+#include "host/evidence/private_directory.h"
 #include "host/extraction/plugin_library.h"
 #include "host/files/durable_file.h"
 #include "host/files/hashing.h"
@@ -80,6 +81,11 @@ run_record begin_record(const run_options& options, const run_plan& plan, const 
     record.log_path = plan.settings.log_path;
     record.log_enciphered = plan.settings.log_enciphered;
     record.error = plan.left_out;
+    for (const QString& blocked : plan.identity.blocked) {
+        if (!record.error.contains(blocked)) {
+            record.add_error(QStringLiteral("what tells the source from others is not all known: ") + blocked);
+        }
+    }
     return record;
 }
 
@@ -159,6 +165,8 @@ try {
                                              at_first, outcome.stores, plan.files_of_accounts},
                                             plan.result));
     }
+    // Copies of evidence that could not be removed a moment ago must not lie in a public place for ever.
+    add_errors(record, remove_left_directories(QDir::tempPath()));
 } catch (const failure& unread) {
     record.add_error(unread.message());
 }
@@ -200,7 +208,12 @@ QString seal_and_report(run_journal& journal, const result_paths& result)
         journal.publish([&] { flush_file_system(result.root()); });
         journal.publish([&] { root_hash = QString::fromLatin1(digest_to_hex(seal_result(result).root)); });
     }
-    journal.publish([&] { write_report(result, result.path(product::report)); });
+    journal.publish([&] {
+        const report_outcome report = write_report(result, result.path(product::report));
+        if (!report.unread.isEmpty()) {
+            refuse(QStringLiteral("the report lacks what could not be read: ") + report.unread.first());
+        }
+    });
     return root_hash;
 }
 

@@ -12,14 +12,14 @@ namespace {
 
 /// Returns the files in a user's dated folder; one from before the run is not its work.
 file_amount copied_files(const run_plan& plan, const std::vector<dated_folder>& folders, QDate begun,
-                         const copies_of_run& copies)
+                         const copies_of_run& copies, QString& problem)
 {
     if (folders.empty() || folders.front().date < begun) {
         return {};
     }
     const QByteArray& folder = folders.front().path;
     const file_amount told = copies.amount_in(folder);
-    return told.files > 0 ? told : visible_files_below(child_path(plan.result.native_root(), folder));
+    return told.files > 0 ? told : visible_files_below(child_path(plan.result.native_root(), folder), problem);
 }
 
 } // namespace
@@ -36,7 +36,12 @@ void take_stock(const run_plan& plan, QDate begun, qint64 signalled_rows, const 
     try {
         auto folders = find_dated_folders(plan.result);
         for (user_record& user : record.users) {
-            const file_amount copied = copied_files(plan, folders[QFile::encodeName(user.name)], begun, copies);
+            QString problem;
+            const file_amount copied =
+                copied_files(plan, folders[QFile::encodeName(user.name)], begun, copies, problem);
+            if (!problem.isEmpty()) {
+                record.add_error(problem);
+            }
             user.files_copied = copied.files;
             user.bytes = copied.bytes;
         }

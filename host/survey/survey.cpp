@@ -9,6 +9,7 @@
 #include "host/survey/mail_directory_survey.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <future>
 #include <initializer_list>
 #include <system_error>
@@ -34,13 +35,17 @@ void note_broken_way(source_survey& survey, std::initializer_list<QByteArray> wa
     }
 }
 
-void find_live_version(user_survey& user, const QByteArray& mail_directory)
+void find_live_version(source_survey& survey, user_survey& user, const QByteArray& mail_directory)
 {
     const QByteArray path = child_path(mail_directory, "PersistenceInfo.plist");
     const quiet_data read = quiet_read(path, largest_property_list);
     if (!read.error.isEmpty()) {
         const bool is_absent = quiet_stat(path).kind == entry_kind::absent;
         user.live_version_problem = is_absent ? QStringLiteral("there is none") : read.error;
+        // Whose permission is lacking, the file's or a directory's, the walk through the directory finds out.
+        if (!is_absent && read.error_number != 0 && read.error_number != EACCES) {
+            survey.note_unreadable(below_source(survey.source, path), read.error, read.error_number);
+        }
         return;
     }
     const property_list_value live = property_list_string(read.data, QStringLiteral("LastUsedVersionDirectoryName"));
@@ -104,7 +109,7 @@ user_survey survey_user(source_survey& survey, const QByteArray& name, const QBy
     }
     if (user.mail_directory == presence::present) {
         survey_mail_directory(survey, user, mail_directory, list);
-        find_live_version(user, mail_directory);
+        find_live_version(survey, user, mail_directory);
     } else if (user.not_followed.isEmpty()) {
         note_broken_way(survey, {mail_directory.left(mail_directory.lastIndexOf('/')), mail_directory});
     }

@@ -33,11 +33,20 @@ bool holds_a_run(const result_paths& result)
     return std::any_of(traces.begin(), traces.end(), [](const QString& path) { return QFileInfo::exists(path); });
 }
 
-std::optional<run_record> record_of_run(const result_paths& result)
+void add_problem(verification_record& record, const QString& problem)
+{
+    if (!problem.isEmpty()) {
+        record.problem += (record.problem.isEmpty() ? QString() : QStringLiteral("; ")) + problem;
+    }
+}
+
+/// Without the record nobody knows which source there was.
+std::optional<run_record> record_of_run(const result_paths& result, QString& problem)
 try {
     return read_run_record(result);
 } catch (const failure& unreadable) {
     complain(unreadable.message());
+    problem = unreadable.message();
     return std::nullopt;
 }
 
@@ -82,16 +91,19 @@ try {
     record.recorded_faults = files.recorded_faults;
     return !files.cancelled;
 } catch (const failure& unsound) {
-    record.problem += (record.problem.isEmpty() ? QString() : QStringLiteral("; ")) + unsound.message();
+    add_problem(record, unsound.message());
     complain(unsound.message());
     return true;
 }
 
-/// Has the report tell of the verification; false, and says so, when it cannot be written.
+/// Has the report tell of the verification; false, and says so, when it cannot be written, or from a part only.
 bool renew_report(const result_paths& result)
 try {
-    write_report(result, result.path(product::report));
-    return true;
+    const report_outcome report = write_report(result, result.path(product::report));
+    for (const QString& problem : report.unread) {
+        complain(QStringLiteral("not in the report: ") + problem);
+    }
+    return report.unread.isEmpty();
 } catch (const failure& unwritten) {
     complain(QStringLiteral("the report is as it was before: ") + unwritten.message());
     return false;
@@ -130,7 +142,8 @@ int verify_command(const verify_options& options)
         refuse(QStringLiteral("cannot verify %1: no run has left a record, a manifest or a seal there")
                    .arg(options.result));
     }
-    const std::optional<run_record> run = record_of_run(result);
+    QString unknown_run;
+    const std::optional<run_record> run = record_of_run(result, unknown_run);
     const recorded_source source = choose_source(result, run, options.source, options.other_source);
     refuse_planted_links(result);
     if (!source.path.isEmpty()) {
@@ -151,7 +164,8 @@ int verify_command(const verify_options& options)
     const finding_listener found = [&findings](const finding& one) { findings.add(one); };
     const bool is_seal_seen = look_at_seal(result, options, found, record);
     const recheck_request request = recheck_request_for(result, source, run);
-    record.problem = what_is_blocked(source, request);
+    add_problem(record, unknown_run);
+    add_problem(record, what_is_blocked(source, request));
     if (!is_seal_seen || !look_at_files(request, found, options.quiet, record)) {
         throw command_failure(exit_code::cancelled,
                               QStringLiteral("%1: cancelled; nothing is recorded").arg(options.result));
