@@ -87,11 +87,14 @@ void remove_stray_products(const result_paths& result)
     }
 }
 
-void remove_empty_database(const result_paths& result)
+void remove_unfinished_database(const result_paths& result)
 {
+    const QString journal = result.database() + QStringLiteral("-journal");
     const entry_facts database = quiet_stat(QFile::encodeName(result.database()));
-    if (database.kind == entry_kind::file && database.size == 0) {
+    const bool is_half_made = quiet_stat(QFile::encodeName(journal)).kind == entry_kind::file;
+    if (database.kind == entry_kind::file && (database.size == 0 || is_half_made)) {
         remove_all(result.database());
+        remove_all(journal);
     }
 }
 

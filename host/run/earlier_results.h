@@ -14,9 +14,9 @@ qint64 count_earlier_copies(const result_paths& result);
 /// Throws a failure when one cannot be removed.
 void remove_earlier_copies(const result_paths& result);
 
-/// Removes a result database without a page, as a full disk leaves one: it has no table that could be emptied. Throws a
-/// failure.
-void remove_empty_database(const result_paths& result);
+/// Removes a result database that a full disk left without a page, or a killed run with its journal: it need not have
+/// a table that could be emptied. Throws a failure.
+void remove_unfinished_database(const result_paths& result);
 
 /// Removes manifest, sums and report where no run has left a record of them, because they would pass for this run's.
 /// Throws a failure.

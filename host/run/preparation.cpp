@@ -159,7 +159,9 @@ void remove_earlier_results(const run_options& options, run_plan& plan)
         remove_earlier_products(plan.result);
     }
     empty_scratch(plan.result);
-    remove_empty_database(plan.result);
+    if (plan.earlier != earlier_run::none) {
+        remove_unfinished_database(plan.result);
+    }
     if (plan.earlier == earlier_run::continued) {
         keep_whole_copies(plan);
     } else if (plan.earlier == earlier_run::removed) {
