@@ -9,6 +9,8 @@
 //   FAULTS_FORM   an error number; or "short" (half of what was asked for), "end" (nothing more) for calls that move
 //                 data; or, the call then going on, "signal:N", which raises signal N, and "clock:N",
 //                 which puts the clock forward by N seconds
+//   FAULTS_NEXT_  followed by KIND, PATH, NUMBER or FORM: a second call to fail, in the same words, counted from the
+//   first failure on
 // A Mac would insert it (DYLD_INSERT_LIBRARIES) with path_of() by F_GETPATH and the calls in an interpose section; it
 // is built on Linux only.
 #include <atomic>
@@ -51,19 +53,46 @@ std::string variable(const char* name)
     return value == nullptr ? std::string() : std::string(value);
 }
 
+/// One call that is to fail, told by variables that begin with `prefix`.
+struct chosen_fault
+{
+    explicit chosen_fault(const std::string& prefix)
+        : kinds(' ' + variable((prefix + "KIND").c_str()) + ' ')
+        , pattern(variable((prefix + "PATH").c_str()))
+        , form(variable((prefix + "FORM").c_str()))
+        , number(variable((prefix + "NUMBER").c_str()))
+    {
+    }
+
+    /// Counts the call when it is one of the chosen ones, and returns whether it is to fail.
+    bool takes(const char* kind, const std::string& path)
+    {
+        if (kinds.find(' ' + std::string(kind) + ' ') == std::string::npos ||
+            ::fnmatch(pattern.c_str(), path.c_str(), 0) != 0) {
+            return false;
+        }
+        const long call = ++met;
+        return call == first || (stays && call > first);
+    }
+
+    std::string kinds;
+    std::string pattern;
+    std::string form;
+    std::string number;
+    long first = std::atol(number.c_str());
+    bool stays = !number.empty() && number.back() == '+';
+    std::atomic<long> met = 0;
+};
+
 struct settings
 {
     std::string root = variable("FAULTS_ROOT") + '/';
-    std::string kinds = ' ' + variable("FAULTS_KIND") + ' ';
-    std::string pattern = variable("FAULTS_PATH");
-    std::string form = variable("FAULTS_FORM");
-    std::string number = variable("FAULTS_NUMBER");
-    long first = std::atol(number.c_str());
-    bool stays = !number.empty() && number.back() == '+';
+    chosen_fault fault{"FAULTS_"};
+    chosen_fault next_fault{"FAULTS_NEXT_"};
+    std::atomic<bool> has_failed = false;
     // By the bare call, so that the library does not meet itself.
     int trace = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, variable("FAULTS_TRACE").c_str(),
                                            O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600));
-    std::atomic<long> met = 0;
     std::atomic<long> written = 0;
     std::atomic<long> clock_ahead = 0; // seconds
 };
@@ -123,38 +152,40 @@ std::string as_pattern(std::string_view path)
 /// Notes a call and decides what becomes of it; errno is set when it is to fail.
 verdict meet(const char* kind, const std::string& path)
 {
+    // A sanitizer's runtime makes calls before there is an environment to read the settings from.
+    if (environ == nullptr) {
+        return verdict::pass;
+    }
     settings& set = chosen();
     if (path.compare(0, set.root.size(), set.root) != 0) {
         return verdict::pass;
     }
     const int entry_errno = errno;
     const std::string below = path.substr(set.root.size());
-    bool chosen_call = set.kinds.find(' ' + std::string(kind) + ' ') != std::string::npos &&
-                       ::fnmatch(set.pattern.c_str(), below.c_str(), 0) == 0;
-    if (chosen_call) {
-        const long number = ++set.met;
-        chosen_call = number == set.first || (set.stays && number > set.first);
-    }
+    const bool is_next = set.has_failed && set.next_fault.takes(kind, below);
+    const bool is_chosen = set.fault.takes(kind, below) || is_next;
+    set.has_failed = set.has_failed || is_chosen;
     if (set.trace >= 0 && ++set.written < longest_trace) {
-        const std::string line = (chosen_call ? "FAILED\t" : "") + std::string(kind) + '\t' + as_pattern(below) + '\n';
+        const std::string line = (is_chosen ? "FAILED\t" : "") + std::string(kind) + '\t' + as_pattern(below) + '\n';
         ::syscall(SYS_write, set.trace, line.data(), line.size());
     }
     errno = entry_errno;
-    if (!chosen_call) {
+    if (!is_chosen) {
         return verdict::pass;
     }
-    if (set.form.compare(0, 7, "signal:") == 0) {
-        ::kill(::getpid(), std::atoi(set.form.c_str() + 7));
+    const std::string& form = is_next ? set.next_fault.form : set.fault.form;
+    if (form.compare(0, 7, "signal:") == 0) {
+        ::kill(::getpid(), std::atoi(form.c_str() + 7));
         return verdict::pass;
     }
-    if (set.form.compare(0, 6, "clock:") == 0) {
-        set.clock_ahead = std::atol(set.form.c_str() + 6);
+    if (form.compare(0, 6, "clock:") == 0) {
+        set.clock_ahead = std::atol(form.c_str() + 6);
         return verdict::pass;
     }
-    if (set.form == "short" || set.form == "end") {
-        return set.form == "end" ? verdict::end : verdict::shorten;
+    if (form == "short" || form == "end") {
+        return form == "end" ? verdict::end : verdict::shorten;
     }
-    errno = std::atoi(set.form.c_str());
+    errno = std::atoi(form.c_str());
     return verdict::fail;
 }
 

@@ -88,7 +88,8 @@ QByteArray lasting_content(const QString& name, const QByteArray& content)
     if (name == "report.html") {
         return content.trimmed().endsWith("</html>") ? "whole" : "cut off";
     }
-    return name == "manifest.csv" || name == "SHA256SUMS" ? content : QByteArray("there");
+    static const QStringList whole{"manifest.csv", "SHA256SUMS", "index_only.csv", "disk_only.csv"};
+    return whole.contains(name) ? content : QByteArray("there");
 }
 
 template <class visitor>
@@ -111,6 +112,22 @@ QStringList differing(const QMap<QString, QByteArray>& here, const QMap<QString,
     }
     paths.removeDuplicates();
     return paths;
+}
+
+/// A path as the pattern that fits it in every run: such files are named otherwise each time.
+QByteArray lasting_pattern(const QByteArray& path)
+{
+    static const std::pair<QRegularExpression, QString> drawn_names[] = {
+        {QRegularExpression("\\.(?!sqlite)[A-Za-z]{6}(-journal|-wal)?$"), ".??????\\1"},
+        {QRegularExpression("unfinished-\\d+$"), "unfinished-*"},
+        {QRegularExpression("#\\d+( \\(deleted\\))?$"), "#*"},
+        {QRegularExpression("/[-\\d]{10}T[-\\d.]+Z"), "/[0-9]*T*Z"},
+        {QRegularExpression("evidence-\\w{6}(?=/|$)"), "evidence-??????"}};
+    QString pattern = QString::fromUtf8(path);
+    for (const auto& [name, lasting] : drawn_names) {
+        pattern.replace(name, lasting);
+    }
+    return pattern.toUtf8();
 }
 
 QByteArray without_escapes(QByteArray pattern)
@@ -140,6 +157,9 @@ trial_ending trial_ground::run(const QStringList& arguments, const chosen_fault&
     QFile::remove(trace);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("LD_PRELOAD", FAILING_CALLS);
+    environment.insert("TMPDIR", scratch());
+    environment.insert("XDG_RUNTIME_DIR", ground);
+    QDir().mkpath(scratch());
     environment.insert("FAULTS_ROOT", ground);
     environment.insert("FAULTS_TRACE", trace);
     environment.insert("FAULTS_KIND", QString::fromUtf8(fault.kinds));
@@ -179,10 +199,10 @@ trial_ending trial_ground::run(const QStringList& arguments, const chosen_fault&
     return ending;
 }
 
-QList<chosen_fault> trial_ground::calls_of(const QStringList& arguments, trial_ending* ended) const
+QList<chosen_fault> trial_ground::calls_of(const QStringList& arguments, trial_ending* ended, int exit_code) const
 {
     const trial_ending ending = run(arguments, {});
-    if (ending.exit_code != 0) {
+    if (ending.exit_code != exit_code) {
         qFatal("the undisturbed run ended with %d: %s", ending.exit_code, ending.said.constData());
     }
     if (ended != nullptr) {
@@ -192,12 +212,8 @@ QList<chosen_fault> trial_ground::calls_of(const QStringList& arguments, trial_e
     QMap<QByteArray, int> numbers;
     const QByteArrayList lines = content_of(QDir::cleanPath(source.root() + "/../trace")).split('\n');
     for (QByteArray line : lines) {
+        line = lasting_pattern(line);
         const qsizetype tab = line.indexOf('\t');
-        // Such files are named otherwise at each run.
-        static const QRegularExpression drawn(
-            "(\\.(?!sqlite)[A-Za-z]{6}(-journal|-wal)?|unfinished-\\d+|#\\d+( \\(deleted\\))?)$");
-        static const QRegularExpression dated("/[-\\d]{10}T[-\\d.]+Z");
-        line = QString::fromUtf8(line).replace(drawn, "*").replace(dated, "/*").toUtf8();
         if (tab > 0) {
             calls.append({line.left(tab), line.mid(tab + 1), QByteArray::number(++numbers[line]), {}});
         }
@@ -210,14 +226,16 @@ result_content trial_ground::content() const
     result_content content;
     content.rows = rows_of(result() + "/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor.sqlite");
     each_file_below(result(), [&](const fs::directory_entry& entry, const QString& path) {
-        if (!entry.is_regular_file() || path.contains("/Apple_Mail_Extractor.sqlite")) {
+        // What a killed process had not finished has no name that anything is looked for by.
+        if (!entry.is_regular_file() || path.contains("/Apple_Mail_Extractor.sqlite") ||
+            path.contains(".unfinished-")) {
             return;
         }
         const QByteArray bytes = content_of(result() + '/' + path);
         if (path.startsWith("mail-extract/")) {
             // Records of verifications are named by their time.
-            static const QRegularExpression numbers("\\d+");
-            content.products[QString(path).replace(numbers, "0")] = lasting_content(QFileInfo(path).fileName(), bytes);
+            static const QRegularExpression time("[-\\d]{10}T[-\\d.]+Z(-\\d+)?");
+            content.products[QString(path).replace(time, "now")] = lasting_content(QFileInfo(path).fileName(), bytes);
         } else {
             const QDateTime time = QFileInfo(result() + '/' + path).lastModified();
             content.copies[path] = QByteArray::number(time.toMSecsSinceEpoch()) + ' ' + bytes;
@@ -237,6 +255,7 @@ QMap<QString, QByteArray> trial_ground::source_state() const
 
 void trial_ground::empty_result() const
 {
+    QDir(scratch()).removeRecursively();
     QDir(result()).removeRecursively();
     QDir().mkpath(result());
 }
@@ -251,6 +270,7 @@ void trial_ground::keep_result() const
 
 void trial_ground::restore_result() const
 {
+    QDir(scratch()).removeRecursively();
     QDir(result()).removeRecursively();
     // Unlike a copy by the standard library this keeps the times.
     QProcess::execute("cp", {"-a", result() + ".kept", result()});
@@ -271,6 +291,7 @@ QStringList trial_ground::complaints(const QString& trial, const trial_ending& e
     unless(!ending.said.contains("Unknown error"), "an error without words");
     unless(!left.products.value("mail-extract/run.json").startsWith(' '), "left a run.json that is none");
     if (ending.exit_code == 0) {
+        unless(QDir(scratch()).isEmpty(), "ended with 0 and left copies of evidence in the place for temporary files");
         unless(left.rows == undisturbed.rows,
                QString("ended with 0 and %1 of %2 rows, or others").arg(left.rows.size()).arg(undisturbed.rows.size()));
         for (const auto& [here, there] :

@@ -46,6 +46,8 @@ public:
     trial_ground();
 
     QString result() const { return source.result(); }
+    /// The program's place for temporary files.
+    QString scratch() const { return source.result() + "/../scratch"; }
     QStringList run_arguments(const QStringList& further = {}) const;
     QStringList verify_arguments() const;
 
@@ -54,8 +56,8 @@ public:
     trial_ending run(const QStringList& arguments, const chosen_fault& fault,
                      const std::function<void()>& during = {}) const;
     /// Runs it undisturbed and returns each call that it makes on source and result, in order, as a fault to choose;
-    /// `ended` takes how that ended.
-    QList<chosen_fault> calls_of(const QStringList& arguments, trial_ending* ended = nullptr) const;
+    /// `ended` takes how that ended, which must be with `exit_code`.
+    QList<chosen_fault> calls_of(const QStringList& arguments, trial_ending* ended = nullptr, int exit_code = 0) const;
 
     result_content content() const;
     /// Everything about each entry of the source but its time of access.
@@ -86,6 +88,6 @@ public:
 };
 
 /// Seed and extent of an attack: FAULTS_SEED, and FAULTS_TRIALS trials of each kind instead of the few of the short
-/// form.
+/// form; FAULTS_ONLY, a regular expression, repeats the trials whose text it fits.
 quint32 attack_seed();
 int attack_trials(int short_form);

@@ -26,10 +26,16 @@ QByteArrayList forms_of(const QByteArray& kind)
     return forms.value(kind, {"5"});
 }
 
-/// A path's name as a message may spell it: without what temporary files and companions have at their end.
+/// A path's name as a message may spell it: without what temporary files and companions have at their end. A file that
+/// has no name yet is spoken of by its folder, a copy in the place for temporary files by the database that it is of.
 QByteArray spoken_name(const QByteArray& path)
 {
-    QByteArray name = path.mid(path.lastIndexOf('/') + 1);
+    if (path.startsWith("scratch/")) {
+        return "sqlite";
+    }
+    static const QRegularExpression unnamed("/#\\d+( \\(deleted\\))?$");
+    const QByteArray named = QString::fromUtf8(path).remove(unnamed).toUtf8();
+    QByteArray name = named.mid(named.lastIndexOf('/') + 1);
     for (const char* ending : {"-wal", "-shm", "-journal"}) {
         name = name.endsWith(ending) ? name.chopped(qsizetype(qstrlen(ending))) : name;
     }
@@ -73,7 +79,8 @@ enum class before
 {
     nothing,
     half_a_run,
-    whole_run
+    whole_run,
+    run_with_enciphered_log
 };
 
 } // namespace
@@ -94,7 +101,11 @@ private slots:
         QTest::newRow("run") << "run --quiet --source S --result R" << before::nothing;
         QTest::newRow("run on one by one")
             << "run --quiet --one-by-one --append --source S --result R" << before::half_a_run;
+        QTest::newRow("run as a suite") << "run --quiet --as-suite --source S --result R" << before::nothing;
+        QTest::newRow("run without verification") << "run --quiet --no-verify --source S --result R" << before::nothing;
         QTest::newRow("verify") << "verify --source S --result R" << before::whole_run;
+        QTest::newRow("verify against what is recorded") << "verify --result R" << before::whole_run;
+        QTest::newRow("decipher") << "decipher R/mail-extract/log.txt" << before::run_with_enciphered_log;
         QTest::newRow("report") << "report --result R" << before::whole_run;
         QTest::newRow("show") << "show --result R" << before::whole_run;
         QTest::newRow("accounts") << "accounts --result R" << before::whole_run;
@@ -109,12 +120,16 @@ private slots:
         const trial_ground ground;
         QStringList arguments = command.split(' ');
         arguments.replaceInStrings(QRegularExpression("^S$"), ground.source.root());
-        arguments.replaceInStrings(QRegularExpression("^R$"), ground.result());
+        arguments.replaceInStrings(QRegularExpression("^R(?=/|$)"), ground.result());
         make(state, ground);
         trial_ending whole;
         QList<chosen_fault> faults = faults_of(ground.calls_of(arguments, &whole));
         const result_content undisturbed = ground.content();
         const QByteArray report = content_of(ground.result() + "/mail-extract/report.html");
+        faults.removeIf([](const chosen_fault& fault) {
+            static const QRegularExpression only(qEnvironmentVariable("FAULTS_ONLY"));
+            return !only.match(fault.text()).hasMatch();
+        });
         std::shuffle(faults.begin(), faults.end(), std::mt19937(attack_seed()));
         const auto drawn = std::stable_partition(faults.begin(), faults.end(), decides_on_a_row);
         const qsizetype trials = attack_trials(10);
@@ -148,6 +163,21 @@ private slots:
         QCOMPARE(complaints.count, 0);
     }
 
+    void no_failing_call_lets_a_result_into_the_source()
+    {
+        const trial_ground ground;
+        QDir().mkpath(ground.result());
+        QVERIFY(QFile::link(ground.source.root() + "Users", ground.result() + "/in"));
+        const QStringList arguments{"run", "--source", ground.source.root(), "--result",
+                                    ground.result() + "/in/result"};
+        constexpr int could_not_run = 1;
+        for (const chosen_fault& fault : faults_of(ground.calls_of(arguments, nullptr, could_not_run))) {
+            const trial_ending ending = ground.run(arguments, fault);
+            QVERIFY2(ending.exit_code == could_not_run && ground.source_state() == ground.source_before,
+                     qUtf8Printable(fault.text()));
+        }
+    }
+
 private:
     static void make(before state, const trial_ground& ground)
     {
@@ -155,10 +185,12 @@ private:
             return;
         }
         const QByteArray killed_at = "case/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_ben_*";
+        const bool is_killed = state == before::half_a_run;
         const trial_ending run =
-            ground.run(ground.run_arguments(),
-                       state == before::whole_run ? chosen_fault() : chosen_fault{"mkdir", killed_at, "1", "signal:9"});
-        QCOMPARE(run.exit_code, state == before::whole_run ? 0 : -1);
+            ground.run(ground.run_arguments(state == before::run_with_enciphered_log ? QStringList("--log-encrypted")
+                                                                                     : QStringList()),
+                       is_killed ? chosen_fault{"mkdir", killed_at, "1", "signal:9"} : chosen_fault());
+        QCOMPARE(run.exit_code, is_killed ? -1 : 0);
         ground.keep_result();
     }
 };
