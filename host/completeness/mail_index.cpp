@@ -176,7 +176,8 @@ std::optional<qint64> mail_index::count_messages()
 {
     std::optional<qint64> count;
     read("number of messages", [&] {
-        evidence_rows rows = database.select("SELECT count(*) FROM messages");
+        // A count of "*" is made in one step, however long it takes, at which no limit of time is looked at.
+        evidence_rows rows = database.select("SELECT count(1) FROM messages");
         if (rows.next()) {
             count = rows.integer(0);
         }

@@ -90,7 +90,7 @@ evidence_database::evidence_database(const evidence_copies& copies, log_use use,
                                 "PRAGMA cell_size_check=ON", "PRAGMA cache_size=-16000"}) {
         select(setting).next();
     }
-    select("SELECT count(*) FROM sqlite_schema").next();
+    select("SELECT 1 FROM sqlite_schema").next();
 }
 
 evidence_database::~evidence_database() = default;

@@ -2,6 +2,7 @@
 
 #include "host/files/file_tree.h"
 #include "host/files/hashing.h"
+#include "host/files/sqlite_companions.h"
 #include "host/text/failure.h"
 
 #include <QFile>
@@ -20,18 +21,34 @@ QList<QByteArray> sources_of_report(const result_paths& result)
     return paths;
 }
 
+/// What SQLite finds beside a database changes what it reads there; a run that is sealed leaves nothing there.
+void look_beside_databases(const result_paths& result, report_proof& proof)
+{
+    for (const QString& database : {result.database(), result.path(product::mail_database)}) {
+        for (const char* companion : sqlite_companions) {
+            const QString path = database + QLatin1String(companion);
+            if (quiet_stat(QFile::encodeName(path)).kind != entry_kind::absent) {
+                proof.seal_problems.append(QStringLiteral("%1 came after it, and may have rows that were not sealed")
+                                               .arg(QFile::decodeName(result.relative(path))));
+            }
+        }
+    }
+}
+
 void compare_with_seal(const result_paths& result, report_proof& proof)
 {
     for (const QByteArray& path : sources_of_report(result)) {
+        const QByteArray place = child_path(result.native_root(), path);
         const QString sealed = proof.sealed_hash(path);
-        QString problem;
-        const auto found =
-            sealed.isEmpty() ? std::nullopt : sha256_of_file(child_path(result.native_root(), path), problem);
         const QString name = QFile::decodeName(path);
+        QString problem;
+        const auto found = sealed.isEmpty() ? std::nullopt : sha256_of_file(place, problem);
         if (!problem.isEmpty()) {
             proof.seal_problems.append(QStringLiteral("%1 is sealed and cannot be read: %2").arg(name, problem));
         } else if (found && QString::fromLatin1(digest_to_hex(*found)) != sealed) {
             proof.seal_problems.append(QStringLiteral("%1 is not the one that was sealed").arg(name));
+        } else if (sealed.isEmpty() && quiet_stat(place).kind != entry_kind::absent) {
+            proof.seal_problems.append(QStringLiteral("%1 is not on its list").arg(name));
         }
     }
 }
@@ -75,7 +92,10 @@ report_proof load_proof(const result_paths& result)
     proof.verifications = read_verification_records(result);
     try {
         proof.seal = read_seal(result);
-        compare_with_seal(result, proof);
+        if (proof.seal) {
+            compare_with_seal(result, proof);
+            look_beside_databases(result, proof);
+        }
     } catch (const failure& unread) {
         proof.seal_problems.append(unread.message());
     }

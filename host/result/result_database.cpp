@@ -14,9 +14,12 @@
 
 namespace {
 
-bool is_unfinished(const QString& path)
+/// True where a run was killed while it wrote. Beside a sealed database nothing counts that lies there.
+bool is_unfinished(const result_paths& result)
 {
-    return std::any_of(sqlite_companions.begin(), sqlite_companions.end(),
+    const QString path = result.database();
+    return !QFile::exists(result.path(product::seal)) &&
+           std::any_of(sqlite_companions.begin(), sqlite_companions.end(),
                        [&path](const char* companion) { return QFile::exists(path + QLatin1String(companion)); });
 }
 
@@ -32,7 +35,7 @@ result_database::result_database(const result_paths& result) : path(result.datab
                             "a journal"));
     }
     QString opened = path;
-    if (is_unfinished(path)) {
+    if (is_unfinished(result)) {
         copies.emplace();
         opened = copies->filePath(QStringLiteral("copy.sqlite"));
         if (!QFile::copy(path, opened)) {

@@ -12,7 +12,7 @@
 #include <optional>
 
 /// A result's database, opened for reading only. What an interrupted run left half written is rolled back in a copy, so
-/// that a look at a result never changes it.
+/// that a look at a result never changes it; of a sealed one the file that was sealed is read and nothing beside it.
 class result_database
 {
 public:

@@ -5,6 +5,7 @@
 #include "host/text/failure.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -19,7 +20,7 @@ bool is_left_out(const result_paths& result, const QByteArray& path)
     const QString whole = result.below(QFile::decodeName(path));
     return whole == result.path(product::seal) || whole == result.path(product::report) ||
            whole == result.path(product::lock) || whole.startsWith(result.verifications() + QLatin1Char('/')) ||
-           path.contains(unfinished_ending);
+           (QFileInfo(whole).path() == result.products() && path.contains(unfinished_ending));
 }
 
 sha256_digest digest_of(const result_paths& result, const QByteArray& path)

@@ -3,6 +3,8 @@
 namespace {
 
 constexpr qsizetype digest_digits = 64;
+// No file system has such paths, and what is named is shown to people.
+constexpr qsizetype longest_path = 1 << 16;
 
 /// Undoes the escapes of a path; nothing for one that sums_line() does not write.
 std::optional<QByteArray> without_escapes(const QByteArray& text)
@@ -38,7 +40,7 @@ std::optional<sum> sum_from_line(const QByteArray& line)
     const bool escaped = line.startsWith('\\');
     const QByteArray text = escaped ? line.mid(1) : line;
     const auto digest = digest_from_hex(text.first(std::min(text.size(), digest_digits)));
-    if (!digest || text.mid(digest_digits, 2) != "  ") {
+    if (!digest || text.mid(digest_digits, 2) != "  " || text.size() > longest_path) {
         return std::nullopt;
     }
     const QByteArray path = text.mid(digest_digits + 2);

@@ -194,7 +194,8 @@ QList<chosen_fault> trial_ground::calls_of(const QStringList& arguments, trial_e
     for (QByteArray line : lines) {
         const qsizetype tab = line.indexOf('\t');
         // Such files are named otherwise at each run.
-        static const QRegularExpression drawn("(\\.(?!sqlite)[A-Za-z]{6}|unfinished-\\d+|#\\d+( \\(deleted\\))?)$");
+        static const QRegularExpression drawn(
+            "(\\.(?!sqlite)[A-Za-z]{6}(-journal|-wal)?|unfinished-\\d+|#\\d+( \\(deleted\\))?)$");
         static const QRegularExpression dated("/[-\\d]{10}T[-\\d.]+Z");
         line = QString::fromUtf8(line).replace(drawn, "*").replace(dated, "/*").toUtf8();
         if (tab > 0) {

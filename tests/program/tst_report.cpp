@@ -359,6 +359,10 @@ private slots:
             [](const auto& result) { result.write("mail-extract/seal.txt", "x\n"); });
         row("manifest.csv is not the one that was sealed", false,
             [](const auto& result) { result.write_manifest({entry("V9/2", entry_status::copied, 1)}); });
+        row("manifest.csv is not on its list", false,
+            [](const auto& result) { result.write("mail-extract/seal.txt", ""); });
+        row("may have rows that were not sealed", false,
+            [](const auto& result) { result.write("mail-extract/mail.sqlite-wal", "x"); });
     }
 
     void green_rests_on_seal_and_newest_verification()

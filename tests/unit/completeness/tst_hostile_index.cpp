@@ -1,5 +1,8 @@
 #include "tests/unit/completeness/checked_source.h"
 
+#include <QElapsedTimer>
+#include <QtEndian>
+
 /// Damaged and forged indexes: no file is lost, nothing is counted twice, and what was not read is said.
 class tst_hostile_index : public QObject
 {
@@ -95,6 +98,49 @@ private slots:
         QCOMPARE(store.totals.both, 1);
         QCOMPARE(store.not_closing, QStringList());
         QCOMPARE(sink.told < store.totals.index_only, said.contains("text"));
+    }
+
+    // Each of eight pages leads 300 times to the next.
+    void a_tree_of_endless_rows_is_given_up()
+    {
+        checked_source source;
+        source.add_message("INBOX.mbox", "1.emlx");
+        source.add_index(QStringList{"PRAGMA page_size = 4096", newer_tables[0]} + newer_tables.mid(1) +
+                         QStringList{mailbox_row(1, "INBOX"), message_row(1, 1)});
+        const QString path = source.path("V10/MailData/Envelope Index");
+        constexpr quint32 page = 4096;
+        constexpr quint32 root = 2; // of the first table
+        QByteArray content = content_of(path);
+        const auto number = [](quint32 value) {
+            QByteArray bytes(4, '\0');
+            qToBigEndian(value, bytes.data());
+            return bytes;
+        };
+        const quint32 leaf = quint32(content.size()) / page + 1;
+        content += content.mid((root - 1) * page, page);
+        for (quint32 level = 0; level < 8; ++level) {
+            const QByteArray cell = number(leaf + level) + '\x01';
+            QByteArray places;
+            QByteArray tree = QByteArray("\x05\0\0", 3) + number(300).right(2);
+            for (quint32 i = 1; i <= 300; ++i) {
+                places += number(page - i * quint32(cell.size())).right(2);
+            }
+            tree += places.right(2) + '\0' + number(leaf + level) + places;
+            tree = tree.leftJustified(page - 300 * cell.size(), '\0') + cell.repeated(300);
+            content += tree;
+        }
+        content.replace((root - 1) * page, page, content.last(page))
+            .replace(28, 4, number(quint32(content.size()) / page));
+        write_file(path, content);
+        QElapsedTimer timer;
+        timer.start();
+        completeness_request request{QFile::encodeName(source.folder.filePath("src")), "u", "Users/u/Library/Mail",
+                                     source.folder.path()};
+        request.limits.milliseconds = 300;
+        const store_completeness store = check_completeness(request, source.sink).front();
+        QVERIFY2(timer.elapsed() < 60'000, qPrintable(QString("%1 ms").arg(timer.elapsed())));
+        QVERIFY(store.index.state == index_state::incomplete);
+        QVERIFY(store.totals.closes());
     }
 
     void a_cut_index_is_said_to_be_incomplete()
