@@ -199,6 +199,7 @@ private slots:
         });
         row("an earlier record cut", 3, "", [](const proven_result& one) {
             write_file(one.in_result(products + "verifications/older.json"), "{");
+            QFile::setPermissions(one.in_result(products + "verifications"), QFile::Permissions(0x7777));
         });
         row("copy changed", 3, "copy,", [](const proven_result& one) { write_file(one.copy("1.emlx"), "y"); });
         row("copy removed", 3, "missing", [](const proven_result& one) { QFile::remove(one.copy("1.emlx")); });
