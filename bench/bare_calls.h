@@ -3,8 +3,8 @@
 #include <QByteArray>
 
 // The system calls that a work cannot do without, on all cores and with nothing else: no names are kept, nothing is
-// written down, nothing is compared. What needs these calls cannot be faster than this on the same machine. Each returns
-// the seconds it took; all end the program when a call fails.
+// written down, nothing is compared. What needs these calls cannot be faster than this on the same machine. Each
+// returns the seconds it took; all end the program when a call fails.
 
 /// Lists every directory of a tree and looks at each entry.
 double seconds_of_bare_walk(const QByteArray& tree);

@@ -1,6 +1,7 @@
 #include "host/command_line.h"
 
 #include "host/case_command.h"
+#include "host/files/file_tree.h"
 #include "host/files/hashing.h"
 #include "host/help_page.h"
 #include "host/log/decipher_command.h"
@@ -24,7 +25,6 @@
 #include <CLI/CLI.hpp>
 
 #include <QApplication>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -57,7 +57,7 @@ struct chosen_command
 
 QString decoded(const std::string& argument)
 {
-    return QFile::decodeName(argument.c_str());
+    return decoded_name(QByteArray::fromStdString(argument));
 }
 
 CLI::Option* add_text(CLI::App& command, const std::string& name, QString& target, const std::string& help)

@@ -77,6 +77,9 @@ void record_maker::take_identity()
         record.marks.append(
             QStringLiteral("its identifier holds a quote, which changes a look-up that it is pasted into"));
     }
+    if (account.has_quote_in_parent) {
+        record.marks.append(QStringLiteral("its parent holds a quote, which changes a look-up that it is pasted into"));
+    }
     record.owner = account.owner;
     for (const store_account* up : ancestors) {
         record.parents.append({up->identifier, store.type_of(*up), up->description});

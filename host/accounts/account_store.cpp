@@ -144,6 +144,7 @@ store_account store_reader::account(const evidence_rows& rows)
     };
     read.looked_up_parent = as_integer(7);
     read.has_plain_keys = as_integer(0) && is_text(1) && is_text(2) && (rows.is_null(7) || read.looked_up_parent);
+    read.has_quote_in_parent = !rows.is_number(7) && rows.bytes(7).contains('\'');
     read.key = rows.integer(0);
     read.identifier = text(rows, 1);
     read.user_name = text(rows, 2);

@@ -18,6 +18,7 @@ struct store_account
     qint64 key = 0;
     bool has_plain_keys = false;            ///< key and parent are integers, identifier and user name texts, or NULL
     std::optional<qint64> looked_up_parent; ///< also where the number is written as a text
+    bool has_quote_in_parent = false;       ///< its parent is a text or bytes with a quote, and no number
     QString identifier;
     QString user_name;
     QString description;

@@ -1,10 +1,14 @@
 #include "host/case_tasks/child_process.h"
 
+#include "host/files/quiet_reading.h"
+
 #include <QCoreApplication>
 #include <QFile>
 
 #include <csignal>
+#include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #if defined(__linux__)
 #include <sys/prctl.h>
@@ -22,12 +26,26 @@ QString complaint_mark()
 /// The lines at the end of a file, the first of them maybe cut; one that is empty where there is no such file.
 QStringList last_lines(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    // A pipe in its place would be waited for.
+    const quiet_file opened = quiet_open(QFile::encodeName(path));
+    QFile file;
+    if (!opened.error.isEmpty() || !file.open(opened.descriptor.get(), QIODevice::ReadOnly)) {
         return {QString()};
     }
     file.seek(std::max<qint64>(file.size() - most_bytes_of_end, 0));
     return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+}
+
+/// Removes what is no file of its own in the place of a log: through a link the lines would be written elsewhere.
+void remove_stranger(const QString& log)
+{
+    const std::filesystem::path place = QFile::encodeName(log).toStdString();
+    std::error_code error;
+    const auto status = std::filesystem::symlink_status(place, error);
+    if (std::filesystem::exists(status) &&
+        (!std::filesystem::is_regular_file(status) || std::filesystem::hard_link_count(place, error) > 1)) {
+        std::filesystem::remove(place, error);
+    }
 }
 
 } // namespace
@@ -35,6 +53,7 @@ QStringList last_lines(const QString& path)
 void start_own_program(QProcess& process, const QStringList& arguments, const QString& log,
                        const std::function<void()>& in_child)
 {
+    remove_stranger(log);
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(log, QIODevice::Append);
     process.setStandardErrorFile(log, QIODevice::Append);

@@ -7,6 +7,15 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <unistd.h>
+
+QString exclusive_lock::reason_against(const QString& directory)
+{
+    const bool may_write =
+        ::faccessat(AT_FDCWD, QFile::encodeName(directory).constData(), W_OK | X_OK, AT_EACCESS) == 0;
+    const bool is_refused = !may_write && (errno == EROFS || errno == EACCES || errno == EPERM);
+    return is_refused ? QStringLiteral("%1: %2").arg(directory, system_error_text(errno)) : QString();
+}
 
 exclusive_lock::exclusive_lock(const QString& path)
     : descriptor(

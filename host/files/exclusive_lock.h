@@ -9,6 +9,10 @@
 class exclusive_lock
 {
 public:
+    /// Returns why nothing may be written into a directory, by its permissions or because its file system is mounted
+    /// for reading only, and so no lock be taken there; empty when that is not in the way.
+    static QString reason_against(const QString& directory);
+
     /// Takes the lock that `path` stands for; the file is created. Throws a failure when another process holds it, and
     /// when it cannot be taken.
     explicit exclusive_lock(const QString& path);

@@ -8,8 +8,10 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -83,14 +85,16 @@ void add_users_of_run(report_data& data)
     if (!data.run) {
         return;
     }
+    QHash<QString, qsizetype> places;
+    for (const report_user& known : std::as_const(data.users)) {
+        places.insert(known.name, places.size());
+    }
     for (const user_record& told : data.run->users) {
-        auto user = std::find_if(data.users.begin(), data.users.end(),
-                                 [&told](const report_user& known) { return known.name == told.name; });
-        if (user == data.users.end()) {
+        if (!places.contains(told.name)) {
+            places.insert(told.name, data.users.size());
             data.users.append({told.name, {}, {}});
-            user = data.users.end() - 1;
         }
-        user->mail_tree = {{told.files_copied, told.bytes}, 0};
+        data.users[places.value(told.name)].mail_tree = {{told.files_copied, told.bytes}, 0};
     }
 }
 

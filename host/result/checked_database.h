@@ -35,6 +35,7 @@ private:
 
     const checked_database* database;
     std::unique_ptr<sqlite3_stmt, finalizer> statement;
+    qint64 count = 0;
 };
 
 /// A database of a result, open for reading only. A result may have been in other hands: nothing that the file holds is
@@ -59,8 +60,12 @@ private:
         void operator()(sqlite3* connection) const;
     };
     [[noreturn]] void fail(int code) const;
+    bool has_to_end();
 
     QString shown;
+    qint64 size; ///< bytes of the file
     QDeadlineTimer deadline;
+    qint64 looks_left; ///< at the clock
+    qint64 most_rows;  ///< of one statement
     std::unique_ptr<sqlite3, closer> connection;
 };

@@ -9,6 +9,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 
 #include <algorithm>
 
@@ -115,14 +116,15 @@ qint64 count_account_rows(const result_paths& result, QList<user_record>& users)
     checked_rows rows = database.query(
         QStringLiteral("SELECT system_user, coalesce(account_type, '') = '', count(*) FROM %1 GROUP BY 1, 2")
             .arg(shared_texts::accounts_table));
+    QHash<QString, user_record*> by_name;
+    for (user_record& user : users) {
+        by_name.insert(user.name, &user);
+    }
     qint64 count = 0;
     while (rows.next()) {
-        const QString name = rows.value(0).toString();
         const qint64 of_user = rows.value(2).toLongLong();
         count += of_user;
-        const auto user =
-            std::find_if(users.begin(), users.end(), [&name](const user_record& u) { return u.name == name; });
-        if (user != users.end()) {
+        if (user_record* const user = by_name.value(rows.value(0).toString())) {
             (rows.value(1).toBool() ? user->account_store_rows : user->mail_directory_rows) = of_user;
         }
     }

@@ -23,10 +23,14 @@ bool is_left_out(const result_paths& result, const QByteArray& path)
            (QFileInfo(whole).path() == result.products() && path.contains(unfinished_ending));
 }
 
-sha256_digest digest_of(const result_paths& result, const QByteArray& path)
+sha256_digest digest_of(const result_paths& result, const QByteArray& path,
+                        const std::function<void(qint64 bytes)>& more_read)
 {
     QString problem;
-    const auto digest = sha256_of_file(child_path(result.native_root(), path), problem);
+    const auto digest = sha256_of_file(child_path(result.native_root(), path), problem, [&more_read](qint64 bytes) {
+        more_read(bytes);
+        return false;
+    });
     if (!digest) {
         refuse(QStringLiteral("cannot read %1: %2").arg(result.below(QFile::decodeName(path)), problem));
     }
@@ -65,12 +69,20 @@ std::vector<QByteArray> sealed_paths(const result_paths& result)
     return paths;
 }
 
-result_seal seal_result(const result_paths& result)
+result_seal seal_result(const result_paths& result, const std::function<void(file_amount done)>& progress)
 {
     result_seal seal;
+    file_amount done;
+    const auto more_read = [&](qint64 bytes) {
+        done += {0, bytes};
+        if (progress) {
+            progress(done);
+        }
+    };
     QByteArray text;
     for (const QByteArray& path : sealed_paths(result)) {
-        seal.files.push_back({digest_of(result, path), path});
+        seal.files.push_back({digest_of(result, path, more_read), path});
+        done += {1, 0};
         text += sums_line(seal.files.back().digest, path);
     }
     write_durably(result.path(product::seal), text);

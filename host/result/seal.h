@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/files/file_amount.h"
 #include "host/result/result_paths.h"
 #include "host/result/sums.h"
 
@@ -18,8 +19,9 @@ struct result_seal
 };
 
 /// Seals a result: hashes every product, the kept evidence and the result database, puts the list in place and returns
-/// it. Throws a failure when something cannot be read or the list cannot be written.
-result_seal seal_result(const result_paths& result);
+/// it. `progress` takes what is hashed so far. Throws a failure when something cannot be read or the list cannot be
+/// written.
+result_seal seal_result(const result_paths& result, const std::function<void(file_amount done)>& progress = {});
 
 /// Reads the seal of a result; nothing when there is none. Throws a failure when it cannot be read or is no such list.
 std::optional<result_seal> read_seal(const result_paths& result);

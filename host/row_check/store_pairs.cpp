@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <utility>
 
 namespace {
 
@@ -64,17 +66,20 @@ void find_sources(const row_check_request& request, const source_user& user, fou
     }
 }
 
-const account_store_rows* rows_of(const row_check_request& request, const found_sources::store_file& file)
+/// The rows of a store, by its user and its name.
+using rows_by_store = std::map<std::pair<QByteArray, QByteArray>, const account_store_rows*>;
+
+rows_by_store rows_by_store_of(const row_check_request& request)
 {
-    const auto rows =
-        std::find_if(request.stores.begin(), request.stores.end(), [&file](const account_store_rows& store) {
-            return store.user == file.user && store.store == file.name;
-        });
-    return rows == request.stores.end() ? nullptr : &*rows;
+    rows_by_store rows;
+    for (const account_store_rows& store : request.stores) {
+        rows.emplace(std::pair(store.user, store.store), &store);
+    }
+    return rows;
 }
 
 /// By position, and where the stores have run out that of the same user.
-void pair_up(const row_check_request& request, const found_sources& found, std::vector<store_pair>& pairs)
+void pair_up(const rows_by_store& rows_of, const found_sources& found, std::vector<store_pair>& pairs)
 {
     for (std::size_t i = 0; i < found.versions.size(); ++i) {
         const found_sources::version_directory& version = found.versions[i];
@@ -83,9 +88,10 @@ void pair_up(const row_check_request& request, const found_sources& found, std::
             store = std::find_if(found.stores.begin(), found.stores.end(),
                                  [&version](const found_sources::store_file& one) { return one.user == version.user; });
         }
-        const account_store_rows* rows = store == found.stores.end() ? nullptr : rows_of(request, *store);
-        if (rows != nullptr) {
-            pairs.push_back({version.user, version.path, rows});
+        const auto rows =
+            store == found.stores.end() ? rows_of.end() : rows_of.find(std::pair(store->user, store->name));
+        if (rows != rows_of.end()) {
+            pairs.push_back({version.user, version.path, rows->second});
         }
     }
 }
@@ -94,15 +100,16 @@ void pair_up(const row_check_request& request, const found_sources& found, std::
 
 std::vector<store_pair> pairs_of_stores(const row_check_request& request)
 {
+    const rows_by_store rows_of = rows_by_store_of(request);
     std::vector<store_pair> pairs;
     found_sources found;
     for (const source_user& user : request.users) {
         find_sources(request, user, found);
         if (!request.as_suite) {
-            pair_up(request, found, pairs);
+            pair_up(rows_of, found, pairs);
             found = {};
         }
     }
-    pair_up(request, found, pairs);
+    pair_up(rows_of, found, pairs);
     return pairs;
 }

@@ -6,6 +6,7 @@
 #include "host/text/failure.h"
 
 #include <QFile>
+#include <QSet>
 
 #include <filesystem>
 #include <system_error>
@@ -57,15 +58,16 @@ void keep_whole_copies(const run_plan& plan)
 {
     const QByteArray root = plan.result.native_root();
     const QByteArray source = QFile::encodeName(plan.settings.source_root);
+    QSet<QByteArray> users_of_run;
+    for (const source_user& user : plan.settings.users) {
+        users_of_run.insert(QFile::encodeName(user.name));
+    }
     for (const auto& [user, folders] : find_dated_folders(plan.result)) {
         for (std::size_t i = 1; i < folders.size(); ++i) {
             remove_all(child_path(root, folders[i].path));
         }
         const QByteArray newest = child_path(root, folders.front().path);
-        const bool takes_part =
-            std::any_of(plan.settings.users.begin(), plan.settings.users.end(),
-                        [&name = user](const source_user& one) { return QFile::encodeName(one.name) == name; });
-        if (!takes_part) {
+        if (!users_of_run.contains(user)) {
             remove_all(newest);
             continue;
         }

@@ -9,8 +9,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QSet>
 
-#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <system_error>
@@ -39,16 +39,16 @@ bool stays(const QString& name)
 
 qint64 bytes_of_earlier_copies(const result_paths& result, const extraction_settings& settings)
 {
-    const auto is_user_of_run = [&settings](const QByteArray& name) {
-        return std::any_of(settings.users.begin(), settings.users.end(),
-                           [&name](const source_user& user) { return QFile::encodeName(user.name) == name; });
-    };
+    QSet<QByteArray> users_of_run;
+    for (const source_user& user : settings.users) {
+        users_of_run.insert(QFile::encodeName(user.name));
+    }
     qint64 bytes = 0;
     // What cannot be counted counts as no room, which a run needs the more.
     QString uncounted;
     for (const auto& [user, folders] : find_dated_folders(result)) {
         for (const dated_folder& folder : folders) {
-            const bool is_continued = folder.date == QDate::currentDate() && is_user_of_run(user);
+            const bool is_continued = folder.date == QDate::currentDate() && users_of_run.contains(user);
             if (settings.clear || is_continued) {
                 bytes += visible_files_below(child_path(result.native_root(), folder.path), uncounted).bytes;
             }

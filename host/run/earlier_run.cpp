@@ -51,6 +51,10 @@ earlier_run look_at_earlier_run(const result_paths& result, const run_options& o
     }
     const std::optional<run_record> earlier = read_run_record(result);
     if (is_finished(result)) {
+        if (options.append && earlier && !QFile::exists(result.path(product::report))) {
+            refuse_other_work(result, options, identity, *earlier);
+            return earlier_run::unreported;
+        }
         refuse_result(
             result,
             QStringLiteral("it holds a finished run; %1, or --clear to start over").arg(QLatin1String(own_result)));

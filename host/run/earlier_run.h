@@ -7,9 +7,10 @@
 /// What a run does with what an earlier one left in its result.
 enum class earlier_run
 {
-    none,     ///< there is nothing
-    removed,  ///< everything of it goes
-    continued ///< its copies stay as far as they are whole; its rows are made anew
+    none,      ///< there is nothing
+    removed,   ///< everything of it goes
+    continued, ///< its copies stay as far as they are whole; its rows are made anew
+    unreported ///< it came to its end but for the report, and nothing else is to be done
 };
 
 /// Says what becomes of an earlier run's work. Throws a failure that names the way out for a result that may not be

@@ -140,6 +140,9 @@ exclusive_lock create_result(const run_options& options, run_plan& plan)
     exclusive_lock lock(plan.result.path(product::lock));
     // Another run may have come and gone since the first look.
     plan.earlier = look_at_earlier_run(plan.result, options, plan.identity);
+    if (plan.earlier == earlier_run::unreported) {
+        refuse(QStringLiteral("cannot write to %1: another run came to its end there").arg(plan.result.root()));
+    }
     if (plan.earlier != earlier_run::removed && has_other_form(settings.log_path, settings.log_enciphered)) {
         set_aside(settings.log_path, options.quiet);
     }

@@ -23,6 +23,7 @@
 #include "host/terminal/exit_codes.h"
 #include "host/terminal/interruption.h"
 #include "host/text/failure.h"
+#include "host/verify/seal_check.h"
 #include "host/verify/verification_progress.h"
 
 #include <QCoreApplication>
@@ -199,14 +200,18 @@ void finish(run_journal& journal, const QString& scheme)
 }
 
 /// Seals the result of a run that came to its end, and writes the report. Returns the root hash; empty without a seal.
-QString seal_and_report(run_journal& journal, const result_paths& result)
+QString seal_and_report(run_journal& journal, const result_paths& result, progress_style style)
 {
     QString root_hash;
     interruption::wait_is_for(QStringLiteral("the seal"));
     if (journal.record().status == run_status::finished) {
         // What the seal speaks for is on the disk before the seal is.
         journal.publish([&] { flush_file_system(result.root()); });
-        journal.publish([&] { root_hash = QString::fromLatin1(digest_to_hex(seal_result(result).root)); });
+        journal.publish([&] {
+            progress shown(QStringLiteral("sealing"), sealed_amount(result), style);
+            const result_seal seal = seal_result(result, [&shown](file_amount done) { shown.update(done); });
+            root_hash = QString::fromLatin1(digest_to_hex(seal.root));
+        });
     }
     journal.publish([&] {
         const report_outcome report = write_report(result, result.path(product::report));
@@ -229,11 +234,28 @@ void print_outcome(const run_record& record, const QString& root_hash, bool as_j
     complain_about_run(record);
 }
 
+/// Writes the report of a run that was killed when it had only that left to do, and says how the run ended.
+int finish_report(const run_plan& plan, bool as_json)
+{
+    const exclusive_lock lock(plan.result.path(product::lock));
+    write_report(plan.result, plan.result.path(product::report));
+    const std::optional<run_record> record = read_run_record(plan.result);
+    const std::optional<result_seal> seal = read_seal(plan.result);
+    if (!record || !record->exit_code || !seal) {
+        refuse(QStringLiteral("%1: this run's record does not say how it ended").arg(plan.result.root()));
+    }
+    print_outcome(*record, QString::fromLatin1(digest_to_hex(seal->root)), as_json);
+    return *record->exit_code;
+}
+
 } // namespace
 
 int run_command(const run_options& options)
 {
     run_plan plan = prepare_run(options);
+    if (plan.earlier == earlier_run::unreported) {
+        return finish_report(plan, options.json);
+    }
     const plugin_library library(options.plugin_file);
     const bool holds_mail = plan.settings.scheme == macos_scheme;
     // Both go through all Mail directories.
@@ -261,7 +283,7 @@ int run_command(const run_options& options)
     std::future<void> flushing = begin_flush(plan);
     take_stock(plan, begun, signalled_rows, copies, journal.record());
     if (holds_mail && !interruption::requested()) {
-        keep_witnesses(plan, copies.known(), journal.record());
+        keep_witnesses(plan, copies.known(), style, journal.record());
         copies.complete(journal.record());
         account_notes notes({plan.settings.source_root, plan.settings.users, plan.result,
                              copies.content_of(QFile::encodeName(plan.settings.source_root))},
@@ -273,7 +295,7 @@ int run_command(const run_options& options)
     const source_snapshot at_last = snapshot_of(plan.settings);
     add_errors(journal.record(), at_first.problems() + at_last.problems() + at_last.differences_from(at_first));
     finish(journal, plan.settings.scheme);
-    const QString root_hash = seal_and_report(journal, plan.result);
+    const QString root_hash = seal_and_report(journal, plan.result, style);
 
     print_outcome(journal.record(), root_hash, options.json);
     return *journal.record().exit_code;

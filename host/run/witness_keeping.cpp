@@ -16,8 +16,9 @@ constexpr qint64 most_named_problems = 20;
 class witness_keeper
 {
 public:
-    witness_keeper(const run_plan& plan, known_sources& sources)
-        : known(sources)
+    witness_keeper(const run_plan& plan, known_sources& sources, progress_style style)
+        : shown(QStringLiteral("keeping what no copy holds"), {}, style)
+        , known(sources)
         , source(QFile::encodeName(plan.settings.source_root))
         , result(plan.result.native_root())
     {
@@ -69,8 +70,12 @@ private:
         if (present.kind != entry_kind::absent) {
             return;
         }
-        const file_copy_outcome outcome =
-            copy_file(child_path(source, path), target, links, [](qint64) { return interruption::requested(); });
+        const file_copy_outcome outcome = copy_file(child_path(source, path), target, links, [this](qint64 bytes) {
+            kept += {0, bytes};
+            shown.update(kept);
+            return interruption::requested();
+        });
+        kept += {1, 0};
         if (!outcome.problem.isEmpty()) {
             note(path, outcome.problem);
         }
@@ -86,6 +91,8 @@ private:
         }
     }
 
+    progress shown;
+    file_amount kept;
     known_sources& known;
     const QByteArray source;
     const QByteArray result;
@@ -95,9 +102,9 @@ private:
 
 } // namespace
 
-void keep_witnesses(const run_plan& plan, known_sources& known, run_record& record)
+void keep_witnesses(const run_plan& plan, known_sources& known, progress_style style, run_record& record)
 {
-    witness_keeper keeper(plan, known);
+    witness_keeper keeper(plan, known, style);
     const QByteArray source = QFile::encodeName(plan.settings.source_root);
     for (const witness& one : system_witnesses(source)) {
         keeper.keep(one);

@@ -7,6 +7,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QSet>
 #include <QTimeZone>
 
 #include <algorithm>
@@ -42,10 +43,11 @@ QString why_it_seems_another(const source_identity& recorded, const source_ident
         };
         return QStringLiteral("it holds %1, not %2").arg(shown(found.system_version), shown(recorded.system_version));
     }
-    const auto is_found = [&found](const home_identity& home) {
-        return std::any_of(found.homes.begin(), found.homes.end(),
-                           [&home](const home_identity& other) { return other.name == home.name; });
-    };
+    QSet<QString> names;
+    for (const home_identity& home : found.homes) {
+        names.insert(home.name);
+    }
+    const auto is_found = [&names](const home_identity& home) { return names.contains(home.name); };
     const auto known = std::count_if(recorded.homes.begin(), recorded.homes.end(), is_found);
     if (known * 2 < recorded.homes.size()) {
         return QStringLiteral("it has other users: %1 of the %2 recorded are there, among %3")

@@ -11,15 +11,20 @@ constexpr qsizetype most_told = 20;
 
 } // namespace
 
-findings_file::findings_file(const QString& path) : file(path)
+findings_file::findings_file(const QString& path)
 {
-    file.write(csv_line({"place", "path", "finding"}));
+    if (!path.isEmpty()) {
+        file.emplace(path);
+        file->write(csv_line({"place", "path", "finding"}));
+    }
 }
 
 void findings_file::add(const finding& found)
 {
     const char* place = finding_place_names[static_cast<std::size_t>(found.place)];
-    file.write(csv_line({place, percent_encoded_cell(found.path), percent_encoded_cell(found.reason)}));
+    if (file) {
+        file->write(csv_line({place, percent_encoded_cell(found.path), percent_encoded_cell(found.reason)}));
+    }
     if (++count <= most_told) {
         first.append(QStringLiteral("%1: %2: %3")
                          .arg(QLatin1String(place), manifest_text(found.path), manifest_text(found.reason)));
@@ -38,5 +43,7 @@ void findings_file::tell() const
 
 void findings_file::commit()
 {
-    file.commit();
+    if (file) {
+        file->commit();
+    }
 }

@@ -6,11 +6,13 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /// Writes the findings of a verification as comma-separated values, and remembers the first to tell them to a person.
 class findings_file
 {
 public:
-    /// Begins the file. Throws a failure.
+    /// Begins the file; without a path there is none. Throws a failure.
     explicit findings_file(const QString& path);
 
     /// Takes the next finding.
@@ -21,7 +23,7 @@ public:
     void commit();
 
 private:
-    durable_file file;
+    std::optional<durable_file> file;
     QStringList first;
     qint64 count = 0;
 };

@@ -4,6 +4,7 @@
 #include "host/files/exclusive_lock.h"
 #include "host/files/file_tree.h"
 #include "host/report/document.h"
+#include "host/report/proof.h"
 #include "host/result/run_record.h"
 #include "host/result/source_guard.h"
 #include "host/result/verification_record.h"
@@ -118,6 +119,28 @@ verification_record begin_record()
     return record;
 }
 
+/// Says why nothing can be written to a result; empty when it can.
+QString why_not_written(const result_paths& result)
+{
+    for (const QString& folder : {result.products(), result.verifications()}) {
+        if (const QString reason = exclusive_lock::reason_against(folder); !reason.isEmpty()) {
+            return reason;
+        }
+    }
+    return {};
+}
+
+/// An earlier record that cannot be read may have said that the result is not whole.
+QString what_is_unreadable(const result_paths& result)
+{
+    for (const verification_record& earlier : read_verification_records(result)) {
+        if (is_unreadable(earlier)) {
+            return QStringLiteral("an earlier verification is not known: ") + earlier.problem;
+        }
+    }
+    return {};
+}
+
 void print_outcome(const verification_record& record, const QString& place, bool as_json)
 {
     if (as_json) {
@@ -127,7 +150,7 @@ void print_outcome(const verification_record& record, const QString& place, bool
     for (const QString& line : recheck_lines(record)) {
         print_line(line);
     }
-    print_line(QStringLiteral("record: %1.json").arg(place));
+    print_line(place.isEmpty() ? QStringLiteral("record: none") : QStringLiteral("record: %1.json").arg(place));
 }
 
 } // namespace
@@ -149,8 +172,14 @@ int verify_command(const verify_options& options)
     if (!source.path.isEmpty()) {
         keep_out_of_source(source.path, result);
     }
-    make_folder(result.verifications());
-    const exclusive_lock lock(result.path(product::lock));
+    const QString unwritable = why_not_written(result);
+    std::optional<exclusive_lock> lock;
+    if (unwritable.isEmpty()) {
+        make_folder(result.verifications());
+        lock.emplace(result.path(product::lock));
+    } else {
+        complain(QStringLiteral("this verification is not recorded, and the report stays as it is: ") + unwritable);
+    }
     interruption::watch();
 
     verification_record record = begin_record();
@@ -159,13 +188,14 @@ int verify_command(const verify_options& options)
     if (!source.note.isEmpty() && !options.quiet) {
         complain(source.note);
     }
-    const QString place = free_verification_place(result, record.verified);
-    findings_file findings(place + QStringLiteral(".csv"));
+    const QString place = lock ? free_verification_place(result, record.verified) : QString();
+    findings_file findings(lock ? place + QStringLiteral(".csv") : QString());
     const finding_listener found = [&findings](const finding& one) { findings.add(one); };
     const bool is_seal_seen = look_at_seal(result, options, found, record);
     const recheck_request request = recheck_request_for(result, source, run);
     add_problem(record, unknown_run);
     add_problem(record, what_is_blocked(source, request));
+    add_problem(record, what_is_unreadable(result));
     if (!is_seal_seen || !look_at_files(request, found, options.quiet, record)) {
         throw command_failure(exit_code::cancelled,
                               QStringLiteral("%1: cancelled; nothing is recorded").arg(options.result));
@@ -173,8 +203,11 @@ int verify_command(const verify_options& options)
     findings.tell();
     record.whole = record.findings() == 0 && record.problem.isEmpty();
     findings.commit();
-    write_verification_record(place, record);
-    const bool is_told = renew_report(result);
+    bool is_told = true;
+    if (lock) {
+        write_verification_record(place, record);
+        is_told = renew_report(result);
+    }
     print_outcome(record, place, options.json);
     return record.whole && is_told ? exit_code::whole : exit_code::with_failures;
 }

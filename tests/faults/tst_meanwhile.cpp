@@ -132,6 +132,29 @@ private slots:
         QCOMPARE(::umount(place.constData()), 0);
     }
 
+    // Nothing can be recorded there, and what is asked is answered all the same.
+    void a_result_on_read_only_media_is_verified()
+    {
+        if (const QString reason = reason_for_no_mounts(); !reason.isEmpty()) {
+            QSKIP(qPrintable(reason));
+        }
+        const trial_ground ground;
+        QCOMPARE(ground.run(ground.run_arguments(), {}).exit_code, 0);
+        const QByteArray place = QFile::encodeName(ground.result());
+        for (const bool is_whole : {true, false}) {
+            if (!is_whole) {
+                QVERIFY(QFile::remove(ground.result() + "/mail-extract/SHA256SUMS"));
+            }
+            QCOMPARE(::mount(place.constData(), place.constData(), nullptr, MS_BIND, nullptr), 0);
+            QCOMPARE(::mount(nullptr, place.constData(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+            const trial_ending ending = ground.run(ground.verify_arguments(), {});
+            QCOMPARE(::umount(place.constData()), 0);
+            QCOMPARE(ending.exit_code, is_whole ? 0 : 3);
+            QVERIFY2(ending.said.contains("is not recorded") && ending.output.contains("record: none"), ending.said);
+            QVERIFY(is_whole || ending.said.contains("SHA256SUMS"));
+        }
+    }
+
     // A disk that is really full, from any of the calls on.
     void a_full_disk_is_said()
     {

@@ -36,7 +36,8 @@ int extraction_of(const QProcess& task)
 }
 
 /// What makes a task take the time to be so many hours later than it is, from its first look at the case on.
-QProcessEnvironment environment_with_clock(const case_fixture& fixture, int hours_ahead)
+QProcessEnvironment environment_with_clock([[maybe_unused]] const case_fixture& fixture,
+                                           [[maybe_unused]] int hours_ahead)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
 #ifdef FAILING_CALLS

@@ -197,6 +197,10 @@ private slots:
             write_file(manifest, QString(text).remove(QRegularExpression("\\b[0-9a-f]{64}\\b")).toUtf8());
             seal_anew(one, "manifest.csv");
         });
+        row("an earlier record cut", 3, "", [](const proven_result& one) {
+            write_file(one.in_result(products + "verifications/older.json"), "{");
+            QFile::setPermissions(one.in_result(products + "verifications"), QFile::Permissions(0x7777));
+        });
         row("copy changed", 3, "copy,", [](const proven_result& one) { write_file(one.copy("1.emlx"), "y"); });
         row("copy removed", 3, "missing", [](const proven_result& one) { QFile::remove(one.copy("1.emlx")); });
         row("copy extended", 3, "other content", [](const proven_result& one) { append(one.copy("1.emlx")); });

@@ -159,6 +159,16 @@ private slots:
         QCOMPARE(content_of(product(as_suite, "log.txt")).count("pub_extract_artifacts]:-- START"), 1);
     }
 
+    void a_name_keeps_its_byte_order_mark()
+    {
+        const evidence_source source;
+        add_two_users(source);
+        const QString marked = QChar(QChar::ByteOrderMark) + QString("ben");
+        source.add_mail(marked, "V9/IMAP-b@h/1.emlx");
+        QCOMPARE(run(source, {"--user", marked}).exit_code, 0);
+        QVERIFY(QFile::exists(copies_of_today(source, marked)) && !QFile::exists(copies_of_today(source, "ben")));
+    }
+
     void one_result_again_and_again()
     {
         const evidence_source source;

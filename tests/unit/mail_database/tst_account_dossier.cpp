@@ -251,10 +251,11 @@ void tst_account_dossier::keeps_secrets()
 void tst_account_dossier::finds_what_is_marked()
 {
     const fixture made;
-    made.build(rows_of_a_store());
+    made.build(rows_of_a_store() + QStringList(account(99, 4, "'0'' OR ''1'", "'PARENT'", "'p@example.org'", "NULL")));
     write_file(made.source + u"/Users/u/Library/Mail/V3/IMAP-o'neill@example.org/INBOX.mbox/1.emlx"_s);
     const account_dossier dossier = made.written();
     QVERIFY(account_named(dossier, u"x' OR '1'='1"_s)[u"marks"_s][0].toString().contains(u"holds a quote"_s));
+    QVERIFY(account_named(dossier, u"PARENT"_s)[u"marks"_s][0].toString().contains(u"parent holds a quote"_s));
     QVERIFY(account_named(dossier, u"LOOP"_s)[u"marks"_s][0].toString().contains(u"back to itself"_s));
     const QJsonObject neill = account_named(dossier, QString());
     QCOMPARE(neill.value(u"address"_s), QJsonValue(u"o'neill@example.org"_s));
