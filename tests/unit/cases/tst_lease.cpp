@@ -85,7 +85,8 @@ private slots:
             for (const std::optional<lease>& mine : leases) {
                 held += mine && mine->is_held() ? 1 : 0;
             }
-            // Where a lost task's lease is moved away, one that was given up may be put back: then all come again later.
+            // Where a lost task's lease is moved away, one that was given up may be put back: then all come again
+            // later.
             QVERIFY2(is_stale_one_there ? held <= 1 : held == 1, QByteArray::number(held).constData());
             rounds_held += held;
         }
