@@ -19,15 +19,17 @@ bool comes_before(const QByteArray& path, const QByteArray& other)
 } // namespace
 
 listings_ahead::listings_ahead(const std::vector<QByteArray>& trees)
-try {
-    lister = std::thread([this, trees] {
-        std::for_each(trees.begin(), trees.end(), [this](const QByteArray& tree) { list_tree(tree); });
-        const std::lock_guard lock(guard);
-        is_complete = true;
-        is_there.notify_all();
-    });
-} catch (const std::system_error&) {
-    is_complete = true; // a machine without a thread to spare
+{
+    try {
+        lister = std::thread([this, trees] {
+            std::for_each(trees.begin(), trees.end(), [this](const QByteArray& tree) { list_tree(tree); });
+            const std::lock_guard lock(guard);
+            is_complete = true;
+            is_there.notify_all();
+        });
+    } catch (const std::system_error&) {
+        is_complete = true; // a machine without a thread to spare
+    }
 }
 
 listings_ahead::~listings_ahead()
