@@ -30,7 +30,7 @@ struct mail_file
     /// Returns how many attachments are neither in it nor beside it; 0 for one that is not readable as a message.
     qint32 absent() const { return std::max(judgement, 0); }
     /// Returns the position in mail_files::problems of why it is not readable as a message.
-    std::size_t problem() const { return std::size_t(~judgement); }
+    std::size_t problem() const { return ~std::size_t(judgement); }
 };
 
 /// A folder that is a mailbox, or holds messages outside of any.

@@ -51,11 +51,13 @@ void listings_ahead::list_tree(const QByteArray& tree)
         const QByteArray path = std::move(pending.back());
         pending.pop_back();
         directory_listing listing = quiet_list(path);
-        for (auto entry = listing.entries.rbegin(); entry != listing.entries.rend(); ++entry) {
-            if (entry->facts.kind == entry_kind::directory) {
-                pending.push_back(child_path(path, entry->name));
+        const auto earlier = std::ptrdiff_t(pending.size());
+        for (const auto& entry : listing.entries) {
+            if (entry.facts.kind == entry_kind::directory) {
+                pending.push_back(child_path(path, entry.name));
             }
         }
+        std::reverse(pending.begin() + earlier, pending.end()); // the listing's first is the next
         add(path, std::move(listing));
     }
 }

@@ -109,7 +109,7 @@ private slots:
                          QStringList{mailbox_row(1, "INBOX"), message_row(1, 1)});
         const QString path = source.path("V10/MailData/Envelope Index");
         constexpr quint32 page = 4096;
-        constexpr quint32 root = 2; // of the first table
+        constexpr qsizetype root_start = page; // the first table's root is the second page
         QByteArray content = content_of(path);
         const auto number = [](quint32 value) {
             QByteArray bytes(4, '\0');
@@ -117,7 +117,7 @@ private slots:
             return bytes;
         };
         const quint32 leaf = quint32(content.size()) / page + 1;
-        content += content.mid((root - 1) * page, page);
+        content += content.mid(root_start, page);
         for (quint32 level = 0; level < 8; ++level) {
             const QByteArray cell = number(leaf + level) + '\x01';
             QByteArray places;
@@ -129,8 +129,7 @@ private slots:
             tree = tree.leftJustified(page - 300 * cell.size(), '\0') + cell.repeated(300);
             content += tree;
         }
-        content.replace((root - 1) * page, page, content.last(page))
-            .replace(28, 4, number(quint32(content.size()) / page));
+        content.replace(root_start, page, content.last(page)).replace(28, 4, number(quint32(content.size()) / page));
         write_file(path, content);
         QElapsedTimer timer;
         timer.start();
