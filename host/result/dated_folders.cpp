@@ -4,6 +4,7 @@
 #include "host/text/failure.h"
 #include "support/shared_texts.h"
 
+#include <QFile>
 #include <QLocale>
 
 #include <algorithm>
