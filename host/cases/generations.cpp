@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QUuid>
 
 #include <algorithm>
 
@@ -15,7 +16,8 @@ const QString prefix = QStringLiteral(".generation-");
 QStringList claims_in(const QString& directory)
 {
     forget_remembered_names(directory);
-    return QDir(directory).entryList({prefix + QLatin1Char('*')}, QDir::Files | QDir::Hidden, QDir::Unsorted);
+    return QDir(directory).entryList({prefix + QLatin1Char('*')}, QDir::AllEntries | QDir::Hidden | QDir::System,
+                                     QDir::Unsorted);
 }
 
 /// Returns the number that a claim's name tells; 0 for any other name.
@@ -27,42 +29,74 @@ qint64 number_in(const QString& name)
                                                                                                              : 0;
 }
 
+QString path_of_claim(const QString& directory, qint64 number)
+{
+    return directory + QLatin1Char('/') + prefix + QString::number(number);
+}
+
+QByteArray text_of_claim(const QString& key)
+{
+    return key.toUtf8() + '\n';
+}
+
 } // namespace
 
-qint64 highest_generation(const QString& directory)
+std::optional<generation_claim> generation_claim::make(const QString& directory, qint64 number)
 {
-    qint64 highest = 0;
+    generation_claim claim(number, QUuid::createUuid().toString(QUuid::WithoutBraces));
+    QString error;
+    claim.second_name = write_private_file(directory, text_of_claim(claim.key()), error);
+    if (claim.second_name.isEmpty()) {
+        refuse(error);
+    }
+    const claim_result made = link_exclusively(claim.second_name, path_of_claim(directory, number));
+    if (made.outcome == claim::exists) {
+        return std::nullopt;
+    }
+    if (made.outcome != claim::made) {
+        refuse(QStringLiteral("cannot claim generation %1 in %2: %3").arg(number).arg(directory, made.error));
+    }
+    return claim;
+}
+
+generation_claim::~generation_claim()
+{
+    if (!second_name.isEmpty()) {
+        QFile::remove(second_name);
+    }
+}
+
+highest_claim look_at_claims(const QString& directory)
+{
+    highest_claim highest;
     for (const QString& name : claims_in(directory)) {
-        highest = std::max(highest, number_in(name));
+        highest.number = std::max(highest.number, number_in(name));
+    }
+    if (highest.number > 0) {
+        const stamped_file file = read_stamped(path_of_claim(directory, highest.number));
+        highest.is_open = file.names > 1;
+        highest.written_ns = file.written_ns;
     }
     return highest;
 }
 
-qint64 claim_generation(const QString& directory, qint64 lowest)
+std::optional<bool> is_claimed(const QString& directory, qint64 number, const QString& key)
 {
-    QString error;
-    const QString file = write_private_file(directory, "generation\n", error);
-    if (file.isEmpty()) {
-        refuse(error);
-    }
-    qint64 number = std::max(lowest, highest_generation(directory) + 1);
-    claim_result made = link_exclusively(file, directory + QLatin1Char('/') + prefix + QString::number(number));
-    while (made.outcome == claim::exists) {
-        number = std::max(number, highest_generation(directory)) + 1;
-        made = link_exclusively(file, directory + QLatin1Char('/') + prefix + QString::number(number));
-    }
-    QFile::remove(file);
-    if (made.outcome != claim::made) {
-        refuse(QStringLiteral("cannot claim generation %1 in %2: %3").arg(number).arg(directory, made.error));
-    }
-    return number;
+    forget_remembered_names(directory);
+    const stamped_file file = read_stamped(path_of_claim(directory, number));
+    return file.error.isEmpty() ? std::optional(file.exists && file.content == text_of_claim(key)) : std::nullopt;
+}
+
+void forget_generation(const QString& directory, qint64 number)
+{
+    QFile::remove(path_of_claim(directory, number));
 }
 
 void forget_generations_below(const QString& directory, qint64 generation)
 {
     for (const QString& name : claims_in(directory)) {
         if (const qint64 number = number_in(name); number > 0 && number < generation) {
-            QFile::remove(directory + QLatin1Char('/') + name);
+            forget_generation(directory, number);
         }
     }
 }

@@ -24,18 +24,22 @@ constexpr qint64 ns_in_ms = 1'000'000;
 constexpr int looks_before_lost = 5;
 constexpr unsigned long ms_between_looks = 40;
 
-// So often it may happen that others claim higher generations while one takes the lease.
-constexpr int most_turns = 50;
+// So often is looked again where others come between, or are just making the lease.
+constexpr int most_turns = 1000;
+constexpr unsigned long ms_between_turns = 10;
+
+// Making a lease is a few calls: whose claim is open for longer has died or was stopped.
+constexpr qint64 longest_making_ns = 3'000 * ns_in_ms;
 
 // Bounds for what a lease says of itself: it may be damaged.
 constexpr int shortest_beat_ms = 20;
 constexpr int longest_beat_ms = 3'600'000;
 constexpr int most_missed_beats = 1000;
 
-QByteArray lease_text(qint64 generation, const lease_times& times)
+QByteArray lease_text(const generation_claim& claim, const lease_times& times)
 {
     // The last key tells two leases of one process apart.
-    return QJsonDocument(QJsonObject{{"generation", generation},
+    return QJsonDocument(QJsonObject{{"generation", claim.number()},
                                      {"node", node_of_this_process()},
                                      {"process", QCoreApplication::applicationPid()},
                                      {"boot", QString::fromLatin1(QSysInfo::bootUniqueId())},
@@ -43,7 +47,7 @@ QByteArray lease_text(qint64 generation, const lease_times& times)
                                      {"beat_ms", times.beat_ms},
                                      {"missed_beats", times.missed_beats},
                                      {"taken_utc", QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs)},
-                                     {"key", QUuid::createUuid().toString(QUuid::WithoutBraces)}})
+                                     {"key", claim.key()}})
         .toJson();
 }
 
@@ -65,23 +69,56 @@ lease_times understand(lease_view& view, const QString& path)
 
 const QString moved_prefix = QStringLiteral(".old-");
 
+QString move_seen_lease(const QString& directory, const QByteArray& content, std::optional<qint64> written_ns);
+
+/// Puts back a lease that was moved by mistake. Whoever gave it up meanwhile has not found it, but took back its claim
+/// before.
+void put_back(const QString& directory, const QString& moved, const QByteArray& content)
+{
+    const QString path = directory + QLatin1String(lease_name);
+    link_exclusively(moved, path);
+    QFile::remove(moved);
+    const QJsonObject object = QJsonDocument::fromJson(content).object();
+    const QString key = object["key"].toString();
+    if (!key.isEmpty() && is_claimed(directory, object["generation"].toInteger(), key) == false) {
+        if (const QString again = move_seen_lease(directory, content, std::nullopt); !again.isEmpty()) {
+            QFile::remove(again);
+        }
+    }
+}
+
 /// Moves the lease to a name of our own if it is still the one that was seen: between a look and a removal it may
 /// become another's. Returns that name; empty when it was not, or was gone.
 QString move_seen_lease(const QString& directory, const QByteArray& content, std::optional<qint64> written_ns)
 {
     const QString path = directory + QLatin1String(lease_name);
+    const auto is_seen_one = [&](const stamped_file& file) {
+        return file.content == content && (!written_ns || *written_ns == file.written_ns);
+    };
+    forget_remembered_names(directory);
+    // Another's that lies there already need not be moved for that.
+    if (!is_seen_one(read_stamped(path))) {
+        return {};
+    }
     const QString moved =
         directory + QLatin1Char('/') + moved_prefix + QUuid::createUuid().toString(QUuid::WithoutBraces);
     if (rename_replacing(path, moved).outcome != claim::made) {
         return {};
     }
     const stamped_file file = read_stamped(moved);
-    if (file.content == content && (!written_ns || *written_ns == file.written_ns)) {
+    if (is_seen_one(file)) {
         return moved;
     }
-    link_exclusively(moved, path);
-    QFile::remove(moved);
+    put_back(directory, moved, file.content);
     return {};
+}
+
+/// True when another task is just making a lease of the highest claim.
+bool is_being_made(const QString& directory, const highest_claim& highest)
+{
+    QString no_time;
+    const auto now = highest.is_open ? time_of_file_server(directory, no_time) : std::nullopt;
+    return now && std::abs(*now - highest.written_ns) < longest_making_ns;
 }
 
 } // namespace
@@ -132,6 +169,7 @@ lease_view look_at_lease(const QString& directory)
 lease::lease(lease&& other) noexcept
     : directory(std::exchange(other.directory, {}))
     , content(std::move(other.content))
+    , key(std::move(other.key))
     , times(other.times)
     , number(other.number)
 {
@@ -143,6 +181,7 @@ lease& lease::operator=(lease&& other) noexcept
         release();
         directory = std::exchange(other.directory, {});
         content = std::move(other.content);
+        key = std::move(other.key);
         times = other.times;
         number = other.number;
     }
@@ -153,63 +192,72 @@ std::optional<lease> lease::take(const QString& directory, const lease_times& ti
                                  lease_view& holder)
 {
     for (int turn = 0; turn < most_turns; ++turn) {
-        auto taken = take_once(directory, times, lowest_generation, holder);
-        if (!taken) {
+        QThread::msleep(turn > 0 ? ms_between_turns : 0);
+        holder = look_at_lease(directory);
+        if (holder.exists && !holder.is_readable) {
+            refuse(QStringLiteral("cannot read the lease %1").arg(holder.error));
+        }
+        if (holder.is_fresh) {
             return std::nullopt;
         }
+        // After the lease: who saw it go sees by whom.
+        const highest_claim highest = look_at_claims(directory);
+        if (is_being_made(directory, highest)) {
+            continue;
+        }
+        // Of those who saw the same, one alone gets the number.
+        const auto claim = generation_claim::make(
+            directory, std::max({lowest_generation, holder.holder.generation + 1, highest.number + 1}));
+        auto taken = claim ? make(directory, times, *claim, holder) : std::nullopt;
+        if (!taken) {
+            continue;
+        }
         // Whoever claimed a higher number since may have held the lease already, before this one was made.
-        if (highest_generation(directory) <= taken->generation()) {
+        if (look_at_claims(directory).number <= taken->generation()) {
             forget_generations_below(directory, taken->generation());
             return taken;
         }
+        // Before the lease is given back, so that nobody who has moved it aside puts it back for good.
+        forget_generation(directory, taken->generation());
     }
     holder = look_at_lease(directory);
     return std::nullopt;
 }
 
-std::optional<lease> lease::take_once(const QString& directory, const lease_times& times, qint64 lowest_generation,
-                                      lease_view& holder)
+std::optional<lease> lease::make(const QString& directory, const lease_times& times, const generation_claim& claim,
+                                 const lease_view& seen)
 {
-    const QString path = directory + QLatin1String(lease_name);
-    holder = look_at_lease(directory);
-    if (holder.exists && !holder.is_readable) {
-        refuse(QStringLiteral("cannot read the lease %1").arg(holder.error));
-    }
-    if (holder.is_fresh) {
-        return std::nullopt;
-    }
-    lease taken;
-    // Before the old lease is moved away: who then sees none sees the number.
-    taken.number = claim_generation(directory, std::max(lowest_generation, holder.holder.generation + 1));
-    taken.times = times;
-    taken.content = lease_text(taken.number, times);
+    lease made;
+    made.number = claim.number();
+    made.key = claim.key();
+    made.times = times;
+    made.content = lease_text(claim, times);
     QString moved;
-    if (holder.exists) {
-        moved = move_seen_lease(directory, holder.content, holder.written_ns);
+    if (seen.exists) {
+        moved = move_seen_lease(directory, seen.content, seen.written_ns);
         if (moved.isEmpty()) {
-            holder = look_at_lease(directory);
             return std::nullopt;
         }
     }
     QString error;
-    const QString file = write_private_file(directory, taken.content, error);
+    const QString file = write_private_file(directory, made.content, error);
     if (file.isEmpty()) {
         refuse(error);
     }
-    const claim_result made = link_exclusively(file, path);
+    const QString path = directory + QLatin1String(lease_name);
+    const claim_result linked = link_exclusively(file, path);
     QFile::remove(file);
     if (!moved.isEmpty()) {
         QFile::remove(moved);
     }
-    if (made.outcome == claim::exists) {
-        holder = look_at_lease(directory);
+    if (linked.outcome == claim::exists) {
         return std::nullopt;
     }
-    if (made.outcome != claim::made) {
-        refuse(QStringLiteral("cannot make the lease %1: %2").arg(path, made.error));
+    if (linked.outcome != claim::made) {
+        refuse(QStringLiteral("cannot make the lease %1: %2").arg(path, linked.error));
     }
-    taken.directory = directory;
-    return taken;
+    made.directory = directory;
+    return made;
 }
 
 QString lease::path() const
@@ -238,7 +286,8 @@ std::optional<bool> lease::look_again() const
             return std::nullopt;
         }
         if (file.exists) {
-            return file.content == content;
+            // One that was put back after another had held the lease is held no more.
+            return file.content == content ? is_claimed(directory, number, key) : false;
         }
         QThread::msleep(ms_between_looks);
     }

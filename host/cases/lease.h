@@ -53,6 +53,8 @@ QString node_of_this_process();
 /// Returns the scheduler's number of the job that this process is part of; empty without one.
 QString job_of_this_process();
 
+class generation_claim;
+
 /// The right to work in a directory, held by one process at a time. It is given up when this goes out of scope.
 class lease
 {
@@ -78,14 +80,17 @@ public:
     int beat_ms() const { return times.beat_ms; }
 
 private:
-    static std::optional<lease> take_once(const QString& directory, const lease_times& times, qint64 lowest_generation,
-                                          lease_view& holder);
+    /// Makes the lease of a claimed number where the one that was seen lies, or none; nothing when that changed
+    /// meanwhile.
+    static std::optional<lease> make(const QString& directory, const lease_times& times, const generation_claim& claim,
+                                     const lease_view& seen);
     QString path() const;
     /// True when the file says that this process holds it, false when it says otherwise, nothing when it says nothing.
     std::optional<bool> look_again() const;
 
     QString directory; ///< empty when nothing is held
     QByteArray content;
+    QString key; ///< of the claim of its number
     lease_times times;
     qint64 number = 0;
 };

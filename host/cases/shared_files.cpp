@@ -130,6 +130,7 @@ stamped_file read_open_file(const QString& path, int descriptor)
         reason = QStringLiteral("not a regular file");
     } else {
         file.written_ns = written_ns_of(facts);
+        file.names = facts.st_nlink;
         file.content = content_of_descriptor(descriptor, reason);
     }
     file.error = reason.isEmpty() ? QString() : line_for(path, reason);

@@ -49,6 +49,7 @@ struct stamped_file
 {
     QByteArray content;
     qint64 written_ns = 0;
+    quint64 names = 0; ///< that it has
     bool exists = false;
     QString error; ///< one line with the path when there is something that cannot be read
 };

@@ -65,7 +65,6 @@ private slots:
     void one_of_many_gets_it()
     {
         QFETCH(bool, is_stale_one_there);
-        int rounds_held = 0;
         for (int round = 0; round < 20; ++round) {
             QTemporaryDir directory;
             if (is_stale_one_there) {
@@ -85,12 +84,8 @@ private slots:
             for (const std::optional<lease>& mine : leases) {
                 held += mine && mine->is_held() ? 1 : 0;
             }
-            // Where a lost task's lease is moved away, one that was given up may be put back: then all come again
-            // later.
-            QVERIFY2(is_stale_one_there ? held <= 1 : held == 1, QByteArray::number(held).constData());
-            rounds_held += held;
+            QCOMPARE(held, 1);
         }
-        QVERIFY(rounds_held > 0);
     }
 
     void the_next_attempt_has_a_name_that_is_read_back()
@@ -212,7 +207,7 @@ private slots:
         }
         QVERIFY(generations.size() > 1); // how often depends on how the threads meet
         QVERIFY(std::is_sorted(generations.begin(), generations.end(), std::less_equal<>()));
-        QVERIFY(highest_generation(directory.path()) >= generations.back());
+        QVERIFY(look_at_claims(directory.path()).number >= generations.back());
     }
 
     void a_lost_attempt_does_not_count()
