@@ -81,15 +81,17 @@ rows_by_store rows_by_store_of(const row_check_request& request)
 /// By position, and where the stores have run out that of the same user.
 void pair_up(const rows_by_store& rows_of, const found_sources& found, std::vector<store_pair>& pairs)
 {
+    std::map<QByteArray, const found_sources::store_file*> of_user;
+    for (const found_sources::store_file& store : found.stores) {
+        of_user.emplace(store.user, &store);
+    }
     for (std::size_t i = 0; i < found.versions.size(); ++i) {
         const found_sources::version_directory& version = found.versions[i];
-        auto store = found.stores.begin() + static_cast<std::ptrdiff_t>(std::min(i, found.stores.size()));
-        if (store == found.stores.end()) {
-            store = std::find_if(found.stores.begin(), found.stores.end(),
-                                 [&version](const found_sources::store_file& one) { return one.user == version.user; });
-        }
-        const auto rows =
-            store == found.stores.end() ? rows_of.end() : rows_of.find(std::pair(store->user, store->name));
+        const auto own = of_user.find(version.user);
+        const found_sources::store_file* store = i < found.stores.size() ? &found.stores[i]
+                                                 : own != of_user.end()  ? own->second
+                                                                         : nullptr;
+        const auto rows = store == nullptr ? rows_of.end() : rows_of.find(std::pair(store->user, store->name));
         if (rows != rows_of.end()) {
             pairs.push_back({version.user, version.path, rows->second});
         }
