@@ -90,12 +90,15 @@ run_record begin_record(const run_options& options, const run_plan& plan, const 
     return record;
 }
 
-/// Without a manifest, what is not as it should be is told by the record alone.
-void add_what_is_missing(const verification_result& found, run_record& record)
+/// Without a manifest, what is not as it should be is told by the record alone; what is no copy has no line there.
+void add_what_no_manifest_tells(const verification_result& found, bool has_manifest, run_record& record)
 {
-    const qint64 count = found.failure_count + found.surplus_count;
-    if (count > 0) {
-        record.add_error(QStringLiteral("%1 files are not copied as they should be").arg(count));
+    if (found.failure_count > 0 && !has_manifest) {
+        record.add_error(QStringLiteral("%1 files are not copied as they should be").arg(found.failure_count));
+    }
+    if (found.surplus_count > 0) {
+        record.add_error(QStringLiteral("%1 files lie among the copies and are none that counts, the first of them %2")
+                             .arg(QString::number(found.surplus_count), manifest_text(found.surplus.front())));
     }
 }
 
@@ -114,9 +117,8 @@ try {
     for (const QString& problem : found.problems) {
         record.add_error(QStringLiteral("not all users could be looked at: ") + problem);
     }
-    if (options.no_verify) {
-        add_what_is_missing(found, record);
-    } else if (!found.cancelled) {
+    add_what_no_manifest_tells(found, !options.no_verify, record);
+    if (!options.no_verify && !found.cancelled) {
         record.verification = found.summary;
     }
 } catch (const failure& unwritten) {

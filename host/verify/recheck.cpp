@@ -8,6 +8,9 @@
 
 #include <QFile>
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 /// One entry of the manifest on its way through the pipeline.
@@ -160,10 +163,13 @@ private:
     bool find_unknown_copies()
     {
         known_copies.add(request.result.relative(request.result.database()));
-        const QByteArray artifacts = request.result.relative(request.result.artifacts());
-        return quiet_stat(child_path(result_root, artifacts)).kind == entry_kind::absent ||
-               find_unknown(result_root, artifacts, known_copies, finding_place::copy,
-                            "the manifest knows no such file: it came after the run, or has no source");
+        const std::array places{request.result.artifacts(), request.result.evidence()};
+        return std::all_of(places.begin(), places.end(), [this](const QString& place) {
+            const QByteArray directory = request.result.relative(place);
+            return quiet_stat(child_path(result_root, directory)).kind == entry_kind::absent ||
+                   find_unknown(result_root, directory, known_copies, finding_place::copy,
+                                "the manifest knows no such file: it came after the run, or has no source");
+        });
     }
 
     bool find_unknown_sources()

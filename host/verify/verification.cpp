@@ -1,8 +1,10 @@
 #include "host/verify/verification.h"
 
+#include "host/files/file_tree.h"
 #include "host/verify/copy_assignment.h"
 #include "host/verify/copy_comparison.h"
 #include "host/verify/ordered_pipeline.h"
+#include "host/verify/stray_files.h"
 
 #include <QDir>
 #include <QFile>
@@ -26,6 +28,15 @@ void take_in(verification_result& result, const copy_pair& pair)
     if (pair.time_refused && ++result.time_refused_count == 1) {
         result.time_refused = entry;
     }
+}
+
+std::set<QByteArray> copy_directories_of(const copy_assignment& assignment)
+{
+    std::set<QByteArray> directories;
+    for (const copied_user& user : assignment.users) {
+        directories.insert(user.copy_directory);
+    }
+    return directories;
 }
 
 /// Carries out a pair's task, with as little reading as the request asks for.
@@ -68,7 +79,8 @@ verification_result verify_copies(const verification_request& request,
 {
     const QByteArray source = absolute_path(request.source);
     const QByteArray result = request.result.native_root();
-    copy_assignment assignment = assign_copies(source, request.result, request.users, request.unnamed_users);
+    const QByteArray evidence = request.result.relative(request.result.evidence());
+    const copy_assignment assignment = assign_copies(source, request.result, request.users, request.unnamed_users);
 
     verification_result found;
     found.notes = assignment.notes;
@@ -79,8 +91,18 @@ verification_result verify_copies(const verification_request& request,
         writer.emplace(request.result);
     }
     {
+        const auto add_surplus = [&found](const QByteArray& copy) {
+            if (++found.surplus_count <= qint64(most_named_failures)) {
+                found.surplus.push_back(copy);
+            }
+            return true;
+        };
+        path_set kept;
         const auto finished = [&](const copy_pair& pair) {
             take_in(found, pair);
+            if (is_at_or_below(pair.entry.copy, evidence)) {
+                kept.add(pair.entry.copy);
+            }
             if (writer) {
                 writer->write(pair.entry);
             }
@@ -89,14 +111,9 @@ verification_result verify_copies(const verification_request& request,
             complete(request, source, result, pair, tools, stop);
         };
         ordered_pipeline<copy_pair> pipeline(complete_one, {finished, progress, cancelled});
-        const pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); },
-                                   [&](const QByteArray& copy) {
-                                       if (++found.surplus_count <= qint64(most_named_failures)) {
-                                           found.surplus.push_back(copy);
-                                       }
-                                       return true;
-                                   }};
-        found.cancelled = !walk_copy_pairs(source, result, std::move(assignment.users), visitor) || !pipeline.drain();
+        const pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); }, add_surplus};
+        found.cancelled = !walk_copy_pairs(source, result, assignment.users, visitor) || !pipeline.drain() ||
+                          !find_stray_files(request.result, copy_directories_of(assignment), kept, add_surplus);
     }
     if (found.cancelled) {
         return found;

@@ -30,7 +30,7 @@ struct verification_result
     verification_summary summary;
     std::vector<manifest_entry> failures; ///< the first faults
     qint64 failure_count = 0;             ///< all of them
-    std::vector<QByteArray> surplus;      ///< the first copies without a source, relative to the result
+    std::vector<QByteArray> surplus;      ///< the first files among the copies that are none, relative to the result
     qint64 surplus_count = 0;
     manifest_entry time_refused; ///< the first equal copy that did not take the source's modification time
     qint64 time_refused_count = 0;
@@ -39,7 +39,7 @@ struct verification_result
     bool cancelled = false;
 };
 
-/// The most failures, and the most copies without a source, that a result names.
+/// The most failures, and the most files that are no copies, that a result names.
 inline constexpr std::size_t most_named_failures = 20;
 
 /// Returns what verify_copies() is going to report as done: the files below the Mail directories and their bytes. 0

@@ -27,7 +27,7 @@ QStringList verification_complaints(const verification_result& result)
     append_named(lines, named, result.failure_count);
     named.clear();
     for (const QByteArray& copy : result.surplus) {
-        named += manifest_text(copy) + QStringLiteral(": there is nothing in the source that this is a copy of");
+        named += manifest_text(copy) + QStringLiteral(": lies among the copies and is none that counts");
     }
     append_named(lines, named, result.surplus_count);
     if (result.time_refused_count > 0) {
