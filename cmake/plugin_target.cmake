@@ -70,6 +70,7 @@ add_library(extractor_objects OBJECT
     support/sqlite_limits.cpp
     support/sqlite_limits.h
     support/text_conversions.cpp
+    support/thread_time.h
     support/time_conversions.cpp
     support/working_copies.cpp)
 target_include_directories(extractor_objects PUBLIC "${CMAKE_SOURCE_DIR}")

@@ -98,11 +98,11 @@ sqlite_limits::~sqlite_limits()
 
 void sqlite_limits::stop()
 {
-    left -= timer.nsecsElapsed();
-    timer.invalidate();
+    left -= thread_time() - *begun;
+    begun.reset();
 }
 
 bool sqlite_limits::is_over() const
 {
-    return (timer.isValid() ? left - timer.nsecsElapsed() : left) <= 0;
+    return (begun ? left - (thread_time() - *begun) : left) <= 0;
 }

@@ -1,11 +1,15 @@
 #pragma once
 
-#include <QElapsedTimer>
+#include "support/thread_time.h"
+
 #include <QSqlDatabase>
+
+#include <optional>
 
 struct sqlite3;
 
-/// Bounds what the statements of one connection may take in time and memory, for as long as it lives.
+/// Bounds what the statements of one connection may take in memory and in working time of their thread, for as long as
+/// it lives.
 ///
 /// SQL alone cannot stop a statement, so this hands the handle of Qt's driver to SQLite itself. Where the driver brings
 /// an SQLite of its own, time is not bounded, and memory by a limit that only ever falls and holds for the whole
@@ -19,7 +23,7 @@ public:
     Q_DISABLE_COPY_MOVE(sqlite_limits)
 
     /// Begins to count time, as a statement does.
-    void start() { timer.start(); }
+    void start() { begun = thread_time(); }
     /// Takes the time since start() off what is left.
     void stop();
     /// True when nothing is left; also while time is counted.
@@ -29,5 +33,5 @@ private:
     sqlite3* handle = nullptr;
     qint64 previous_heap_limit = 0;
     qint64& left;
-    QElapsedTimer timer;
+    std::optional<qint64> begun; ///< while time is counted
 };

@@ -2,6 +2,7 @@
 
 #include "host/evidence/evidence_failure.h"
 #include "host/text/display_text.h"
+#include "support/thread_time.h"
 
 #include <QThread>
 
@@ -73,7 +74,7 @@ evidence_database::evidence_database(const evidence_copies& copies, log_use use,
     : origin(copies.origin())
     , file_bytes(copies.bytes())
     , limits(taken)
-    , deadline(taken.milliseconds * (file_bytes / size_that_the_time_is_for + 1))
+    , end_of_work(thread_time() + taken.milliseconds * (file_bytes / size_that_the_time_is_for + 1) * 1'000'000)
     , memory(taken.heap_bytes)
     , files(copies.directory(use))
 {
@@ -127,7 +128,12 @@ void evidence_database::forbid_what_is_not_reading()
 
 bool evidence_database::has_to_end() const
 {
-    return deadline.hasExpired() || limits.cancelled();
+    return is_over() || limits.cancelled();
+}
+
+bool evidence_database::is_over() const
+{
+    return thread_time() >= end_of_work;
 }
 
 void evidence_database::fail(int code) const
@@ -135,9 +141,9 @@ void evidence_database::fail(int code) const
     const auto reason = [&]() -> QString {
         switch (code & 0xFF) {
         case SQLITE_INTERRUPT:
-            return deadline.hasExpired() ? QStringLiteral("reading it takes too long: given up after %1 seconds")
-                                               .arg(limits.milliseconds / 1000)
-                                         : QStringLiteral("cancelled");
+            return is_over() ? QStringLiteral("reading it takes too long: given up after %1 seconds")
+                                   .arg(limits.milliseconds / 1000)
+                             : QStringLiteral("cancelled");
         case SQLITE_NOMEM:
             return QStringLiteral("reading it takes more than %1 bytes of memory").arg(limits.heap_bytes);
         case SQLITE_TOOBIG:
@@ -218,7 +224,10 @@ QString evidence_database::first_damage(const char* name) const
         return QStringLiteral("%1 has too many pages to be checked").arg(QLatin1String(name));
     }
     QString damage;
+    const qint64 left = end_of_work - thread_time();
+    qint64 worked = 0;
     const auto check = [&] {
+        end_of_work = thread_time() + left;
         try {
             evidence_rows answer = select("PRAGMA quick_check(" + quoted(name) + ')');
             if (answer.next() && answer.bytes(0) != "ok") {
@@ -227,11 +236,13 @@ QString evidence_database::first_damage(const char* name) const
         } catch (const evidence_failure& failure) {
             damage = failure.message();
         }
+        worked = thread_time();
     };
     const std::unique_ptr<QThread> thread(QThread::create(check));
     thread->setStackSize(uint(stack));
     thread->start();
     thread->wait();
+    end_of_work = thread_time() + left - worked;
     return damage;
 }
 

@@ -6,7 +6,6 @@
 #include "host/evidence/evidence_rows.h"
 
 #include <QByteArrayList>
-#include <QDeadlineTimer>
 #include <QString>
 #include <QStringList>
 
@@ -45,7 +44,7 @@ public:
     /// Runs one SELECT over tables that table() admitted. Throws an evidence_failure when it cannot be prepared.
     evidence_rows select(const QByteArray& statement) const;
 
-    /// True when its time is over or the work is cancelled.
+    /// True when its time is over or the work is cancelled; to be asked on the thread that opened it.
     bool has_to_end() const;
     /// Throws an evidence_failure with the database's path and what an SQLite result code means here.
     [[noreturn]] void fail(int code) const;
@@ -71,12 +70,13 @@ private:
     void forbid_what_is_not_reading();
     evidence_table look_at(const char* name) const;
     QString first_damage(const char* name) const;
+    bool is_over() const;
     QString what_else_it_is(const char* name) const;
 
     QString origin;
     qint64 file_bytes = 0;
     evidence_limits limits;
-    QDeadlineTimer deadline;
+    mutable qint64 end_of_work; ///< by the thread that reads
     memory_limit memory;
     confined_files files;
     std::unique_ptr<sqlite3, closer> connection;

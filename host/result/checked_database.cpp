@@ -2,6 +2,7 @@
 
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
+#include "support/thread_time.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -15,7 +16,7 @@ namespace {
 
 // A forged tree of pages may have more rows than there are atoms, however few its bytes are. An honest result of some
 // hundred megabytes is read in seconds, with a few steps of SQLite a byte and fewer rows than it has bytes by far.
-constexpr qint64 milliseconds = 30'000;
+constexpr qint64 nanoseconds = 30'000'000'000; // of the thread's work
 constexpr qint64 size_that_the_time_is_for = qint64(256) << 20;
 constexpr qint64 steps_a_byte = 20;
 constexpr qint64 steps_of_any = 1'000'000;
@@ -99,7 +100,7 @@ void checked_database::closer::operator()(sqlite3* open) const
 checked_database::checked_database(const QString& path, const QString& shown_path, bool as_it_is)
     : shown(shown_path)
     , size(QFileInfo(path).size())
-    , deadline(milliseconds * (1 + size / size_that_the_time_is_for))
+    , end_of_work(thread_time() + nanoseconds * (1 + size / size_that_the_time_is_for))
     , looks_left((steps_of_any + steps_a_byte * size) / steps_between_looks)
     , most_rows(rows_of_any + size / bytes_a_row)
 {
@@ -129,7 +130,7 @@ checked_database::checked_database(const QString& path, const QString& shown_pat
 
 bool checked_database::has_to_end()
 {
-    return --looks_left < 0 || deadline.hasExpired();
+    return --looks_left < 0 || thread_time() >= end_of_work;
 }
 
 checked_database::~checked_database()

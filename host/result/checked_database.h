@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QDeadlineTimer>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -63,9 +62,9 @@ private:
     bool has_to_end();
 
     QString shown;
-    qint64 size; ///< bytes of the file
-    QDeadlineTimer deadline;
-    qint64 looks_left; ///< at the clock
-    qint64 most_rows;  ///< of one statement
+    qint64 size;        ///< bytes of the file
+    qint64 end_of_work; ///< by the thread that reads
+    qint64 looks_left;  ///< at the clock
+    qint64 most_rows;   ///< of one statement
     std::unique_ptr<sqlite3, closer> connection;
 };

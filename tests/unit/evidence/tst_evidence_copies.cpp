@@ -97,6 +97,7 @@ private slots:
     void a_tree_of_any_depth_is_checked();
     void limits_hold_data();
     void limits_hold();
+    void waiting_is_no_work();
     void ends_between_two_rows_too();
 };
 
@@ -278,6 +279,20 @@ void tst_evidence_copies::limits_hold()
     QFETCH(QString, reason);
     const QString message = failure_of(database, statement);
     QVERIFY2(message.contains(reason), qUtf8Printable(message));
+}
+
+void tst_evidence_copies::waiting_is_no_work()
+{
+    const fixture made;
+    build(made, "CREATE TABLE t(a); INSERT INTO t VALUES(1), (2)");
+    evidence_limits limits;
+    limits.milliseconds = 500;
+    const evidence_copies copies = made.copies();
+    const evidence_database database(copies, log_use::with_log, limits);
+    evidence_rows rows = database.select("SELECT a FROM t");
+    QVERIFY(rows.next());
+    QTest::qSleep(600);
+    QVERIFY(rows.next());
 }
 
 void tst_evidence_copies::ends_between_two_rows_too()
