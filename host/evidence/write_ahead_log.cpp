@@ -67,6 +67,7 @@ private:
     pair_of_numbers salts{};
     pair_of_numbers sum{};
     qint64 unfinished_at = -1; ///< the first frame of a change whose end has not come
+    qint64 sound_frames = 0;   ///< of this round
     quint32 rounds_back = 0;   ///< of the leftover frame seen last; 0 before the first
     QByteArray frame;
 };
@@ -124,6 +125,7 @@ QString log_reader::frame_problem(qint64 begin)
     if (!is_of_this_round || !sum_holds || number_at(frame, 0) == 0) {
         return at(QStringLiteral("a frame whose checksum does not hold"), begin);
     }
+    ++sound_frames;
     const bool ends_change = number_at(frame, 4) != 0;
     unfinished_at = ends_change ? -1 : unfinished_at < 0 ? begin : unfinished_at;
     return {};
@@ -173,6 +175,14 @@ QString log_reader::passed_over()
         return at(
             QStringLiteral("ends before the last of the %1 frames that its index tells of").arg(frames_in_index()),
             file.size());
+    }
+    if (sound_frames < frames_in_index()) {
+        return at(QStringLiteral("not one of the %1 frames that its index tells of").arg(frames_in_index()),
+                  header_size + sound_frames * frame_size);
+    }
+    // A header is written together with the first frame of its round.
+    if (sound_frames == 0 && file.size() > header_size) {
+        return at(QStringLiteral("a frame that does not belong to its header"), header_size);
     }
     return unfinished_at < 0 ? QString() : at(QStringLiteral("a change whose end is not there"), unfinished_at);
 }

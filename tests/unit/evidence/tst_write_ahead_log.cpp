@@ -2,6 +2,7 @@
 #include "tests/common/files.h"
 
 #include <QTest>
+#include <QtEndian>
 
 #include <sqlite3.h>
 
@@ -78,6 +79,11 @@ private slots:
         log.chop(frame_size);
         QCOMPARE(passed_over(log), QString());
         QVERIFY(passed_over(log, index).contains(u"before the last of the 4 frames"_s));
+        // What looks like a frame of an earlier round is none where the index knows better.
+        log.append(log.last(frame_size));
+        qToBigEndian(qFromBigEndian<quint32>(log.constData() + 16) - 7, log.data() + log.size() - frame_size + 8);
+        QVERIFY(passed_over(log, index).contains(u"not one of the 4 frames"_s));
+        log.chop(frame_size);
         // Of another round it tells nothing.
         QCOMPARE(passed_over(log, QByteArray(index).replace(32, 1, "?")), QString());
     }
@@ -99,6 +105,10 @@ private slots:
         row("last frame's salt and page", last, [=](QByteArray& log) {
             flip(last + 8)(log);
             flip(last + 100)(log);
+        });
+        row("the only frame's salt", header_size, [=](QByteArray& log) {
+            log.truncate(header_size + frame_size);
+            qToBigEndian(qFromBigEndian<quint32>(log.constData() + 16) - 7, log.data() + header_size + 8);
         });
         row("cut in a frame", last, [](QByteArray& log) { log.chop(1); });
         row("change without its end", header_size, [](QByteArray& log) { log.truncate(header_size + frame_size); });
