@@ -16,6 +16,7 @@ namespace {
 // Each store is read twice, with its log and without, and the plug-in has read it before: of hostile ones a run takes
 // ten seconds in all.
 constexpr qint64 milliseconds_a_reading = 2000;
+constexpr const char* without_log = " (read without its log)";
 
 // One for each store and each state of it would be four.
 constexpr qsizetype most_rows_of_one_account = 20;
@@ -145,10 +146,12 @@ store_records user_dossier::read_copy(const evidence_copies& copies, log_use use
         if (content.problems.isEmpty() && copies.problems().isEmpty()) {
             dossier.stores.push_back({user, name, keys_of(content)});
         }
-        for (const QString& problem : content.problems) {
-            dossier.problems.append(
-                problem.startsWith(copies.origin()) ? problem : QStringLiteral("%1: %2").arg(copies.origin(), problem));
-        }
+    }
+    const QString where = use == log_use::alone ? QLatin1String(without_log) : QString();
+    for (const QString& problem : content.problems) {
+        dossier.problems.append(
+            (problem.startsWith(copies.origin()) ? problem : QStringLiteral("%1: %2").arg(copies.origin(), problem)) +
+            where);
     }
     return make_account_records(content, folder_identifiers);
 }
@@ -165,7 +168,7 @@ void user_dossier::read_store(const QByteArray& name, const QByteArray& path)
         try {
             alone = read_copy(copies, log_use::alone, name);
         } catch (const evidence_failure& failure) {
-            dossier.problems.append(failure.message() + QStringLiteral(" (read without its log)"));
+            dossier.problems.append(failure.message() + QLatin1String(without_log));
         }
     }
     using row_key = std::pair<qint64, QString>;

@@ -3,6 +3,27 @@
 #include <sqlite3.h>
 
 #include <atomic>
+#include <map>
+
+namespace {
+
+/// The system's own handling of an open file but for the reading.
+struct exact_reading
+{
+    sqlite3_io_methods methods = {}; // first, so that a file's methods lead here
+    const sqlite3_io_methods* system = nullptr;
+
+    static int read(sqlite3_file* file, void* data, int size, sqlite3_int64 begin)
+    {
+        const auto& own = *reinterpret_cast<const exact_reading*>(file->pMethods);
+        sqlite3_int64 end = 0;
+        const int code = own.system->xRead(file, data, size, begin);
+        const bool is_there = code == SQLITE_IOERR_SHORT_READ && own.system->xFileSize(file, &end) == SQLITE_OK;
+        return is_there && begin + size <= end ? SQLITE_IOERR_READ : code;
+    }
+};
+
+} // namespace
 
 struct confined_files::access
 {
@@ -10,8 +31,22 @@ struct confined_files::access
     sqlite3_vfs* system = nullptr;
     QByteArray name;
     QByteArray directory; ///< ends in "/"
+    std::map<const sqlite3_io_methods*, exact_reading> readings;
 
     static access& of(sqlite3_vfs* vfs) { return *static_cast<access*>(vfs->pAppData); }
+
+    int open(const char* path, sqlite3_file* file, int flags, int* out_flags)
+    {
+        const int code = system->xOpen(system, path, file, flags, out_flags);
+        if (code == SQLITE_OK) {
+            exact_reading& reading = readings[file->pMethods];
+            reading.system = file->pMethods;
+            reading.methods = *file->pMethods;
+            reading.methods.xRead = exact_reading::read;
+            file->pMethods = &reading.methods;
+        }
+        return code;
+    }
 
     bool admits(const char* path) const
     {
@@ -35,10 +70,9 @@ confined_files::confined_files(const QByteArray& directory) : state(std::make_un
     vfs.pAppData = state.get();
     // A file without a name is a temporary one, which the system's access places and removes by itself.
     vfs.xOpen = [](sqlite3_vfs* self, const char* path, sqlite3_file* file, int flags, int* out_flags) {
-        const access& own = access::of(self);
+        access& own = access::of(self);
         file->pMethods = nullptr;
-        return path != nullptr && !own.admits(path) ? SQLITE_CANTOPEN
-                                                    : own.system->xOpen(own.system, path, file, flags, out_flags);
+        return path != nullptr && !own.admits(path) ? SQLITE_CANTOPEN : own.open(path, file, flags, out_flags);
     };
     vfs.xDelete = [](sqlite3_vfs* self, const char* path, int synchronise) {
         const access& own = access::of(self);

@@ -6,7 +6,8 @@
 
 /// SQLite's access to files, confined to one directory: nothing outside of it is opened, examined or deleted. A forged
 /// rollback journal could otherwise name any file of this machine as the journal it belongs to, and SQLite deletes
-/// such a file after the rollback.
+/// such a file after the rollback. And what is there to be read but cannot be had is an error: SQLite would take zeros
+/// for it.
 class confined_files
 {
 public:
