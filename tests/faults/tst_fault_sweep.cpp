@@ -27,10 +27,10 @@ QByteArrayList forms_of(const QByteArray& kind)
 }
 
 /// A path's name as a message may spell it: without what temporary files and companions have at their end. A file that
-/// has no name yet is spoken of by its folder, a copy in the place for temporary files by the database that it is of.
+/// has no name yet is spoken of by its folder, the place for temporary files by the database that is copied there.
 QByteArray spoken_name(const QByteArray& path)
 {
-    if (path.startsWith("scratch/")) {
+    if (path.startsWith("scratch")) {
         return "sqlite";
     }
     static const QRegularExpression unnamed("/#\\d+( \\(deleted\\))?$");
