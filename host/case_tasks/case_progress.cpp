@@ -24,7 +24,6 @@ void write_to_standard_error(const QString& text)
 
 case_progress::case_progress(qsizetype sources, progress_style shown_as) : total(sources), style(shown_as)
 {
-    since_start.start();
     since_shown.start();
 }
 
@@ -33,9 +32,10 @@ case_progress::~case_progress()
     remove_drawn();
 }
 
-void case_progress::ended(const QString& label, const QString& text)
+void case_progress::ended(const QString& label, const QString& text, qint64 took_ms)
 {
     ++done;
+    milliseconds += took_ms;
     if (total == 1) {
         // The command itself says it.
         remove_drawn();
@@ -60,7 +60,7 @@ void case_progress::update(const std::function<QList<source_at_work>()>& at_work
     if (sources.size() > most_shown) {
         lines.append(QStringLiteral("and %1 more at work").arg(sources.size() - most_shown));
     }
-    lines.append(text_for_all());
+    lines.append(text_for_all(sources));
     if (style == progress_style::bar) {
         draw(lines);
     } else {
@@ -68,14 +68,19 @@ void case_progress::update(const std::function<QList<source_at_work>()>& at_work
     }
 }
 
-QString case_progress::text_for_all() const
+QString case_progress::text_for_all(const QList<source_at_work>& at_work) const
 {
     QString text = QStringLiteral("%1 of %2 sources done").arg(done).arg(total);
-    if (done > 0 && done < total) {
-        const qint64 left_ms = since_start.elapsed() / done * (total - done);
-        text += QStringLiteral(", %1 left").arg(duration_text(left_ms / 1000));
+    if (done == 0 || at_work.isEmpty()) {
+        return text;
     }
-    return text;
+    // Each of those that are left takes as long as those that are done did, and as many are at work at a time as now.
+    const qint64 mean_ms = milliseconds / done;
+    qint64 left_ms = mean_ms * (total - done - at_work.size());
+    for (const source_at_work& source : at_work) {
+        left_ms += std::max<qint64>(mean_ms - source.milliseconds, 0);
+    }
+    return left_ms > 0 ? text + QStringLiteral(", %1 left").arg(duration_text(left_ms / at_work.size() / 1000)) : text;
 }
 
 void case_progress::show(const QString& line)

@@ -11,7 +11,8 @@
 struct source_at_work
 {
     QString label;
-    QString progress; ///< how far it says that it is; empty as long as it says nothing
+    QString progress;        ///< how far it says that it is; empty as long as it says nothing
+    qint64 milliseconds = 0; ///< so long already
 };
 
 /// Shows on standard error how far a case is: a line a source that is at work, one when it ends, and one for all.
@@ -22,13 +23,13 @@ public:
     ~case_progress();
     Q_DISABLE_COPY_MOVE(case_progress)
 
-    /// Tells how a source ended: its label and what to say of it.
-    void ended(const QString& label, const QString& text);
+    /// Tells how a source ended: its label, what to say of it, and how long it took.
+    void ended(const QString& label, const QString& text, qint64 milliseconds);
     /// Shows how far all are when it is time to; only then `at_work` is asked.
     void update(const std::function<QList<source_at_work>()>& at_work);
 
 private:
-    QString text_for_all() const;
+    QString text_for_all(const QList<source_at_work>& at_work) const;
     void show(const QString& line);
     void draw(const QStringList& lines);
     void remove_drawn();
@@ -36,8 +37,8 @@ private:
     qsizetype total;
     progress_style style;
     qsizetype done = 0;
-    qsizetype drawn = 0; ///< lines on the terminal that go again
-    QElapsedTimer since_start;
+    qsizetype drawn = 0;     ///< lines on the terminal that go again
+    qint64 milliseconds = 0; ///< of those that are done together
     QElapsedTimer since_shown;
 };
 

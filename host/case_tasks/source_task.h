@@ -56,6 +56,8 @@ public:
 
     /// Returns how far the extraction says that it is; empty as long as it says nothing.
     QString progress() const { return current ? last_progress(current->log()) : QString(); }
+    /// Returns how long it is at work.
+    qint64 milliseconds() const { return since_start.elapsed(); }
 
 private:
     std::optional<task_outcome> done_already();

@@ -122,14 +122,14 @@ private:
     void end(qsizetype place, const task_outcome& outcome)
     {
         outcomes[place] = outcome;
-        shown.ended(label_of(sources[place]), outcome_text(outcome));
+        shown.ended(label_of(sources[place]), outcome_text(outcome), outcome.record.milliseconds);
     }
 
     QList<source_at_work> at_work() const
     {
         QList<source_at_work> tasks;
         for (const placed_task& placed : running) {
-            tasks.append({label_of(sources[placed.place]), placed.task->progress()});
+            tasks.append({label_of(sources[placed.place]), placed.task->progress(), placed.task->milliseconds()});
         }
         return tasks;
     }

@@ -10,6 +10,7 @@
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
@@ -27,12 +28,14 @@ struct running_verification
     const overview_entry* entry = nullptr;
     QString log;
     std::unique_ptr<QProcess> process;
+    QElapsedTimer since_start;
 };
 
 running_verification begin_verification(const overview_entry& entry, const QString& log_directory)
 {
-    running_verification begun{&entry, log_directory + QLatin1Char('/') + entry.source.number(),
-                               std::make_unique<QProcess>()};
+    running_verification begun{
+        &entry, log_directory + QLatin1Char('/') + entry.source.number(), std::make_unique<QProcess>(), {}};
+    begun.since_start.start();
     start_own_program(*begun.process,
                       {QStringLiteral("verify"), QStringLiteral("--result"), entry.status.result,
                        QStringLiteral("--expect"), entry.status.attempt.seal_sha256},
@@ -52,7 +55,7 @@ bool conclude(const running_verification& ended, case_progress& shown)
             QStringLiteral("does not fit: ") + (text.isEmpty() ? QStringLiteral("the verification did not end") : text);
         complain(label_of(ended.entry->source) + QStringLiteral(": ") + text);
     }
-    shown.ended(label_of(ended.entry->source), text);
+    shown.ended(label_of(ended.entry->source), text, ended.since_start.elapsed());
     return fits;
 }
 
@@ -83,7 +86,7 @@ qint64 verify_all(const QList<overview_entry>& entries, int jobs, bool quiet)
         shown.update([&running] {
             QList<source_at_work> at_work;
             for (const running_verification& one : running) {
-                at_work.append({label_of(one.entry->source), last_progress(one.log)});
+                at_work.append({label_of(one.entry->source), last_progress(one.log), one.since_start.elapsed()});
             }
             return at_work;
         });
