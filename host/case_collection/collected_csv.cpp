@@ -97,7 +97,8 @@ private:
 std::unique_ptr<sqlite3, closer> open_for_reading(const QString& path)
 {
     sqlite3* opened = nullptr;
-    const int code = sqlite3_open_v2(QFile::encodeName(path).constData(), &opened, SQLITE_OPEN_READONLY, nullptr);
+    const int code = sqlite3_open_v2(QFile::encodeName(path).constData(), &opened,
+                                     SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr);
     std::unique_ptr<sqlite3, closer> database(opened);
     if (code != SQLITE_OK) {
         refuse(QStringLiteral("cannot read %1: %2").arg(path, QString::fromUtf8(sqlite3_errstr(code))));
