@@ -11,25 +11,46 @@ bool begins_with_directory(const QString& path, const QString& directory)
     return path == directory || directory == QLatin1String("/") || path.startsWith(directory + QLatin1Char('/'));
 }
 
-} // namespace
-
-QList<path_mapping> read_mappings(const QStringList& given)
+[[noreturn]] void refuse_mapping(const QString& reason)
 {
-    const QStringList texts = given + qEnvironmentVariable("MAIL_EXTRACT_MAP").split(QLatin1Char(';'));
+    throw command_failure(exit_code::usage, reason);
+}
+
+path_mapping mapping_from(const QString& text)
+{
+    const qsizetype middle = text.indexOf(QLatin1Char('='));
+    const path_mapping mapping{QDir::cleanPath(text.left(middle)), QDir::cleanPath(text.mid(middle + 1))};
+    if (middle < 0 || !QDir::isAbsolutePath(mapping.from) || !QDir::isAbsolutePath(mapping.to)) {
+        refuse_mapping(QStringLiteral("\"%1\" is no mapping FROM=TO of two absolute paths").arg(text));
+    }
+    // What stands for bytes that are no UTF-8 would fit no source, in silence.
+    if (text.contains(QChar::ReplacementCharacter)) {
+        refuse_mapping(QStringLiteral("the mapping \"%1\" is not UTF-8").arg(text));
+    }
+    return mapping;
+}
+
+QList<path_mapping> mappings_from(const QStringList& texts)
+{
     QList<path_mapping> mappings;
     for (const QString& text : texts) {
-        if (text.isEmpty()) {
-            continue;
-        }
-        const qsizetype middle = text.indexOf(QLatin1Char('='));
-        const path_mapping mapping{QDir::cleanPath(text.left(middle)), QDir::cleanPath(text.mid(middle + 1))};
-        if (middle < 0 || !QDir::isAbsolutePath(mapping.from) || !QDir::isAbsolutePath(mapping.to)) {
-            throw command_failure(exit_code::usage,
-                                  QStringLiteral("\"%1\" is no mapping FROM=TO of two absolute paths").arg(text));
+        const path_mapping mapping = mapping_from(text);
+        for (const path_mapping& other : mappings) {
+            if (other.from == mapping.from && other.to != mapping.to) {
+                refuse_mapping(QStringLiteral("%1 is mapped to %2 and to %3").arg(mapping.from, other.to, mapping.to));
+            }
         }
         mappings.append(mapping);
     }
     return mappings;
+}
+
+} // namespace
+
+QList<path_mapping> read_mappings(const QStringList& given)
+{
+    return mappings_from(given) +
+           mappings_from(qEnvironmentVariable("MAIL_EXTRACT_MAP").split(QLatin1Char(';'), Qt::SkipEmptyParts));
 }
 
 QString path_on_this_machine(const QString& case_root, const QString& source, const QList<path_mapping>& mappings)

@@ -97,9 +97,11 @@ private slots:
         qputenv("MAIL_EXTRACT_MAP", "/env=/of env;/env2=/z");
         QTEST(path_on_this_machine("/cases/17", source, read_mappings(given)), "path");
         qunsetenv("MAIL_EXTRACT_MAP");
-        for (const char* bad : {"/a", "a=/b", "/a=", "=/b"}) {
+        for (const char* bad : {"", "/a", "a=/b", "/a=", "=/b"}) {
             QVERIFY(failure_text([bad] { read_mappings({bad}); }).contains("FROM=TO"));
         }
+        QVERIFY(failure_text([] { read_mappings({"/a/=/b", "/c=/d", "/a=/e"}); }).contains("/b and to /e"));
+        QVERIFY(failure_text([] { read_mappings({QFile::decodeName("/a\xff=/b")}); }).contains("UTF-8"));
     }
 };
 
