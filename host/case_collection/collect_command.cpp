@@ -204,10 +204,8 @@ int collect_command(const collect_options& options)
     lease_view holder;
     auto held = lease::take(paths.root(), data.lease, 1, holder);
     if (!held) {
-        throw command_failure(exit_code::held_elsewhere, QStringLiteral("%1: process %2 on %3 is changing this case")
-                                                             .arg(paths.root())
-                                                             .arg(holder.holder.process)
-                                                             .arg(holder.holder.node));
+        throw command_failure(exit_code::held_elsewhere,
+                              QStringLiteral("%1: %2 is changing this case").arg(paths.root(), holder_text(holder)));
     }
     const lease_beats beats(*held);
     QTemporaryDir scratch(scratch_pattern());

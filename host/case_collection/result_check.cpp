@@ -61,6 +61,9 @@ QString sha256_in_seal(const result_paths& result, const QString& path)
 
 QString reason_against_result(const source_status& status)
 {
+    if (const QString reason = reason_against_directory(status.result); !reason.isEmpty()) {
+        return reason;
+    }
     const result_paths result(status.result);
     const std::pair<product, QString> recorded[] = {{product::seal, status.attempt.seal_sha256},
                                                     {product::manifest, status.attempt.manifest_sha256}};

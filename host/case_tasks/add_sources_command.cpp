@@ -35,7 +35,8 @@ public:
         for (const case_source& source : load_case_sources(paths).sources) {
             highest_index = std::max(highest_index, source.index);
             if (!source.is_withdrawn && !source.directory.isEmpty()) {
-                remember(source.index, read_registration(source.directory));
+                remember(source.index, read_registration(source.directory),
+                         path_on_this_machine(paths.root(), source.source, mappings));
             }
         }
     }
@@ -48,6 +49,12 @@ public:
         if (is_directory(QFile::encodeName(path)) && lies_inside(paths.root(), path)) {
             return refuse_source(path, QStringLiteral("the case lies inside it, and a source is only read"));
         }
+        if (path.contains(QChar::ReplacementCharacter) && !is_directory(QFile::encodeName(path))) {
+            return refuse_source(path, QStringLiteral("its path is not UTF-8, and the list of sources must be"));
+        }
+        if (lies_in_results(paths, path)) {
+            return refuse_source(path, QStringLiteral("it lies among the results of the case"));
+        }
         source_fingerprint identity = take_fingerprint(path);
         const QString unreadable = identity.error;
         QStringList lacking = identity.unreadable;
@@ -57,10 +64,12 @@ public:
                 lacking.append(QStringLiteral("%1: the way there cannot be resolved: %2").arg(path, qt_error_string()));
             }
             registration.time_utc = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
-            if (const int other = index_of_same(registration.path, identity); other > 0) {
-                return refuse_source(path,
-                                     QStringLiteral("the case has this source already, with index %1").arg(other));
-            }
+        }
+        if (const int other = index_of_same(registration.path.isEmpty() ? path : registration.path, identity);
+            other > 0) {
+            return refuse_source(path, QStringLiteral("the case has this source already, with index %1").arg(other));
+        }
+        if (unreadable.isEmpty()) {
             registration.identity = std::move(identity);
         }
         write_source(row, registration, stands_already);
@@ -88,11 +97,10 @@ public:
     const source_list& sources() const { return list; }
 
 private:
-    void remember(int index, const registered_source& registration)
+    /// `path` stands for a source that was not there yet.
+    void remember(int index, const registered_source& registration, const QString& path)
     {
-        if (!registration.path.isEmpty()) {
-            index_of_path.insert(registration.path, index);
-        }
+        index_of_path.insert(registration.path.isEmpty() ? path : registration.path, index);
         if (registration.identity) {
             for (const fingerprint_fact& fact : registration.identity->facts) {
                 if (fact.is_distinguishing) {
@@ -138,7 +146,7 @@ private:
         ++unsaved;
         save(false);
         highest_index = *row.index;
-        remember(*row.index, registration);
+        remember(*row.index, registration, path_on_this_machine(paths.root(), row.source, mappings));
         print_line(source_directory_name(*row.index, {}) + QStringLiteral("  ") + row.source);
     }
 
@@ -198,10 +206,8 @@ int add_sources_command(const add_sources_options& options)
     auto held = lease::take(paths.root(), data.lease, 1, holder);
     if (!held) {
         throw command_failure(exit_code::held_elsewhere,
-                              QStringLiteral("%1: process %2 on %3 is changing this case; try again when it is done")
-                                  .arg(paths.root())
-                                  .arg(holder.holder.process)
-                                  .arg(holder.holder.node));
+                              QStringLiteral("%1: %2 is changing this case; try again when it is done")
+                                  .arg(paths.root(), holder_text(holder)));
     }
     const lease_beats beats(*held);
     source_adder adder(paths, options.mappings);

@@ -2,6 +2,7 @@
 
 #include "host/case_tasks/core_places.h"
 #include "host/files/hashing.h"
+#include "host/files/quiet_reading.h"
 #include "host/result/result_database.h"
 #include "host/result/result_paths.h"
 #include "host/result/run_record.h"
@@ -109,6 +110,10 @@ std::optional<task_outcome> source_task::done_already()
                          (status.state == source_state::with_failures && settings.retry != retry_kind::failed);
     replaces_whole = status.has_whole;
     if (!is_done) {
+        const QString whole = task_source.file(QStringLiteral("whole"));
+        if (quiet_stat(QFile::encodeName(whole)).kind == entry_kind::directory) {
+            refuse(QStringLiteral("cannot replace %1: a directory, where a link should be").arg(whole));
+        }
         return std::nullopt;
     }
     return task_outcome{status.attempt, exit_code_for(status.state), true};
@@ -164,7 +169,13 @@ std::optional<task_outcome> source_task::begin_attempt()
 
 std::optional<task_outcome> source_task::check_source()
 {
-    registered_source registration = read_registration(task_source.directory);
+    registered_source registration;
+    try {
+        registration = read_registration(task_source.directory);
+    } catch (const failure& problem) {
+        fail(problem.message());
+        return conclude();
+    }
     const source_fingerprint found = take_fingerprint(record.source);
     QString reason = found.error;
     if (reason.isEmpty() && registration.identity) {
@@ -174,14 +185,38 @@ std::optional<task_outcome> source_task::check_source()
         fail(QStringLiteral("cannot use the source %1: %2").arg(record.source, reason));
         return conclude();
     }
-    if (!registration.identity) {
-        registration.identity = found;
-        registration.path = record.source;
-        registration.time_utc = now_utc();
-        write_registration(task_source.directory, registration);
+    if (!registration.identity && !note_source(registration, found)) {
+        return conclude();
     }
     record.identity = fingerprint_sum(*registration.identity);
     return std::nullopt;
+}
+
+bool source_task::note_source(registered_source& registration, const source_fingerprint& found)
+{
+    const auto refused = [this](const QString& reason) {
+        fail(QStringLiteral("cannot use the source %1: %2").arg(record.source, reason));
+        return false;
+    };
+    if (lies_in_results(settings.paths, record.source)) {
+        return refused(QStringLiteral("it lies among the results of the case"));
+    }
+    const registered_source unknown = registration;
+    registration.identity = found;
+    registration.path = QFile::decodeName(resolved_path(QFile::encodeName(record.source)));
+    registration.time_utc = now_utc();
+    int other = other_index_of(settings.paths, task_source.index, registration);
+    if (other == 0) {
+        write_registration(task_source.directory, registration);
+        // Two tasks may come to note the same at the same time.
+        other = other_index_of(settings.paths, task_source.index, registration);
+        if (other == 0) {
+            before_note = unknown;
+            return true;
+        }
+        write_registration(task_source.directory, unknown);
+    }
+    return refused(QStringLiteral("the case has this source already, with index %1").arg(other));
 }
 
 QStringList source_task::run_arguments() const
@@ -346,6 +381,10 @@ task_outcome source_task::conclude()
             return taken_over();
         }
     } else {
+        if (before_note) {
+            // What could not be extracted may have been the wrong disk.
+            write_registration(task_source.directory, *before_note);
+        }
         current->give_up();
     }
     write_state();

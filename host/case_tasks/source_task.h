@@ -64,6 +64,8 @@ private:
     std::optional<task_outcome> take_lease();
     std::optional<task_outcome> begin_attempt();
     std::optional<task_outcome> check_source();
+    /// Notes what a source is that was not there when it was added; false when the case has it already.
+    bool note_source(registered_source& registration, const source_fingerprint& found);
     std::optional<task_outcome> start_process();
     QStringList run_arguments() const;
     void fail(const QString& reason);
@@ -79,6 +81,7 @@ private:
     std::unique_ptr<lease_beats> beats; ///< of `held`
     std::optional<attempt> current;
     attempt_record record;
+    std::optional<registered_source> before_note; ///< when this attempt noted what the source is
     std::optional<int> core;
     bool replaces_whole = false;
     QProcess process;

@@ -106,9 +106,14 @@ int verify_case_command(const verify_case_options& options)
     QList<overview_entry> entries;
     qint64 damaged = 0;
     for (const overview_entry& entry : overview.entries) {
-        if (has_result(entry.status.state)) {
+        const QString elsewhere =
+            has_result(entry.status.state) ? reason_against_directory(entry.status.result) : QString();
+        if (!elsewhere.isEmpty()) {
+            complain(label_of(entry.source) + QStringLiteral(": ") + elsewhere);
+            ++damaged;
+        } else if (has_result(entry.status.state)) {
             entries.append(entry);
-        } else if (entry.status.has_whole && entry.status.state == source_state::failed) {
+        } else if (entry.status.is_damaged) {
             complain(label_of(entry.source) + QStringLiteral(": ") + entry.status.reason);
             ++damaged;
         }

@@ -1,9 +1,12 @@
 #include "host/cases/case_sources.h"
 
 #include "host/cases/shared_files.h"
+#include "host/files/file_tree.h"
+#include "host/files/quiet_reading.h"
 #include "host/text/failure.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <map>
@@ -94,10 +97,29 @@ registered_source read_registration(const QString& directory)
             object["time_utc"].toString(), identity_in(object)};
 }
 
-std::optional<source_fingerprint> registered_identity(const QString& directory)
+int other_index_of(const case_paths& paths, int index, const registered_source& registration)
 {
-    const read_record_result record = read_record(registration_path(directory));
-    return record.object ? identity_in(*record.object) : std::nullopt;
+    for (const case_source& source : load_case_sources(paths).sources) {
+        if (source.index == index || source.is_withdrawn || source.directory.isEmpty()) {
+            continue;
+        }
+        const registered_source other = read_registration(source.directory);
+        if (other.identity && (other.path == registration.path ||
+                               (registration.identity && is_same_source(*other.identity, *registration.identity)))) {
+            return source.index;
+        }
+    }
+    return 0;
+}
+
+bool lies_in_results(const case_paths& paths, const QString& path)
+{
+    const QByteArray place = resolved_path(QFile::encodeName(path));
+    const auto holds = [&place](const QString& directory) {
+        const QByteArray outer = resolved_path(QFile::encodeName(directory));
+        return !outer.isEmpty() && !place.isEmpty() && is_at_or_below(place, outer);
+    };
+    return holds(paths.results()) || holds(paths.collected());
 }
 
 void write_registration(const QString& directory, const registered_source& registration)

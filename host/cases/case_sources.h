@@ -46,8 +46,12 @@ struct registered_source
 /// Reads it from the directory of a source; throws a failure when it is missing or damaged.
 registered_source read_registration(const QString& directory);
 
-/// Returns what was noted of the source itself; nothing when nothing was, or when it cannot be read.
-std::optional<source_fingerprint> registered_identity(const QString& directory);
+/// Returns the index of another source of the case that is the same, by its path or by what tells sources apart; 0
+/// when there is none. Throws a failure.
+int other_index_of(const case_paths& paths, int index, const registered_source& registration);
+
+/// True for a path among the results of the case, or what was collected from them: it holds copies and is no source.
+bool lies_in_results(const case_paths& paths, const QString& path);
 
 /// Writes it; throws a failure.
 void write_registration(const QString& directory, const registered_source& registration);

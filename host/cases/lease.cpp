@@ -139,6 +139,12 @@ QString job_of_this_process()
     return {};
 }
 
+QString holder_text(const lease_view& view)
+{
+    return view.error.isEmpty() ? QStringLiteral("process %1 on %2").arg(view.holder.process).arg(view.holder.node)
+                                : QStringLiteral("another process (%1)").arg(view.error);
+}
+
 lease_view look_at_lease(const QString& directory)
 {
     const QString path = directory + QLatin1String(lease_name);

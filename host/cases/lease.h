@@ -44,6 +44,9 @@ struct lease_view
     QString error; ///< one line with the path when it cannot be read, understood or judged
 };
 
+/// Returns who has a lease: "process 17 on node3", or what is wrong with it.
+QString holder_text(const lease_view& view);
+
 /// Looks at the lease in a directory. Times are judged by the clock of the machine that holds the directory, never by
 /// that of this one.
 lease_view look_at_lease(const QString& directory);

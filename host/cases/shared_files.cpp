@@ -269,6 +269,14 @@ void forget_remembered_names(const QString& directory)
 
 stamped_file read_stamped(const QString& path)
 {
+    // Opening a device may do something. Of what is not there, or is a file, only opening tells what it is by now.
+    const entry_kind kind = quiet_stat(QFile::encodeName(path)).kind;
+    if (kind != entry_kind::file && kind != entry_kind::absent && kind != entry_kind::unknown) {
+        stamped_file file;
+        file.exists = true;
+        file.error = line_for(path, kind_text(kind) + QStringLiteral(", where a file should be"));
+        return file;
+    }
     const file_descriptor descriptor = open_shared(path, O_RDONLY);
     if (descriptor.is_open()) {
         return read_open_file(path, descriptor.get());
@@ -277,8 +285,7 @@ stamped_file read_stamped(const QString& path)
     const int error = errno;
     file.exists = error != ENOENT;
     if (file.exists) {
-        file.error = line_for(path, error == ELOOP ? QStringLiteral("a link, where a file should be")
-                                                   : system_error_text(error));
+        file.error = line_for(path, system_error_text(error));
     }
     return file;
 }

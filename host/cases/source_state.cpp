@@ -2,6 +2,7 @@
 
 #include "host/cases/shared_files.h"
 #include "host/files/quiet_reading.h"
+#include "host/text/failure.h"
 
 #include <QFile>
 
@@ -52,6 +53,7 @@ void set_failed(source_status& status, const QString& reason)
 {
     status.state = source_state::failed;
     status.reason = reason;
+    status.is_damaged = true;
 }
 
 void take_attempt(source_status& status, const attempt_record& record)
@@ -61,15 +63,24 @@ void take_attempt(source_status& status, const attempt_record& record)
     status.reason = record.reason;
 }
 
-/// True for a record that says, as far as it does, that it is of this source: directories get mixed up when cases are
-/// moved and copied.
-bool is_of_source(const attempt_record& record, const case_source& source)
+/// Returns why a record does not say that it is of this source, as far as it says that: directories get mixed up when
+/// cases are moved and copied. Empty when it does.
+QString reason_against_source(const attempt_record& record, const case_source& source)
 {
+    const QString other =
+        QStringLiteral("it tells of another source than the one that was added with index %1").arg(source.index);
     if (record.index != 0 && record.index != source.index) {
-        return false;
+        return other;
     }
-    const auto registered = registered_identity(source.directory);
-    return record.identity.isEmpty() || !registered || record.identity == fingerprint_sum(*registered);
+    if (record.identity.isEmpty()) {
+        return {};
+    }
+    try {
+        const auto identity = read_registration(source.directory).identity;
+        return identity && record.identity != fingerprint_sum(*identity) ? other : QString();
+    } catch (const failure& problem) {
+        return QStringLiteral("what source it tells of cannot be found out: ") + problem.message();
+    }
 }
 
 /// Takes what "whole" leads to; what it says must be said by the attempt of that name.
@@ -88,10 +99,8 @@ void take_whole(source_status& status, const case_source& source)
         set_failed(status, error);
     } else if (record->attempt != target || (!has_result(record->state) && record->state != source_state::no_mail)) {
         set_failed(status, record_path + QStringLiteral(": it tells of another attempt or of none that ended"));
-    } else if (!is_of_source(*record, source)) {
-        set_failed(status, record_path + QStringLiteral(": it tells of another source than the one that was added with "
-                                                        "index %1")
-                                             .arg(source.index));
+    } else if (const QString reason = reason_against_source(*record, source); !reason.isEmpty()) {
+        set_failed(status, record_path + QStringLiteral(": ") + reason);
     } else {
         take_attempt(status, *record);
         status.result = has_result(record->state) ? source.file(target) : QString();
@@ -160,6 +169,15 @@ std::optional<attempt_record> attempt_from_json(const QJsonObject& object, QStri
     return record;
 }
 
+QString reason_against_directory(const QString& result)
+{
+    const entry_facts facts = quiet_stat(QFile::encodeName(result));
+    return facts.kind == entry_kind::directory
+               ? QString()
+               : QStringLiteral("%1: %2, where the directory of an attempt should be")
+                     .arg(result, facts.kind == entry_kind::unknown ? facts.error : kind_text(facts.kind));
+}
+
 source_status look_at_source(const case_source& source)
 {
     source_status status;
@@ -183,6 +201,7 @@ source_status look_at_source(const case_source& source)
         status.state = source_state::withdrawn;
         status.reason.clear();
         status.result.clear();
+        status.is_damaged = false;
     } else if (status.lease.is_fresh && facts_of(status.state).kind != state_kind::done) {
         status.state = source_state::running;
         status.reason = status.lease.error;

@@ -108,11 +108,16 @@ struct source_status
 {
     source_state state = source_state::waiting;
     QString reason;
-    attempt_record attempt; ///< the one that `state` rests on; empty while waiting
-    QString result;         ///< absolute path of the result; empty unless the state has one
-    bool has_whole = false; ///< "whole" is there, readable or not
+    attempt_record attempt;  ///< the one that `state` rests on; empty while waiting
+    QString result;          ///< absolute path of the result; empty unless the state has one
+    bool has_whole = false;  ///< "whole" is there, readable or not
+    bool is_damaged = false; ///< it failed because what the case keeps of it is missing or damaged
     lease_view lease;
 };
+
+/// Returns why a result's directory is none: a link would lead out of the case, and what it leads to is not taken along
+/// with it. Empty when it is one.
+QString reason_against_directory(const QString& result);
 
 /// Looks at a source: its lease, what "whole" leads to, its state.json. What is damaged makes it failed, with the path
 /// and the reason.

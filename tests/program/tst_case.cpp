@@ -92,6 +92,22 @@ private slots:
                  0);
     }
 
+    void what_was_absent_is_told_apart_later()
+    {
+        const case_fixture fixture(1);
+        QCOMPARE(fixture.run({"add"}, {fixture.source(7), fixture.source(8)}).exit_code, 3);
+        QVERIFY(fixture.run({"add"}, {fixture.source(7)}).errors.contains("with index 2"));
+        write_file(fixture.source(7) + "/private/var/db/.AppleSetupDone");
+        const program_result mapped =
+            fixture.run({"run"}, {"--quiet", "--map", fixture.source(8) + "=" + fixture.source(7)});
+        QVERIFY2(mapped.errors.contains("with index 2"), mapped.errors.constData());
+        QCOMPARE(fixture.states(), (QStringList{"whole", "no mail", "failed"}));
+        // What was refused is not what the source is taken for from then on.
+        write_file(fixture.source(8) + "/private/var/db/.AppleSetupDone");
+        QCOMPARE(fixture.run({"run"}).exit_code, 0);
+        QCOMPARE(fixture.run({"add"}, {fixture.path("results")}).exit_code, 3);
+    }
+
     void damage_is_named_data()
     {
         QTest::addColumn<QString>("file"); // below the case; "1/..." below the results of the first source
@@ -102,6 +118,7 @@ private slots:
         QTest::newRow("list") << "sources.csv" << QByteArray("index\n1\n") << 1;
         QTest::newRow("record of the result") << "1/attempt-1-HOST.json" << QByteArray("[]") << 3;
         QTest::newRow("record of another") << "1/attempt-1-HOST.json" << QByteArray("{\"state\": \"whole\"}") << 3;
+        QTest::newRow("what the source is") << "1/identity.json" << QByteArray("[]") << 3;
         QTest::newRow("state of none") << "2/state.json" << QByteArray("{\"state\": \"perfect\"}") << 3;
         QTest::newRow("state without result") << "2/state.json" << QByteArray("{\"state\": \"whole\"}") << 3;
         QTest::newRow("huge state") << "2/state.json" << QByteArray(2 << 20, ' ') << 3;

@@ -55,6 +55,21 @@ private slots:
         QVERIFY(QFile::exists(fixture.path("collected/../results/0002-EV-2/whole/mail-extract/report.html")));
     }
 
+    void results_elsewhere_are_named()
+    {
+        const case_fixture fixture(2);
+        QCOMPARE(fixture.run({"run"}, {"--jobs", "2"}).exit_code, 0);
+        const QString moved = fixture.results(1, "attempt-1-" + QSysInfo::machineHostName());
+        QVERIFY(QDir().rename(moved, fixture.source(9)) && QFile::link(fixture.source(9), moved));
+        QVERIFY(QFile::remove(fixture.results(2, "whole")));
+        for (const char* command : {"collect", "verify"}) {
+            const program_result checked = fixture.run({command});
+            QCOMPARE(checked.exit_code, 3);
+            QVERIFY2(checked.errors.contains(moved.toUtf8() + ": symbolic link"), checked.errors.constData());
+            QVERIFY2(checked.errors.contains("there is no \"whole\""), checked.errors.constData());
+        }
+    }
+
     void damaged_results_are_named_data()
     {
         QTest::addColumn<QString>("file");
