@@ -3,6 +3,7 @@
 #include "host/text/failure.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <unistd.h>
 
@@ -48,19 +49,24 @@ void known_sources::add(const QByteArray& copy, const known_source& known)
         problems.emplace(copy, known.problem);
     }
     if (!records.isOpen() && !records.open()) {
-        is_lost = true;
+        // Of a file that cannot be made, Qt does not say why.
+        lost = system_error_text(errno);
         return;
     }
     const auto bytes = reinterpret_cast<const char*>(&one);
-    is_lost = is_lost || records.write(bytes, sizeof one) != sizeof one;
+    if (lost.isEmpty() && records.write(bytes, sizeof one) != sizeof one) {
+        lost = records.errorString();
+    }
     entries.push_back({key_of(name), static_cast<quint32>(entries.size())});
 }
 
 void known_sources::complete()
 {
-    if (is_lost || (records.isOpen() && !records.flush())) {
-        refuse(QStringLiteral("cannot keep the hashes of the source in %1: %2")
-                   .arg(records.fileName(), records.errorString()));
+    if (lost.isEmpty() && records.isOpen() && !records.flush()) {
+        lost = records.errorString();
+    }
+    if (!lost.isEmpty()) {
+        refuse(QStringLiteral("cannot keep the hashes of the source in %1: %2").arg(records.fileName(), lost));
     }
     std::sort(entries.begin(), entries.end());
 }

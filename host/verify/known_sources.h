@@ -5,6 +5,7 @@
 #include "host/files/quiet_reading.h"
 
 #include <QByteArray>
+#include <QString>
 #include <QTemporaryFile>
 
 #include <map>
@@ -50,7 +51,7 @@ private:
     QTemporaryFile records;
     std::vector<entry> entries;
     std::map<QByteArray, QByteArray> problems; ///< by copy; few
-    bool is_lost = false;                      ///< a record could not be written
+    QString lost;                              ///< why a record could not be written; empty when all could
 };
 
 /// True when a file still has the size and time that it had when it was copied.
