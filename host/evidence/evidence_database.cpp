@@ -41,6 +41,12 @@ QByteArray quoted(const QByteArray& name)
     return '\'' + QByteArray(name).replace("'", "''") + '\'';
 }
 
+/// The time that is for a size is also for every smaller one.
+qint64 nanoseconds_for(const evidence_limits& limits, qint64 bytes)
+{
+    return limits.milliseconds * std::max(bytes, size_that_the_time_is_for) / size_that_the_time_is_for * 1'000'000;
+}
+
 bool is_declared_as_table(const QByteArray& statement)
 {
     return statement.left(12).toLower() == "create table";
@@ -74,7 +80,7 @@ evidence_database::evidence_database(const evidence_copies& copies, log_use use,
     : origin(copies.origin())
     , file_bytes(copies.bytes())
     , limits(taken)
-    , end_of_work(thread_time() + taken.milliseconds * (file_bytes / size_that_the_time_is_for + 1) * 1'000'000)
+    , end_of_work(thread_time() + nanoseconds_for(taken, file_bytes))
     , memory(taken.heap_bytes)
     , files(copies.directory(use))
 {
