@@ -39,6 +39,11 @@ QString reading_failure()
     return QStringLiteral("cannot be read: ") + system_error_text(errno);
 }
 
+QString ended_early(qint64 end, qint64 size)
+{
+    return QStringLiteral("cannot be read: ended at byte %1 of %2").arg(end).arg(size);
+}
+
 } // namespace
 
 judged_message judge_message_file(const quiet_file& file, bool is_partial)
@@ -51,12 +56,16 @@ judged_message judge_message_file(const quiet_file& file, bool is_partial)
     if (!filled) {
         return {reading_failure(), {}, {}, false};
     }
+    if (const qint64 size = file.facts.size; *filled < std::min<qint64>(head_size, size)) {
+        return {ended_early(*filled, size), {}, {}, false};
+    }
     const message_head head = judge_message_head(QByteArrayView(buffer.data(), *filled), file.facts.size);
     if (!head.problem.isEmpty() || !is_partial) {
         return {head.problem, {}, {}, true};
     }
     emptied_part_finder finder;
-    qint64 left = std::min(head.length, longest_partial_message);
+    const qint64 wanted = std::min(head.length, longest_partial_message);
+    qint64 left = wanted;
     QByteArrayView piece = QByteArrayView(buffer.data(), *filled).sliced(qsizetype(head.begin));
     while (left > 0 && !piece.isEmpty()) {
         piece = piece.first(qsizetype(std::min<qint64>(piece.size(), left)));
@@ -68,10 +77,11 @@ judged_message judge_message_file(const quiet_file& file, bool is_partial)
         }
         piece = QByteArrayView(buffer.data(), *filled);
     }
-    judged_message judged{{}, finder.finish(), {}, true};
     if (left > 0) {
-        judged.problem = QStringLiteral("became shorter while it was read");
-    } else if (head.length > longest_partial_message || !finder.is_complete()) {
+        return {ended_early(head.begin + wanted - left, file.facts.size), {}, {}, false};
+    }
+    judged_message judged{{}, finder.finish(), {}, true};
+    if (head.length > longest_partial_message || !finder.is_complete()) {
         judged.note = QStringLiteral("has more parts than were looked at for absent attachments");
     }
     return judged;
