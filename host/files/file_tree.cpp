@@ -1,8 +1,12 @@
 #include "host/files/file_tree.h"
 
+#include "host/text/display_text.h"
+
 #include <QFile>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -94,6 +98,26 @@ file_amount visible_files_below(const QByteArray& directory, QString& problem)
         return true;
     });
     return found;
+}
+
+QString remove_tree(const QByteArray& path)
+{
+    std::error_code error;
+    std::filesystem::remove_all(path.toStdString(), error);
+    if (!error) {
+        return {};
+    }
+    // It ended at the first entry that it could not remove.
+    QByteArray first = path;
+    while (quiet_stat(first).kind == entry_kind::directory) {
+        const kinds_listing left = quiet_kinds(first);
+        if (left.entries.empty()) {
+            break;
+        }
+        first = child_path(first, left.entries.front().name);
+    }
+    const QString reason = QString::fromLocal8Bit(error.message().c_str());
+    return first == path ? reason : QStringLiteral("%1: %2").arg(display_text(first), reason);
 }
 
 bool is_directory(const QByteArray& path)

@@ -33,6 +33,10 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
 /// path that could not be looked at, and why.
 file_amount visible_files_below(const QByteArray& directory, QString& problem);
 
+/// Removes what lies at a path, with everything below it, following no link. Returns why it stays, with the path of
+/// what could not be removed where that is another one; empty when it is gone.
+QString remove_tree(const QByteArray& path);
+
 /// True for a directory, and for a link that leads to one.
 bool is_directory(const QByteArray& path);
 

@@ -17,11 +17,8 @@ namespace fs = std::filesystem;
 
 void remove_all(const QByteArray& path)
 {
-    std::error_code error;
-    fs::remove_all(path.toStdString(), error);
-    if (error) {
-        refuse(QStringLiteral("cannot remove %1 of the unfinished run: %2")
-                   .arg(QFile::decodeName(path), QString::fromLocal8Bit(error.message().c_str())));
+    if (const QString reason = remove_tree(path); !reason.isEmpty()) {
+        refuse(QStringLiteral("cannot remove %1 of the unfinished run: %2").arg(QFile::decodeName(path), reason));
     }
 }
 

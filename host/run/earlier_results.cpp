@@ -19,11 +19,8 @@ namespace {
 
 void remove_all(const QString& path)
 {
-    std::error_code error;
-    std::filesystem::remove_all(QFile::encodeName(path).toStdString(), error);
-    if (error) {
-        refuse(QStringLiteral("cannot remove %1 of an earlier run: %2")
-                   .arg(path, QString::fromLocal8Bit(error.message().c_str())));
+    if (const QString reason = remove_tree(QFile::encodeName(path)); !reason.isEmpty()) {
+        refuse(QStringLiteral("cannot remove %1 of an earlier run: %2").arg(path, reason));
     }
 }
 

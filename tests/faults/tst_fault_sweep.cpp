@@ -103,6 +103,8 @@ private slots:
             << "run --quiet --one-by-one --append --source S --result R" << before::half_a_run;
         QTest::newRow("run as a suite") << "run --quiet --as-suite --source S --result R" << before::nothing;
         QTest::newRow("run without verification") << "run --quiet --no-verify --source S --result R" << before::nothing;
+        QTest::newRow("run that reads twice") << "run --quiet --read-twice --source S --result R" << before::nothing;
+        QTest::newRow("run on a cleared result") << "run --quiet --clear --source S --result R" << before::whole_run;
         QTest::newRow("verify") << "verify --source S --result R" << before::whole_run;
         QTest::newRow("verify against what is recorded") << "verify --result R" << before::whole_run;
         QTest::newRow("decipher") << "decipher R/mail-extract/log.txt" << before::run_with_enciphered_log;
