@@ -116,7 +116,13 @@ void move_into_case(const QString& made, const case_paths& paths)
     const QString earlier = paths.in_case("collected.old");
     remove_leftover(fresh);
     remove_leftover(earlier);
-    copy_files(made, fresh);
+    try {
+        copy_files(made, fresh);
+    } catch (const failure&) {
+        // On a full disk it would keep the room that others need.
+        QDir(fresh).removeRecursively();
+        throw;
+    }
     const bool had_one = quiet_stat(QFile::encodeName(paths.collected())).kind != entry_kind::absent;
     QString error = had_one ? rename_folder(paths.collected(), earlier) : QString();
     if (error.isEmpty()) {

@@ -113,7 +113,7 @@ QSqlQuery collected_database::query(const QString& statement) const
     QSqlQuery query(database);
     query.setForwardOnly(true);
     if (!query.exec(statement)) {
-        refuse(QStringLiteral("%1: %2").arg(path(), query.lastError().databaseText()));
+        refuse_statement(path(), query.lastError());
     }
     return query;
 }
@@ -151,6 +151,8 @@ QString collected_database::add_result(const overview_entry& entry)
         }
         note_misplaced(entry.source.index, result);
         query(QStringLiteral("COMMIT"));
+    } catch (const scratch_failure&) {
+        throw;
     } catch (const failure& failed) {
         problem = failed.message();
         QSqlQuery(database).exec(QStringLiteral("ROLLBACK"));
@@ -244,7 +246,7 @@ void collected_database::note_misplaced(int source_index, const result_paths& re
                 insert.addBindValue(value);
             }
             if (!insert.exec()) {
-                refuse(QStringLiteral("%1: %2").arg(path(), insert.lastError().databaseText()));
+                refuse_statement(path(), insert.lastError());
             }
         });
     if (!found.text().isEmpty()) {
@@ -334,7 +336,7 @@ void collected_database::write_sources(const case_overview& overview, const QHas
             insert.addBindValue(value);
         }
         if (!insert.exec()) {
-            refuse(QStringLiteral("cannot write %1: %2").arg(path(), insert.lastError().databaseText()));
+            refuse_statement(path(), insert.lastError());
         }
     }
 }
@@ -351,7 +353,13 @@ void collected_database::finish(const case_overview& overview, const QHash<int, 
     for (const auto& [table, select] : shared_values) {
         if (present.contains(QLatin1String(table))) {
             // Another version may lack the column: then it has nothing to share.
-            QSqlQuery(database).exec(QStringLiteral("INSERT INTO shared_values ") + QLatin1String(select));
+            QSqlQuery insert(database);
+            if (!insert.prepare(QStringLiteral("INSERT INTO shared_values ") + QLatin1String(select))) {
+                continue;
+            }
+            if (!insert.exec()) {
+                refuse_statement(path(), insert.lastError());
+            }
         }
     }
     for (const char* statement : across_statements) {

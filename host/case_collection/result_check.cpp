@@ -1,5 +1,6 @@
 #include "host/case_collection/result_check.h"
 
+#include "host/case_collection/scratch_failure.h"
 #include "host/files/file_copy.h"
 #include "host/files/hashing.h"
 #include "host/result/result_paths.h"
@@ -87,6 +88,9 @@ QString copy_sealed(const result_paths& result, const QString& path, const QStri
     QFile::remove(target);
     const file_copy_outcome copy = copy_file(QFile::encodeName(path), QFile::encodeName(target), link_handling::follow,
                                              [](qint64) { return false; });
+    if (!copy.digest && copy.is_target_at_fault) {
+        throw scratch_failure(QStringLiteral("cannot write %1: %2").arg(target, copy.problem));
+    }
     if (!copy.digest) {
         return QStringLiteral("%1: cannot be copied to %2: %3").arg(path, target, copy.problem);
     }

@@ -10,7 +10,7 @@
 QString reason_against_result(const source_status& status);
 
 /// Copies a file of a result whole to `target` and holds the copy against the seal. Returns what was wrong, with the
-/// path; empty when nothing was.
+/// path; empty when nothing was. Throws a scratch_failure when the target cannot be written.
 QString copy_sealed(const result_paths& result, const QString& path, const QString& target);
 
 /// True for a file that a result's seal lists; throws a failure when there is no seal to read.

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "host/text/failure.h"
+#include "host/case_collection/scratch_failure.h"
 
-#include <QSqlError>
 #include <QSqlQuery>
 
 /// Moves to the next row; false after the last one. Throws a failure when reading ends in any other way, which Qt tells
@@ -13,7 +12,7 @@ inline bool next_row(QSqlQuery& rows)
         return true;
     }
     if (rows.lastError().isValid()) {
-        refuse(QStringLiteral("cannot read case.sqlite: ") + rows.lastError().databaseText());
+        refuse_statement(QStringLiteral("cannot read case.sqlite"), rows.lastError());
     }
     return false;
 }

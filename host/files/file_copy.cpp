@@ -44,6 +44,7 @@ file_copy_outcome copy_bytes(const quiet_file& from, int to, const std::function
         return write_error != 0 || outcome.was_cancelled;
     });
     outcome.bytes = read.bytes;
+    outcome.is_target_at_fault = write_error != 0;
     if (write_error != 0) {
         outcome.problem = at_offset(read.bytes, QStringLiteral("cannot write: ") + system_error_text(write_error));
     } else if (read.error != 0) {
@@ -69,7 +70,7 @@ file_copy_outcome copy_file(const QByteArray& source, const QByteArray& target, 
     QDir().mkpath(QFile::decodeName(target.first(target.lastIndexOf('/'))));
     const file_descriptor to(::open(target.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
     if (!to.is_open()) {
-        return {0, {}, {}, QStringLiteral("cannot create the copy: ") + system_error_text(errno)};
+        return {0, {}, {}, QStringLiteral("cannot create the copy: ") + system_error_text(errno), true};
     }
     file_copy_outcome outcome = copy_bytes(from, to.get(), cancelled);
     if (outcome.digest) {

@@ -16,6 +16,7 @@ struct file_copy_outcome
     file_time modified;                  ///< of the source when it was opened
     std::optional<sha256_digest> digest; ///< of the bytes read; nothing unless the copy is whole
     QString problem;                     ///< why there is no copy, with the offset where it broke off
+    bool is_target_at_fault = false;     ///< it could not be written, whatever the source is
     bool was_cancelled = false;
 };
 

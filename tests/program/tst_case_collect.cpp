@@ -1,5 +1,6 @@
 #include "tests/program/case_fixture.h"
 
+#include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 
@@ -53,6 +54,22 @@ private slots:
         const QByteArray report = content_of(fixture.path("collected/report.html"));
         QVERIFY(report.contains("../results/0002-EV-2/whole/mail-extract/report.html"));
         QVERIFY(QFile::exists(fixture.path("collected/../results/0002-EV-2/whole/mail-extract/report.html")));
+    }
+
+    void scratch_without_room_leaves_the_earlier_collection()
+    {
+        const case_fixture fixture(2);
+        QCOMPARE(fixture.run({"run"}, {"--jobs", "2"}).exit_code, 0);
+        QCOMPARE(fixture.run({"collect"}).exit_code, 0);
+        QFile report(fixture.path("collected/report.html"));
+        QVERIFY(report.setPermissions(QFile::ReadOwner)); // by which the earlier one is known again
+        QProcess limited;                                 // in KiB
+        limited.start("bash", {"-c", "trap '' XFSZ; ulimit -f 64; exec \"$0\" case collect \"$1\"",
+                               MAIL_EXTRACT_PROGRAM, fixture.path()});
+        QVERIFY(limited.waitForFinished(-1));
+        QCOMPARE(limited.exitCode(), 1);
+        QVERIFY(limited.readAllStandardError().contains("mail_part.sqlite: at byte"));
+        QCOMPARE(report.permissions() & QFile::WriteOwner, QFile::Permissions());
     }
 
     void results_elsewhere_are_named()
