@@ -124,6 +124,11 @@ int submit_command(const submit_options& options)
     read_mappings(options.mappings);
     const case_overview overview = look_at_case(paths);
     complain_about_not_added(paths, overview.not_added);
+    for (const overview_entry& entry : overview.entries) {
+        if (entry.status.is_damaged) {
+            complain(label_of(entry.source) + QStringLiteral(": ") + entry.status.reason);
+        }
+    }
     const cluster_work work{paths, indexes_to_submit(overview, options.retry), options.at_once, options.retry,
                             options.mappings};
     if (work.indexes.isEmpty()) {

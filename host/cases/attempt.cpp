@@ -2,6 +2,7 @@
 
 #include "host/cases/case_paths.h"
 #include "host/cases/shared_files.h"
+#include "host/files/quiet_reading.h"
 #include "host/text/failure.h"
 
 #include <QDir>
@@ -13,18 +14,14 @@ namespace {
 
 const QString token_ending = QStringLiteral(".open");
 
-QStringList names_in(const QString& directory)
-{
-    forget_remembered_names(directory);
-    return QDir(directory).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
-}
-
 /// After this no earlier attempt can make "whole".
 void revoke_tokens(const QString& directory)
 {
     for (const QString& name : names_in(directory)) {
-        if (name.endsWith(token_ending)) {
-            QFile::remove(directory + QLatin1Char('/') + name);
+        const QString path = directory + QLatin1Char('/') + name;
+        if (name.endsWith(token_ending) && !QFile::remove(path) &&
+            quiet_stat(QFile::encodeName(path)).kind != entry_kind::absent) {
+            refuse(QStringLiteral("cannot remove %1, which lets an earlier attempt count").arg(path));
         }
     }
 }

@@ -7,7 +7,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 
 #include <map>
 
@@ -20,20 +19,20 @@ QString registration_path(const QString& directory)
 
 std::map<int, QString> directories_of_sources(const case_paths& paths)
 {
-    forget_remembered_names(paths.results());
-    const QDir results(paths.results());
-    if (!results.exists() || !QFileInfo(paths.results()).isReadable()) {
-        refuse(QStringLiteral("cannot read %1: %2")
-                   .arg(paths.results(),
-                        results.exists() ? QStringLiteral("permission denied") : QStringLiteral("no such directory")));
-    }
     std::map<int, QString> directories;
-    for (const QString& name : results.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
+    for (const QString& name : names_in(paths.results())) {
         const auto index = index_of_source_directory(name);
         if (!index) {
             continue;
         }
-        const QString path = results.filePath(name);
+        const QString path = paths.results() + QLatin1Char('/') + name;
+        const entry_facts facts = quiet_stat(QFile::encodeName(path), link_handling::follow);
+        if (facts.kind == entry_kind::unknown) {
+            refuse(QStringLiteral("cannot look at %1: %2").arg(path, facts.error));
+        }
+        if (facts.kind != entry_kind::directory) {
+            continue;
+        }
         if (const auto [other, is_new] = directories.emplace(*index, path); !is_new) {
             refuse(QStringLiteral("cannot use %1: %2 has the same index").arg(path, other->second));
         }

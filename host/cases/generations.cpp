@@ -3,7 +3,6 @@
 #include "host/cases/shared_files.h"
 #include "host/text/failure.h"
 
-#include <QDir>
 #include <QFile>
 #include <QUuid>
 
@@ -13,14 +12,7 @@ namespace {
 
 const QString prefix = QStringLiteral(".generation-");
 
-QStringList claims_in(const QString& directory)
-{
-    forget_remembered_names(directory);
-    return QDir(directory).entryList({prefix + QLatin1Char('*')}, QDir::AllEntries | QDir::Hidden | QDir::System,
-                                     QDir::Unsorted);
-}
-
-/// Returns the number that a claim's name tells; 0 for any other name.
+/// Returns the number that a claim's name tells; 0 for any other.
 qint64 number_in(const QString& name)
 {
     bool is_number = false;
@@ -69,7 +61,7 @@ generation_claim::~generation_claim()
 highest_claim look_at_claims(const QString& directory)
 {
     highest_claim highest;
-    for (const QString& name : claims_in(directory)) {
+    for (const QString& name : names_in(directory)) {
         highest.number = std::max(highest.number, number_in(name));
     }
     if (highest.number > 0) {
@@ -94,7 +86,7 @@ void forget_generation(const QString& directory, qint64 number)
 
 void forget_generations_below(const QString& directory, qint64 generation)
 {
-    for (const QString& name : claims_in(directory)) {
+    for (const QString& name : names_in(directory)) {
         if (const qint64 number = number_in(name); number > 0 && number < generation) {
             forget_generation(directory, number);
         }

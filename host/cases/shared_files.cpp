@@ -1,6 +1,7 @@
 #include "host/cases/shared_files.h"
 
 #include "host/files/durable_file.h"
+#include "host/files/file_tree.h"
 #include "host/files/quiet_reading.h"
 #include "host/text/failure.h"
 
@@ -265,6 +266,20 @@ void forget_remembered_names(const QString& directory)
     // Opening it asks there.
     const file_descriptor opened(::open(name.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 #endif
+}
+
+QStringList names_in(const QString& directory)
+{
+    forget_remembered_names(directory);
+    const directory_listing listing = list_kinds(QFile::encodeName(directory));
+    if (!listing.error.isEmpty()) {
+        refuse(QStringLiteral("cannot list %1: %2").arg(directory, listing.error));
+    }
+    QStringList names;
+    for (const named_entry& entry : listing.entries) {
+        names.append(QFile::decodeName(entry.name));
+    }
+    return names;
 }
 
 stamped_file read_stamped(const QString& path)

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QJsonObject>
 #include <QString>
+#include <QStringList>
 
 #include <array>
 #include <optional>
@@ -57,6 +58,10 @@ struct stamped_file
 /// Makes a network client ask the machine that holds a directory for its names anew: it may remember for a minute which
 /// there were, and which there were not.
 void forget_remembered_names(const QString& directory);
+
+/// Returns every name in a directory, asked anew. Throws a failure when it cannot be listed to its end: what is not
+/// seen would be taken for absent.
+QStringList names_in(const QString& directory);
 
 /// Reads a regular file of at most `most_bytes_of_record` bytes anew from the machine that holds it.
 stamped_file read_stamped(const QString& path);
