@@ -11,7 +11,7 @@
 namespace {
 
 // Large enough that system calls do not count, small enough to stay in a core's cache.
-constexpr std::size_t buffer_bytes = 262'144;
+constexpr qsizetype buffer_bytes = 262'144;
 
 /// The values of hexadecimal digits by their characters; -1 for any other.
 constexpr auto digit_values = [] {
@@ -56,11 +56,14 @@ file_hasher::outcome file_hasher::hash(int descriptor,
                                        const std::function<bool(const unsigned char* piece, qint64 bytes)>& take)
 {
     outcome result;
-    // Whoever hashes bytes in memory alone needs none.
-    buffer.resize(buffer_bytes);
+    // Whoever hashes bytes in memory alone needs none; of one for a small file most is never touched.
+    if (buffer.isEmpty()) {
+        buffer = QByteArray(buffer_bytes, Qt::Uninitialized);
+    }
+    auto* const piece = reinterpret_cast<unsigned char*>(buffer.data());
     EVP_DigestInit_ex2(state->context.get(), state->algorithm.get(), nullptr);
     while (true) {
-        const ssize_t got = ::read(descriptor, buffer.data(), buffer.size());
+        const ssize_t got = ::read(descriptor, piece, buffer_bytes);
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -71,9 +74,9 @@ file_hasher::outcome file_hasher::hash(int descriptor,
         if (got == 0) {
             break;
         }
-        EVP_DigestUpdate(state->context.get(), buffer.data(), static_cast<std::size_t>(got));
+        EVP_DigestUpdate(state->context.get(), piece, static_cast<std::size_t>(got));
         result.bytes += got;
-        if (take(buffer.data(), got)) {
+        if (take(piece, got)) {
             result.stopped = true;
             return result;
         }

@@ -9,7 +9,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <vector>
 
 using sha256_digest = std::array<unsigned char, 32>;
 
@@ -46,7 +45,7 @@ public:
 private:
     struct digest_state;
     std::unique_ptr<digest_state> state;
-    std::vector<unsigned char> buffer;
+    QByteArray buffer;
 };
 
 /// Returns the SHA-256 of a regular file, links not followed; nothing, with the reason in `error`, when it cannot be

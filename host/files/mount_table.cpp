@@ -1,9 +1,12 @@
 #include "host/files/mount_table.h"
 
 #include "host/files/file_tree.h"
+#include "host/files/quiet_reading.h"
 
-#include <QFile>
-
+#include <fcntl.h>
+#include <mutex>
+#include <poll.h>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -66,6 +69,46 @@ std::vector<mount> mounts_of(const QByteArray& table)
     return mounts;
 }
 
+/// The table of mounts, read again only when the kernel says that it changed: a guard asks for it with every path.
+class watched_table
+{
+public:
+    QByteArray text()
+    {
+        const std::lock_guard lock(mutex);
+        if (!table.is_open()) {
+            // Only Linux has it.
+            table = file_descriptor(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+            read_table();
+        }
+        while (is_changed()) {
+            read_table();
+        }
+        return content;
+    }
+
+private:
+    bool is_changed() const
+    {
+        pollfd asked{table.get(), POLLPRI, 0};
+        return table.is_open() && ::poll(&asked, 1, 0) > 0 && (asked.revents & POLLPRI) != 0;
+    }
+
+    void read_table()
+    {
+        content.clear();
+        char piece[16'384];
+        ssize_t count = 0;
+        while ((count = ::pread(table.get(), piece, sizeof piece, content.size())) > 0) {
+            content.append(piece, count);
+        }
+    }
+
+    std::mutex mutex;
+    file_descriptor table;
+    QByteArray content;
+};
+
 } // namespace
 
 std::optional<file_system_place> place_in_mount_table(const QByteArray& table, const QByteArray& path)
@@ -102,9 +145,8 @@ QByteArrayList mounts_in_table(const QByteArray& table, const QByteArray& direct
 
 QByteArray mount_table()
 {
-    // Only Linux has this table.
-    QFile table(QStringLiteral("/proc/self/mountinfo"));
-    return table.open(QIODevice::ReadOnly) ? table.readAll() : QByteArray();
+    static watched_table table;
+    return table.text();
 }
 
 std::optional<file_system_place> place_on_file_system(const QByteArray& path)
