@@ -112,6 +112,7 @@ struct completeness_request
     evidence_limits limits = index_limits();
     QHash<QByteArray, QString> settings = {}; ///< by an account's identifier, upper case
     content_place copy_of = {}; ///< where messages and index need not be read in the source; names are always its own
+    content_knowledge begins_as_message = {}; ///< which files judge_message_head() found no problem in already
     std::function<void(qint64 messages)> looked_into = {}; ///< is told now and then how many more were; may be empty
 
     /// Returns limits for an index: it may have several gigabytes.

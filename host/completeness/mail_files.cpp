@@ -63,17 +63,6 @@ std::optional<candidate> candidate_of(const named_entry& entry)
     return candidate{is_canonical ? number : -1, is_partial, &entry, false, {}, {}};
 }
 
-/// Where the mail program keeps the message of a number: its thousands' digits, the last one first.
-QByteArray place_of(qint64 number)
-{
-    QByteArray place = "/Data";
-    for (qint64 thousands = number / 1000; thousands > 0; thousands /= 10) {
-        place += '/';
-        place += char('0' + thousands % 10);
-    }
-    return place + "/Messages";
-}
-
 bool holds_content(const QByteArray& directory, const std::function<bool()>& cancelled)
 {
     bool found = false;
@@ -266,6 +255,12 @@ private:
     void look_into(const listed_directory& listed, candidate& message) const
     {
         const QByteArray path = child_path(child_path(files.root, listed.path), message.entry->name);
+        const bool is_judged = !message.is_partial && message.entry->facts.kind == entry_kind::file &&
+                               search.begins_as_message && search.begins_as_message(path, message.entry->facts);
+        if (is_judged) {
+            message.judged.is_read = true;
+            return;
+        }
         read_content(path, message.entry->facts, search.copy_of, [&message](const quiet_file& content) {
             message.judged = judge_message_file(content, message.is_partial);
             return message.judged.is_read;
@@ -311,7 +306,7 @@ private:
         file.number = message.number;
         file.mailbox = listed.mailbox;
         file.is_partial = message.is_partial;
-        file.is_in_place = message.number >= 0 && listed.path.endsWith(place_of(message.number));
+        file.is_in_place = message.number >= 0 && listed.path.endsWith(place_of_message(message.number));
         if (message.number < 0 || name != name_of(message.number, message.is_partial)) {
             file.named = qint32(files.names.size());
             files.names.push_back(name);

@@ -62,6 +62,7 @@ struct mail_file_search
     std::function<void(const absent_attachment& absent)> on_absent; ///< gets each absent attachment
     std::function<bool()> cancelled;                                ///< true ends the search
     content_place copy_of = {};                                     ///< where messages need not be read in the tree
+    content_knowledge begins_as_message = {};                       ///< those whose beginning need not be read at all
     std::function<void(qint64 messages)> looked_into = {};          ///< a directory's messages at a time; may be empty
 };
 

@@ -136,6 +136,16 @@ bool is_mailbox_folder(const QByteArray& folder)
     });
 }
 
+QByteArray place_of_message(qint64 number)
+{
+    QByteArray place = "/Data";
+    for (qint64 thousands = number / 1000; thousands > 0; thousands /= 10) {
+        place += '/';
+        place += char('0' + thousands % 10);
+    }
+    return place + "/Messages";
+}
+
 QByteArray account_of(const mailbox_address& address)
 {
     return address.user.isEmpty() ? address.host : address.user + '@' + address.host;

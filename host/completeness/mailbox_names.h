@@ -32,6 +32,10 @@ QByteArray name_of_mailbox_folder(const QByteArray& folder);
 /// True for the name of a folder that is a mailbox.
 bool is_mailbox_folder(const QByteArray& folder);
 
+/// Returns where in a mailbox' folder the mail program keeps the message of a number, with a slash before it: in
+/// folders of the thousands' digits, the last one first.
+QByteArray place_of_message(qint64 number);
+
 /// Returns the account that an address names where no folder does: the identifier, or "user@host".
 QByteArray account_of(const mailbox_address& address);
 

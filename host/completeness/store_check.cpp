@@ -107,6 +107,7 @@ private:
         };
         search.cancelled = request.limits.cancelled;
         search.copy_of = request.copy_of;
+        search.begins_as_message = request.begins_as_message;
         search.looked_into = request.looked_into;
         files = find_mail_files(store.root, search);
         for (const mailbox_folder& folder : files.mailboxes) {

@@ -1,5 +1,6 @@
 #include "host/run/copies_of_run.h"
 
+#include "host/completeness/message_head.h"
 #include "host/files/file_tree.h"
 #include "host/result/dated_folders.h"
 #include "host/source/source_users.h"
@@ -32,11 +33,18 @@ public:
             return {};
         }
         const QByteArray below = path.mid(source.size());
-        if (const QByteArray copy = place_of_copy(below); !copy.isEmpty() && holds_what_is_in_source(copy, facts)) {
+        if (const QByteArray copy = place_of_copy(below); !copy.isEmpty() && known_copy(copy, facts)) {
             return child_path(result, copy);
         }
         const QByteArray kept = relative_evidence(below);
-        return holds_what_is_in_source(kept, facts) ? child_path(result, kept) : QByteArray();
+        return known_copy(kept, facts) ? child_path(result, kept) : QByteArray();
+    }
+
+    bool is_message(const QByteArray& path, const entry_facts& facts) const
+    {
+        const QByteArray copy = path.startsWith(source) ? place_of_copy(path.mid(source.size())) : QByteArray();
+        const std::optional<known_source> found = copy.isEmpty() ? std::nullopt : known_copy(copy, facts);
+        return found && found->is_message;
     }
 
 private:
@@ -57,10 +65,13 @@ private:
         return is_in_mail ? copy->second.folder + below.mid(copy->second.mail_directory.size()) : QByteArray();
     }
 
-    bool holds_what_is_in_source(const QByteArray& place, const entry_facts& facts) const
+    /// Returns what is known of a copy that holds what is in the source.
+    std::optional<known_source> known_copy(const QByteArray& place, const entry_facts& facts) const
     {
-        const std::optional<known_source> found = known.find(place);
-        return found && found->digest && !found->has_changed && is_as_copied(*found, facts.size, facts.modified);
+        std::optional<known_source> found = known.find(place);
+        const bool is_same =
+            found && found->digest && !found->has_changed && is_as_copied(*found, facts.size, facts.modified);
+        return is_same ? found : std::nullopt;
     }
 
     const QByteArray result;
@@ -85,12 +96,14 @@ void copies_of_run::take(const copied_file& file)
         // An existing copy is of an earlier time, and a directory that could not be listed is seen by the verification.
         return;
     }
-    known_source known{file.size, {file.modified_s, file.modified_ns}, {}, file.result == outcome::changed, {}};
+    known_source known{file.size, {file.modified_s, file.modified_ns}, {}, file.result == outcome::changed, {}, false};
     if (file.result == outcome::failed) {
         known.problem = file.error_text;
     } else if (file.sha256.size() == static_cast<qsizetype>(sizeof(sha256_digest))) {
         known.digest.emplace();
         std::copy(file.sha256.begin(), file.sha256.end(), known.digest->begin());
+        // What the first bytes allow, more of them do not forbid; what they do not, is read from the copy later.
+        known.is_message = judge_message_head(file.beginning, file.size).problem.isEmpty();
     }
     sources.add(file.destination_path.mid(result_root.size() + 1), known);
 }
@@ -131,6 +144,15 @@ content_place copies_of_run::content_of(const QByteArray& source) const
     }
     return [places = std::make_shared<const places_in_result>(paths, source, sources)](
                const QByteArray& path, const entry_facts& facts) { return places->place_of(path, facts); };
+}
+
+content_knowledge copies_of_run::messages_in(const QByteArray& source) const
+{
+    if (!is_complete) {
+        return {};
+    }
+    return [places = std::make_shared<const places_in_result>(paths, source, sources)](
+               const QByteArray& path, const entry_facts& facts) { return places->is_message(path, facts); };
 }
 
 file_amount copies_of_run::amount() const

@@ -41,9 +41,11 @@ void add_problems(const store_completeness& store, QStringList& problems)
     }
 }
 
-void write_completeness(mail_database_writer& writer, const dossier_request& asked, const account_dossier& dossier,
-                        const result_paths& result, const std::function<void(qint64)>& progress, QStringList& problems)
+void write_completeness(mail_database_writer& writer, const mail_database_request& request,
+                        const dossier_request& asked, const account_dossier& dossier,
+                        const std::function<void(qint64)>& progress, QStringList& problems)
 {
+    const result_paths& result = request.result;
     const QHash<QByteArray, QString> settings = message_settings(dossier);
     completeness_table_writer tables(
         writer, {result.path(product::index_only_list), result.path(product::disk_only_list)}, settings);
@@ -52,7 +54,8 @@ void write_completeness(mail_database_writer& writer, const dossier_request& ask
         completeness_request check{asked.source, user, mail_directory_of(user), asked.scratch};
         check.limits.cancelled = interruption::requested;
         check.settings = settings;
-        check.copy_of = asked.copy_of;
+        check.copy_of = request.copy_of;
+        check.begins_as_message = request.begins_as_message;
         check.looked_into = [&](qint64 more) { progress(messages += more); };
         for (const store_completeness& store : check_completeness(check, tables)) {
             tables.add_store(store);
@@ -79,7 +82,7 @@ mail_database_outcome write_mail_database(const mail_database_request& request,
     try {
         mail_database_writer writer(request.result.path(product::mail_database));
         write_account_tables(writer, dossier);
-        write_completeness(writer, asked, dossier, request.result, progress, outcome.problems);
+        write_completeness(writer, request, asked, dossier, progress, outcome.problems);
         writer.put_in_place();
     } catch (const failure& unwritten) {
         outcome.problems.append(unwritten.message());

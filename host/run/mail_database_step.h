@@ -26,7 +26,8 @@ struct mail_database_request
     QString source_root;
     QList<source_user> users;
     result_paths result;
-    content_place copy_of; ///< of mail files that need not be read in the source
+    content_place copy_of;               ///< of mail files that need not be read in the source
+    content_knowledge begins_as_message; ///< mail files that need not be read at all to know that
 };
 
 /// Reads who the users' accounts are, and what their messages are, and writes that to mail.sqlite of the result, on a

@@ -287,8 +287,9 @@ int run_command(const run_options& options)
     if (holds_mail && !interruption::requested()) {
         keep_witnesses(plan, copies.known(), style, journal.record());
         copies.complete(journal.record());
-        account_notes notes({plan.settings.source_root, plan.settings.users, plan.result,
-                             copies.content_of(QFile::encodeName(plan.settings.source_root))},
+        const QByteArray source = QFile::encodeName(plan.settings.source_root);
+        account_notes notes({plan.settings.source_root, plan.settings.users, plan.result, copies.content_of(source),
+                             copies.messages_in(source)},
                             copies.messages(), style);
         flush_copies(flushing, notes, plan, journal.record());
         verify_run(journal.record(), options, plan, copies);

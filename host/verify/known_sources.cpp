@@ -17,6 +17,7 @@ struct record
     sha256_digest digest;
     bool has_digest;
     bool has_changed;
+    bool is_message;
 };
 
 sha256_digest name_of(const QByteArray& copy)
@@ -45,6 +46,7 @@ void known_sources::add(const QByteArray& copy, const known_source& known)
     one.digest = known.digest.value_or(sha256_digest{});
     one.has_digest = known.digest.has_value();
     one.has_changed = known.has_changed;
+    one.is_message = known.is_message;
     if (!known.problem.isEmpty()) {
         problems.emplace(copy, known.problem);
     }
@@ -82,7 +84,7 @@ std::optional<known_source> known_sources::find(const QByteArray& copy) const
             !std::equal(one.name.begin(), one.name.end(), name.begin())) {
             continue;
         }
-        known_source known{one.size, one.modified, {}, one.has_changed, {}};
+        known_source known{one.size, one.modified, {}, one.has_changed, {}, one.is_message};
         if (one.has_digest) {
             known.digest = one.digest;
         }

@@ -20,6 +20,7 @@ struct known_source
     std::optional<sha256_digest> digest; ///< of what was read; nothing when it was not read to its end
     bool has_changed = false;            ///< while it was copied
     QByteArray problem;                  ///< why there is no copy; empty when there is one
+    bool is_message = false;             ///< what was read begins as a message file of its size does
 };
 
 /// Keeps what is known of the source files of a run, by their copies, so that a verification need not read the source a

@@ -206,6 +206,7 @@ void bulk_copier::report_file(const copy_job& job, std::size_t file)
     told.modified_ns = static_cast<qint32>(outcome.source.modified.tv_nsec);
     if (outcome.result == copied_file::outcome::copied || outcome.result == copied_file::outcome::changed) {
         told.sha256 = outcome.sha256;
+        told.beginning = outcome.beginning;
     }
     told.step = outcome.step;
     told.error = outcome.error;

@@ -20,6 +20,9 @@ struct copied_file
         unsynced       ///< the destination's file system did not confirm that everything is on the disk
     };
 
+    /// Enough to tell what kind of file it is.
+    static constexpr qsizetype beginning_bytes = 128;
+
     outcome result = outcome::failed;
     QByteArray source_path; ///< empty for `unsynced`
     QByteArray destination_path;
@@ -34,6 +37,8 @@ struct copied_file
     int error = 0;         ///< errno of the step; 0 for an end of file that came too early
     qint64 offset = 0;     ///< where in the file the step failed
     QByteArray error_text; ///< one line with path, reason and offset; empty when nothing failed
+    QByteArray
+        beginning; ///< the first bytes read, for `copied` and `changed` beginning_bytes or all there are; else empty
 };
 
 Q_DECLARE_METATYPE(copied_file)

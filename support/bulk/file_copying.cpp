@@ -87,11 +87,11 @@ file_copier::file_copier(const std::atomic<bool>& cancelled, std::atomic<qint64>
 copy_outcome file_copier::copy(const copy_order& order)
 {
     copy_outcome outcome;
+    owned_descriptor source(order.opened_source);
     if (cancel_requested.load(std::memory_order_relaxed)) {
         outcome.was_begun = false;
         return outcome;
     }
-    owned_descriptor source;
     new_file copy(order);
     if (open_both(order, source, copy, outcome) &&
         transfer(source.get(), copy.is_clone ? -1 : copy.descriptor.get(), outcome)) {
@@ -106,7 +106,9 @@ bool file_copier::open_both(const copy_order& order, owned_descriptor& source, n
     if (!order.source_path_fits) {
         return fail(outcome, "open", ENAMETOOLONG);
     }
-    source = open_source(order.source_directory, order.name, order.is_link ? link_rule::follow : link_rule::refuse);
+    if (!source.is_open()) {
+        source = open_source(order.source_directory, order.name, order.is_link ? link_rule::follow : link_rule::refuse);
+    }
     if (!source.is_open()) {
         fail(outcome, "open", errno);
         status_at(order.source_directory, order.name, link_rule::follow, outcome.source);
@@ -183,6 +185,9 @@ bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
             break;
         }
         hash.take(buffer.get(), std::size_t(got));
+        if (outcome.bytes == 0) {
+            outcome.beginning = QByteArray(buffer.get(), std::min(qsizetype(got), copied_file::beginning_bytes));
+        }
         if (copy >= 0 && !write_piece(copy, got, outcome)) {
             return false;
         }

@@ -16,6 +16,7 @@ struct copy_order
     int destination_directory = -1; ///< -1 when there is none, for the reason in destination_error
     int destination_error = 0;
     const char* name = "";
+    int opened_source = -1;       ///< the source where it is open already, which the copier then closes
     bool is_link = false;         ///< the source's content is behind a link
     bool source_path_fits = true; ///< the system takes the paths as they are, which descriptors do not show
     bool destination_path_fits = true;
@@ -29,6 +30,7 @@ struct copy_outcome
     content_status source = {};
     qint64 bytes = 0; ///< bytes read
     QByteArray sha256 = {};
+    QByteArray beginning = {};
     const char* step = "";
     int error = 0;
     qint64 offset = 0;

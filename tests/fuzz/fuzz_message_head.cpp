@@ -20,6 +20,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     require(!head.problem.isEmpty() || (head.length > 0 && head.begin > 0 && head.begin + head.length <= whole));
     require(head.problem.isEmpty() || !head.problem.contains(QLatin1Char('\n')));
 
+    // What a few bytes allow, more do not forbid.
+    const message_head of_few = judge_message_head(file.left(file.size() / 2), whole);
+    require(!of_few.problem.isEmpty() || head.problem.isEmpty());
+
     // Behind its count, what began as a message still does.
     if (head.problem.isEmpty()) {
         const QByteArray message = file.mid(head.begin, head.length);

@@ -154,6 +154,7 @@ private slots:
             QVERIFY(contents.removeOne(content));
             QCOMPARE(content_of(QFile::decodeName(file.source_path)), content);
             QCOMPARE(file.sha256, QCryptographicHash::hash(content, QCryptographicHash::Sha256));
+            QCOMPARE(file.beginning, content.left(copied_file::beginning_bytes));
             QCOMPARE(file.result, outcome::copied);
             QCOMPARE(file.size, content.size());
             QCOMPARE(file.bytes_copied, content.size());
