@@ -84,10 +84,17 @@ void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry
     }
 }
 
-file_amount visible_files_below(const QByteArray& directory, QString& problem)
+bool walk_comes_before(const QByteArray& path, const QByteArray& other)
+{
+    const auto rank = [](char byte) { return byte == '/' ? 0 : int(static_cast<unsigned char>(byte)) + 1; };
+    return std::lexicographical_compare(path.begin(), path.end(), other.begin(), other.end(),
+                                        [&rank](char left, char right) { return rank(left) < rank(right); });
+}
+
+file_amount visible_files_below(const QByteArray& directory, QString& problem, const directory_lister& list)
 {
     file_amount found;
-    walk_tree(directory, [&](const tree_entry& entry) {
+    const auto visit = [&](const tree_entry& entry) {
         const QString& reason = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
         if (problem.isEmpty() && !reason.isEmpty() && entry.facts.kind != entry_kind::absent) {
             problem = QStringLiteral("cannot count what is in %1: %2").arg(QFile::decodeName(entry.path), reason);
@@ -96,7 +103,8 @@ file_amount visible_files_below(const QByteArray& directory, QString& problem)
             found += {1, entry.facts.size};
         }
         return true;
-    });
+    };
+    walk_tree(directory, visit, list);
     return found;
 }
 

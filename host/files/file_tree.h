@@ -29,9 +29,13 @@ directory_listing list_kinds(const QByteArray& path);
 void walk_tree(const QByteArray& root, const std::function<bool(const tree_entry&)>& visit,
                const directory_lister& list = quiet_list);
 
+/// True when walk_tree() comes to one path before the other.
+bool walk_comes_before(const QByteArray& path, const QByteArray& other);
+
 /// Returns the files below a directory that are not hidden; nothing when it does not exist. `problem` takes the first
 /// path that could not be looked at, and why.
-file_amount visible_files_below(const QByteArray& directory, QString& problem);
+file_amount visible_files_below(const QByteArray& directory, QString& problem,
+                                const directory_lister& list = quiet_list);
 
 /// Removes what lies at a path, with everything below it, following no link. Returns why it stays, with the path of
 /// what could not be removed where that is another one; empty when it is gone.

@@ -2,6 +2,7 @@
 
 #include "host/files/all_cores.h"
 #include "host/files/file_tree.h"
+#include "host/files/tree_lister.h"
 #include "host/result/result_database.h"
 #include "host/result/row_folders.h"
 #include "host/text/failure.h"
@@ -16,6 +17,9 @@
 #include <algorithm>
 
 namespace {
+
+// Of so few folders one may hold nearly everything.
+constexpr std::size_t few_folders = 16;
 
 report_account account_from_row(const checked_rows& row, const row_folders& folders)
 {
@@ -168,12 +172,23 @@ QStringList measure_account_folders(const result_paths& result, QList<report_use
             }
         }
     }
+    std::vector<QByteArray> folders;
+    for (const report_account* account : accounts) {
+        folders.push_back(QFile::encodeName(result.below(account->folder)));
+    }
     std::vector<QString> problems(accounts.size());
-    const auto measure = [&](std::size_t at) {
-        const QByteArray folder = QFile::encodeName(result.below(accounts[at]->folder));
-        accounts[at]->amount = {visible_files_below(folder, problems[at]), 0};
+    const auto measure = [&](std::size_t at, const directory_lister& list) {
+        accounts[at]->amount = {visible_files_below(folders[at], problems[at], list), 0};
     };
-    for_each_on_all_cores(accounts.size(), measure, 1);
+    if (accounts.size() < few_folders) {
+        tree_lister lister(folders);
+        for (std::size_t at = 0; at < accounts.size(); ++at) {
+            measure(at, [&lister](const QByteArray& path) { return lister.next(path); });
+        }
+    } else {
+        for_each_on_all_cores(
+            accounts.size(), [&](std::size_t at) { measure(at, quiet_list); }, 1);
+    }
     QStringList found(problems.begin(), problems.end());
     found.removeAll(QString());
     return found;

@@ -1,5 +1,6 @@
 #include "host/run/guards.h"
 
+#include "host/files/tree_lister.h"
 #include "host/run/earlier_results.h"
 #include "host/source/room_estimate.h"
 #include "host/terminal/console.h"
@@ -73,7 +74,10 @@ void guard_run(run_plan& plan, bool follow_links_outside)
         names.push_back(QFile::encodeName(user.name));
     }
     const QByteArray source = QFile::encodeName(settings.source_root);
-    copy_forecast forecast = forecast_copies(source, mail_directories_of(source, names));
+    const std::vector<QByteArray> mail_directories = mail_directories_of(source, names);
+    tree_lister lister(mail_directories);
+    copy_forecast forecast =
+        forecast_copies(source, mail_directories, [&](const QByteArray& path) { return lister.next(path); });
     if (forecast.link_problems.empty()) {
         for (std::size_t i = 0; i < names.size(); ++i) {
             settings.users[static_cast<qsizetype>(i)].expected_copies =

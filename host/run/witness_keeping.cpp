@@ -2,6 +2,7 @@
 
 #include "host/files/file_copy.h"
 #include "host/files/file_tree.h"
+#include "host/files/tree_lister.h"
 #include "host/source/source_users.h"
 #include "host/source/witnesses.h"
 #include "host/terminal/interruption.h"
@@ -27,9 +28,10 @@ public:
     void keep(const witness& one) { keep(one.path, one.facts, link_handling::follow); }
 
     /// Keeps the files of a Mail directory that no copy takes.
-    void keep_left_out(const QByteArray& mail_directory)
+    void keep_left_out(const QByteArray& mail_directory, tree_lister& lister)
     {
-        walk_tree(child_path(source, mail_directory), [&](const tree_entry& entry) {
+        const auto list = [&lister](const QByteArray& path) { return lister.next(path); };
+        const auto visit = [&](const tree_entry& entry) {
             const QString& unseen = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
             if (!unseen.isEmpty()) {
                 note(entry.relative_path.isEmpty() ? mail_directory : child_path(mail_directory, entry.relative_path),
@@ -40,7 +42,8 @@ public:
                 keep(child_path(mail_directory, entry.relative_path), entry.facts, link_handling::keep);
             }
             return !interruption::requested();
-        });
+        };
+        walk_tree(child_path(source, mail_directory), visit, list);
     }
 
     void tell(run_record& record) const
@@ -80,7 +83,7 @@ private:
             note(path, outcome.problem);
         }
         if (outcome.digest) {
-            known.add(relative_evidence(path), {outcome.bytes, outcome.modified, outcome.digest, false, {}});
+            known.add(relative_evidence(path), {outcome.bytes, outcome.modified, outcome.digest, false, {}, false});
         }
     }
 
@@ -100,6 +103,18 @@ private:
     qint64 problem_count = 0;
 };
 
+std::vector<QByteArray> mail_directories_of(const run_plan& plan)
+{
+    std::vector<QByteArray> directories;
+    for (const source_user& user : plan.settings.users) {
+        if (user.mail_directory != presence::absent) {
+            directories.push_back(child_path(QFile::encodeName(plan.settings.source_root),
+                                             mail_directory_of(QFile::encodeName(user.name))));
+        }
+    }
+    return directories;
+}
+
 } // namespace
 
 void keep_witnesses(const run_plan& plan, known_sources& known, progress_style style, run_record& record)
@@ -109,6 +124,7 @@ void keep_witnesses(const run_plan& plan, known_sources& known, progress_style s
     for (const witness& one : system_witnesses(source)) {
         keeper.keep(one);
     }
+    tree_lister lister(mail_directories_of(plan));
     for (const source_user& user : plan.settings.users) {
         if (interruption::requested()) {
             break;
@@ -118,7 +134,7 @@ void keep_witnesses(const run_plan& plan, known_sources& known, progress_style s
             keeper.keep(one);
         }
         if (user.mail_directory != presence::absent) {
-            keeper.keep_left_out(mail_directory_of(name));
+            keeper.keep_left_out(mail_directory_of(name), lister);
         }
     }
     keeper.tell(record);

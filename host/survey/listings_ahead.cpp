@@ -8,14 +8,6 @@ namespace {
 
 constexpr std::size_t most_entries_waiting = 2048;
 
-/// True when a walk in bytewise order of names comes to one path before the other.
-bool comes_before(const QByteArray& path, const QByteArray& other)
-{
-    const auto rank = [](char byte) { return byte == '/' ? 0 : int(static_cast<unsigned char>(byte)) + 1; };
-    return std::lexicographical_compare(path.begin(), path.end(), other.begin(), other.end(),
-                                        [&rank](char left, char right) { return rank(left) < rank(right); });
-}
-
 } // namespace
 
 listings_ahead::listings_ahead(const std::vector<QByteArray>& trees)
@@ -78,7 +70,7 @@ directory_listing listings_ahead::next(reader who, const QByteArray& path)
     std::size_t& position = positions[static_cast<std::size_t>(who)];
     while (true) {
         is_there.wait(lock, [&] { return is_complete || position < waiting.size(); });
-        if (position == waiting.size() || comes_before(path, waiting[position].path)) {
+        if (position == waiting.size() || walk_comes_before(path, waiting[position].path)) {
             lock.unlock();
             return quiet_list(path);
         }

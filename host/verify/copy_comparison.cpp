@@ -98,7 +98,8 @@ bool read_copy(copy_pair& pair, const quiet_file& copy, file_hasher& hasher,
 }
 
 /// Opens a pair's copy; says in the entry why that cannot be done.
-quiet_file open_copy(copy_pair& pair, const QByteArray& result, nearby_files& copies)
+quiet_file open_copy(copy_pair& pair, const QByteArray& result, nearby_files& copies,
+                     content_source from = content_source::anywhere)
 {
     manifest_entry& entry = pair.entry;
     if (entry.copy.isEmpty()) {
@@ -106,7 +107,7 @@ quiet_file open_copy(copy_pair& pair, const QByteArray& result, nearby_files& co
         return {};
     }
     const QByteArray path = child_path(result, entry.copy);
-    quiet_file copy = copies.open(path);
+    quiet_file copy = copies.open(path, link_handling::keep, from);
     if (copy.descriptor.is_open()) {
         return copy;
     }
@@ -138,6 +139,18 @@ void look_at_copy(copy_pair& pair, const QByteArray& result, pipeline_tools& too
     } else if (copy.size != entry.size) {
         judge(entry, entry_status::different,
               "the copy has " + QByteArray::number(copy.size) + " of " + QByteArray::number(entry.size) + " bytes");
+    }
+}
+
+void ask_for_pair(const copy_pair& pair, bool is_known, const QByteArray& source, const QByteArray& result,
+                  pipeline_tools& tools)
+{
+    if (pair.task != pair_task::nothing && !is_known) {
+        tools.sources.ask_for(child_path(source, pair.entry.path), pair.links);
+    }
+    if (pair.task == pair_task::compare && !pair.entry.copy.isEmpty()) {
+        tools.copies.ask_for(child_path(result, pair.entry.copy), link_handling::keep,
+                             is_known ? content_source::disk : content_source::anywhere);
     }
 }
 
@@ -180,10 +193,9 @@ bool complete_known_pair(copy_pair& pair, const known_source& known, const QByte
               known.has_changed ? "source: it changed while it was copied" : "source: it changed after it was copied");
     }
     entry.source_sha256 = known.digest;
-    const quiet_file copy = open_copy(pair, result, tools.copies);
+    const quiet_file copy = open_copy(pair, result, tools.copies, content_source::disk);
     if (!copy.descriptor.is_open()) {
         return true;
     }
-    drop_cached_pages(copy.descriptor);
     return read_copy(pair, copy, tools.hasher, cancelled);
 }

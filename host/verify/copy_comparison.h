@@ -9,6 +9,11 @@
 /// Looks for a pair's copy and at its size, without reading anything; says in the entry what is not as it should be.
 void look_at_copy(copy_pair& pair, const QByteArray& result, pipeline_tools& tools);
 
+/// Asks the system to read what a pair's task is going to read: the copy alone, from the disk, when the source is
+/// known.
+void ask_for_pair(const copy_pair& pair, bool is_known, const QByteArray& source, const QByteArray& result,
+                  pipeline_tools& tools);
+
 /// Carries out a pair's task: reads source and copy once each, fills in digests, status and reason, and gives an equal
 /// copy the source's modification time. `cancelled` is as for file_hasher::hash(). Nothing is changed in the source.
 /// False when `cancelled` stopped it, which leaves the entry unfinished.

@@ -36,6 +36,9 @@ public:
     using worker =
         std::function<void(item& one, pipeline_tools& tools, const std::function<bool(qint64 bytes)>& cancelled)>;
 
+    /// Is told of an item that a thread of the pipeline completes next but a few.
+    using foreseer = std::function<void(const item& one, pipeline_tools& tools)>;
+
     /// Who is told what, always on the calling thread.
     struct listener
     {
@@ -45,8 +48,9 @@ public:
     };
 
     /// Starts the threads.
-    ordered_pipeline(worker completing, listener who_is_told)
-        : complete_item(std::move(completing))
+    ordered_pipeline(foreseer foreseeing, worker completing, listener who_is_told)
+        : foresee_item(std::move(foreseeing))
+        , complete_item(std::move(completing))
         , told(std::move(who_is_told))
     {
         since_reported.start();
@@ -96,6 +100,8 @@ private:
     // A thread takes so many small files at once, which lie side by side, or fewer large ones.
     static constexpr std::size_t items_at_once = 32;
     static constexpr qint64 bytes_at_once = qint64(1) << 20;
+    // So many that the disk can put what it reads in an order of its own, few enough for a process' descriptors.
+    static constexpr std::size_t items_ahead = 8;
     // So many may be under way: enough that one huge file does not leave the other cores idle for long, and what bounds
     // the memory.
     static constexpr std::size_t most_under_way = 1024;
@@ -170,8 +176,12 @@ private:
             // Neither taking from the front nor adding at the end moves the other elements of a deque.
             slot& mine = window[next++];
             lock.unlock();
-            for (item& one : mine.items) {
-                complete(one, tools);
+            std::size_t foreseen = 0;
+            for (std::size_t at = 0; at < mine.items.size(); ++at) {
+                for (; foreseen < std::min(mine.items.size(), at + items_ahead); ++foreseen) {
+                    foresee_item(mine.items[foreseen], tools);
+                }
+                complete(mine.items[at], tools);
             }
             lock.lock();
             mine.done = true;
@@ -195,6 +205,7 @@ private:
         half_bytes += whole - counted;
     }
 
+    const foreseer foresee_item;
     const worker complete_item;
     const listener told;
     std::vector<item> gathered; ///< to be handed over at once

@@ -1,10 +1,10 @@
 #include "host/verify/recheck.h"
 
 #include "host/files/file_tree.h"
-#include "host/files/path_set.h"
 #include "host/result/manifest.h"
 #include "host/source/source_users.h"
 #include "host/verify/ordered_pipeline.h"
+#include "host/verify/path_set.h"
 
 #include <QFile>
 
@@ -78,7 +78,8 @@ private:
         const auto complete = [this](recheck_item& one, pipeline_tools& tools,
                                      const std::function<bool(qint64)>& stop) { check(one, tools, stop); };
         const auto finished = [this](const recheck_item& one) { take_in(one); };
-        ordered_pipeline<recheck_item> pipeline(complete, {finished, listener.progress, listener.cancelled});
+        const auto foresee = [this](const recheck_item& one, pipeline_tools& tools) { ask_for(one, tools); };
+        ordered_pipeline<recheck_item> pipeline(foresee, complete, {finished, listener.progress, listener.cancelled});
         manifest_reader reader(request.result.path(product::manifest));
         while (auto entry = reader.next()) {
             known_copies.add(entry->copy);
@@ -92,6 +93,17 @@ private:
             }
         }
         return pipeline.drain();
+    }
+
+    /// Asks the system to read what is going to be checked.
+    void ask_for(const recheck_item& one, pipeline_tools& tools) const
+    {
+        if (one.with_copy && stays_below(one.entry.copy)) {
+            tools.copies.ask_for(child_path(result_root, one.entry.copy));
+        }
+        if (one.with_source && stays_below(one.entry.path)) {
+            tools.sources.ask_for(child_path(*request.source, one.entry.path), link_handling::follow);
+        }
     }
 
     void check(recheck_item& one, pipeline_tools& tools, const std::function<bool(qint64)>& stop) const

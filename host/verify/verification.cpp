@@ -39,6 +39,14 @@ std::set<QByteArray> copy_directories_of(const copy_assignment& assignment)
     return directories;
 }
 
+/// Returns what spares a pair the reading of its source; nothing when that must be read.
+std::optional<known_source> known_source_of(const verification_request& request, const copy_pair& pair)
+{
+    const bool is_copied = request.known != nullptr && pair.task == pair_task::compare;
+    std::optional<known_source> known = is_copied ? request.known->find(pair.entry.copy) : std::nullopt;
+    return known && (known->digest || !known->problem.isEmpty()) ? known : std::nullopt;
+}
+
 /// Carries out a pair's task, with as little reading as the request asks for.
 void complete(const verification_request& request, const QByteArray& source, const QByteArray& result, copy_pair& pair,
               pipeline_tools& tools, const std::function<bool(qint64)>& stop)
@@ -47,9 +55,7 @@ void complete(const verification_request& request, const QByteArray& source, con
         look_at_copy(pair, result, tools);
         return;
     }
-    const bool is_copied = request.known != nullptr && pair.task == pair_task::compare;
-    const std::optional<known_source> known = is_copied ? request.known->find(pair.entry.copy) : std::nullopt;
-    if (known && (known->digest || !known->problem.isEmpty())) {
+    if (const auto known = known_source_of(request, pair)) {
         complete_known_pair(pair, *known, result, tools, stop);
     } else {
         complete_pair(pair, source, result, tools, stop);
@@ -110,7 +116,12 @@ verification_result verify_copies(const verification_request& request,
         const auto complete_one = [&](copy_pair& pair, pipeline_tools& tools, const std::function<bool(qint64)>& stop) {
             complete(request, source, result, pair, tools, stop);
         };
-        ordered_pipeline<copy_pair> pipeline(complete_one, {finished, progress, cancelled});
+        const auto foresee = [&](const copy_pair& pair, pipeline_tools& tools) {
+            if (!request.without_reading) {
+                ask_for_pair(pair, known_source_of(request, pair).has_value(), source, result, tools);
+            }
+        };
+        ordered_pipeline<copy_pair> pipeline(foresee, complete_one, {finished, progress, cancelled});
         const pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); }, add_surplus};
         found.cancelled = !walk_copy_pairs(source, result, assignment.users, visitor) || !pipeline.drain() ||
                           !find_stray_files(request.result, copy_directories_of(assignment), kept, add_surplus);

@@ -12,6 +12,9 @@ std::size_t thread_count()
     return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
 }
 
+// So many that the disk can put what it reads in an order of its own, few enough for the descriptors of a process.
+constexpr std::size_t files_ahead = 8;
+
 } // namespace
 
 copy_job::copy_job(walked_directory_ptr source_end, std::shared_ptr<const copy_directory_end> destination_end,
@@ -23,35 +26,67 @@ copy_job::copy_job(walked_directory_ptr source_end, std::shared_ptr<const copy_d
     , source(std::move(source_end))
     , destination(std::move(destination_end))
     , ready(std::make_unique<std::atomic<bool>[]>(files.size()))
+    , opened(std::make_unique<std::atomic<int>[]>(files.size()))
     , left(files.size())
 {
+    std::fill_n(opened.get(), files.size(), -1);
+}
+
+copy_job::~copy_job()
+{
+    close();
 }
 
 bool copy_job::work(file_copier& copier)
 {
     bool is_last = false;
     for (std::size_t file = next.fetch_add(1); file < files.size(); file = next.fetch_add(1)) {
-        outcomes[file] = copier.copy(order_for(files[file]));
+        ask_ahead(file);
+        outcomes[file] = copier.copy(order_for(file));
         ready[file].store(true, std::memory_order_release);
         is_last = left.fetch_sub(1) == 1;
     }
     return is_last;
 }
 
+/// Opens the files after one that was begun and asks for their content, so that the disk always has something to do.
+void copy_job::ask_ahead(std::size_t begun)
+{
+    const std::size_t end = reads_on_demand() ? std::min(files.size(), begun + 1 + files_ahead) : 0;
+    while (asked.load(std::memory_order_relaxed) < end) {
+        const std::size_t file = asked.fetch_add(1);
+        // Whoever has begun meanwhile opens it himself.
+        if (file < next.load() || file >= files.size()) {
+            continue;
+        }
+        const walked_file& wanted = files[file];
+        owned_descriptor found = open_source(source->descriptor(), wanted.name.constData(),
+                                             wanted.is_link ? link_rule::follow : link_rule::refuse);
+        if (found.is_open()) {
+            ask_for_beginning(found.get());
+            opened[file].store(found.release());
+        }
+    }
+}
+
 void copy_job::close()
 {
+    for (std::size_t file = 0; file < files.size(); ++file) {
+        const owned_descriptor unused(opened[file].exchange(-1));
+    }
     source.reset();
     destination.reset();
 }
 
-copy_order copy_job::order_for(const walked_file& file) const
+copy_order copy_job::order_for(std::size_t number)
 {
+    const walked_file& file = files[number];
     const auto fits = [&file](const QByteArray& directory) {
         return directory.size() + 1 + file.name.size() < path_limit();
     };
-    return {
-        source->descriptor(), destination->descriptor.get(), destination->error, file.name.constData(), file.is_link,
-        fits(source_path),    fits(destination_path)};
+    return {source->descriptor(),  destination->descriptor.get(), destination->error,
+            file.name.constData(), opened[number].exchange(-1),   file.is_link,
+            fits(source_path),     fits(destination_path)};
 }
 
 copy_crew::copy_crew(const std::atomic<bool>& cancelled)

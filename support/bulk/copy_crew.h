@@ -25,6 +25,8 @@ class copy_job
 public:
     copy_job(walked_directory_ptr source_end, std::shared_ptr<const copy_directory_end> destination_end,
              std::vector<walked_file> wanted);
+    ~copy_job();
+    Q_DISABLE_COPY_MOVE(copy_job)
 
     /// Copies the files that nobody has begun, until none is left; false when another thread still has some in work.
     bool work(file_copier& copier);
@@ -43,11 +45,14 @@ public:
     const QByteArray destination_path;
 
 private:
-    copy_order order_for(const walked_file& file) const;
+    copy_order order_for(std::size_t file);
+    void ask_ahead(std::size_t begun);
 
     walked_directory_ptr source;
     std::shared_ptr<const copy_directory_end> destination;
     std::unique_ptr<std::atomic<bool>[]> ready;
+    std::unique_ptr<std::atomic<int>[]> opened; ///< sources that are open before their turn, -1 for none
+    std::atomic<std::size_t> asked{0};          ///< the first file of which nothing was asked for yet
     std::atomic<std::size_t> next{0};
     std::atomic<std::size_t> left;
 };

@@ -168,6 +168,13 @@ owned_descriptor open_source(int directory, const char* name, link_rule links)
     return open_at(directory, name, O_RDONLY | O_NONBLOCK | link_flag(links));
 }
 
+bool reads_on_demand()
+{
+    return false;
+}
+
+void ask_for_beginning(int) {}
+
 owned_descriptor create_nameless_file(int)
 {
     errno = ENOTSUP;
@@ -236,6 +243,17 @@ owned_descriptor open_destination(int directory, const char* name)
 owned_descriptor open_source(int directory, const char* name, link_rule links)
 {
     return open_quietly(directory, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | link_flag(links));
+}
+
+bool reads_on_demand()
+{
+    return true;
+}
+
+void ask_for_beginning(int descriptor)
+{
+    constexpr off_t beginning = 262'144; // from there on the system sees that the file is read in order
+    static_cast<void>(::posix_fadvise(descriptor, 0, beginning, POSIX_FADV_WILLNEED));
 }
 
 owned_descriptor create_nameless_file(int directory)

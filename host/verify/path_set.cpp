@@ -1,4 +1,4 @@
-#include "host/files/path_set.h"
+#include "host/verify/path_set.h"
 
 #include <algorithm>
 
