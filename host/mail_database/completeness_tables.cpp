@@ -6,7 +6,12 @@
 
 #include <QDateTime>
 
+#include <utility>
+
 namespace {
+
+// Enough to be worth a thread, few enough not to be felt in memory.
+constexpr std::size_t lines_at_once = 512;
 
 /// A table by its name and its columns; each column's name comes first.
 struct table_declaration
@@ -111,6 +116,17 @@ QVariant number_or_null(qint64 number)
     return number < 0 ? QVariant() : QVariant(number);
 }
 
+QByteArrayList fields_of(const QVariantList& values)
+{
+    QByteArrayList fields;
+    fields.reserve(values.size());
+    for (const QVariant& value : values) {
+        // Subjects come from strangers: none may be run by a spreadsheet, nor break the line.
+        fields.append(spreadsheet_text(display_text(value.toString()).toUtf8()));
+    }
+    return fields;
+}
+
 } // namespace
 
 const char* index_state_word(index_state state)
@@ -132,18 +148,31 @@ completeness_table_writer::csv_list::csv_list(const QString& path, const QByteAr
     file.write(csv_line(titles));
 }
 
-void completeness_table_writer::csv_list::add(const QVariantList& values)
+void completeness_table_writer::csv_list::add(QVariantList values)
 {
-    QByteArrayList fields;
-    for (const QVariant& value : values) {
-        // Subjects come from strangers: none may be run by a spreadsheet, nor break the line.
-        fields.append(spreadsheet_text(display_text(value.toString()).toUtf8()));
+    gathered.push_back(std::move(values));
+    if (gathered.size() == lines_at_once) {
+        write_gathered();
     }
-    file.write(csv_line(fields));
+}
+
+void completeness_table_writer::csv_list::write_gathered()
+{
+    if (writing.valid()) {
+        writing.get();
+    }
+    in_work = std::exchange(gathered, {});
+    writing = std::async(std::launch::async | std::launch::deferred, [this] {
+        for (const QVariantList& values : in_work) {
+            file.write(csv_line(fields_of(values)));
+        }
+    });
 }
 
 void completeness_table_writer::csv_list::put_in_place()
 {
+    write_gathered();
+    writing.get();
     // Tells of every write that failed.
     file.commit();
 }

@@ -4,7 +4,8 @@
 #include "host/files/durable_file.h"
 #include "host/mail_database/database_writer.h"
 
-#include <memory>
+#include <future>
+#include <vector>
 
 /// Where the lists of messages that are not in both places are written beside the database, as CSV.
 struct completeness_lists
@@ -32,16 +33,21 @@ public:
     void put_lists_in_place();
 
 private:
-    /// A list beside the database.
+    /// A list beside the database, written by a thread of its own while the database takes the next rows.
     class csv_list
     {
     public:
         csv_list(const QString& path, const QByteArrayList& titles);
-        void add(const QVariantList& values);
+        void add(QVariantList values);
         void put_in_place();
 
     private:
+        void write_gathered();
+
         durable_file file;
+        std::vector<QVariantList> gathered;
+        std::vector<QVariantList> in_work;
+        std::future<void> writing; // ends before what it works on
     };
 
     /// One statement for each table.
