@@ -17,5 +17,6 @@ inline constexpr qsizetype head_size = 4096;
 
 /// Judges a mail file by its first bytes, of which `head_size` (or all there are) must be given, and its size: the
 /// count must stand there and the file hold that many bytes, and they must begin as a header does. What follows the
-/// message, be it damaged or absent, does not matter. Fewer bytes may make a problem of what is none, never the reverse.
+/// message, be it damaged or absent, does not matter. Fewer bytes may make a problem of what is none, never the
+/// reverse.
 message_head judge_message_head(QByteArrayView beginning, qint64 file_size);
