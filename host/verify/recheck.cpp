@@ -2,9 +2,9 @@
 
 #include "host/files/file_tree.h"
 #include "host/result/manifest.h"
+#include "host/result/path_set.h"
 #include "host/source/source_users.h"
 #include "host/verify/ordered_pipeline.h"
-#include "host/verify/path_set.h"
 
 #include <QFile>
 

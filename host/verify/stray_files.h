@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/verify/path_set.h"
+#include "host/result/path_set.h"
 #include "host/result/result_paths.h"
 
 #include <QByteArray>

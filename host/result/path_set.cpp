@@ -1,4 +1,4 @@
-#include "host/verify/path_set.h"
+#include "host/result/path_set.h"
 
 #include <algorithm>
 
