@@ -75,7 +75,7 @@ void tree_lister::list_one(std::unique_lock<std::mutex>& lock)
     // Trees may lie in each other.
     if (!listed.contains(path)) {
         entries_listed += weight_of(listing);
-        listed.insert(path, std::move(listing));
+        listed.emplace(path, std::move(listing));
     }
     is_there.notify_one();
 }

@@ -173,6 +173,7 @@ QStringList measure_account_folders(const result_paths& result, QList<report_use
         }
     }
     std::vector<QByteArray> folders;
+    folders.reserve(accounts.size());
     for (const report_account* account : accounts) {
         folders.push_back(QFile::encodeName(result.below(account->folder)));
     }
