@@ -94,7 +94,10 @@ run_record begin_record(const run_options& options, const run_plan& plan, const 
 void add_what_no_manifest_tells(const verification_result& found, bool has_manifest, run_record& record)
 {
     if (found.failure_count > 0 && !has_manifest) {
-        record.add_error(QStringLiteral("%1 files are not copied as they should be").arg(found.failure_count));
+        const manifest_entry& first = found.failures.front();
+        record.add_error(QStringLiteral("%1 files are not copied as they should be, the first of them %2: %3: %4")
+                             .arg(QString::number(found.failure_count), manifest_text(first.path),
+                                  QLatin1String(entry_status_name(first.status)), manifest_text(first.reason)));
     }
     if (found.surplus_count > 0) {
         record.add_error(QStringLiteral("%1 files lie among the copies and are none that counts, the first of them %2")

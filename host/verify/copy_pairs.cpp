@@ -297,7 +297,7 @@ private:
         // Where there are no copies at all, each file of the source says so.
         if (!copies.error.isEmpty() && copies.error_number != ENOENT && copies.error_number != ENOTDIR &&
             !report(directory.source + '/', quiet_stat(in_source(directory.source)), entry_status::unreadable,
-                    "the directory of its copies cannot be read: " + copies.error.toUtf8())) {
+                    "the directory of its copies, " + directory.copy + ", cannot be read: " + copies.error.toUtf8())) {
             return false;
         }
         for (named_kind& copy : copies.entries) {
