@@ -6,12 +6,12 @@
 #include "host/files/quiet_reading.h"
 #include "host/text/display_text.h"
 
-#include <QDir>
 #include <QFile>
 
 #include <cerrno>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -130,13 +130,19 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
     , scratch_directory(scratch, origin_text)
 {
     root = resolved_path(QFile::encodeName(scratch_directory.path()));
+    if (root.isEmpty()) {
+        throw evidence_failure(
+            problem_of(path, QStringLiteral("cannot be copied: %1 cannot be resolved").arg(scratch_directory.path())));
+    }
     const QByteArray resolved = resolved_path(path);
     if (!resolved.isEmpty() && !is_at_or_below(resolved, resolved_path(source))) {
         throw evidence_failure(QStringLiteral("%1: a link on the way leads out of the source").arg(origin_text));
     }
     for (const char* name : {whole_directory, alone_directory}) {
-        if (!QDir(scratch_directory.path()).mkdir(QLatin1String(name))) {
-            throw evidence_failure(problem_of(child_path(root, name), QStringLiteral("cannot be made")));
+        const QByteArray directory = child_path(root, name);
+        if (::mkdir(directory.constData(), S_IRWXU) != 0) {
+            throw evidence_failure(problem_of(
+                path, QStringLiteral("cannot be copied: %1").arg(problem_of(directory, system_error_text(errno)))));
         }
     }
     const copy_outcome database_copy = copy_file(path, copy_of, database(log_use::with_log), limits);
