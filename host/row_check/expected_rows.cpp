@@ -220,7 +220,7 @@ void add_rows_of_folders(const row_check_request& request, row_expectation& expe
 row_expectation expect_rows(const row_check_request& request)
 {
     row_expectation expectation;
-    for (const store_pair& pair : pairs_of_stores(request)) {
+    for (const store_pair& pair : pairs_of_stores(request, expectation.problems)) {
         store_expectation(request, pair, expectation).add_rows();
     }
     add_rows_of_folders(request, expectation);

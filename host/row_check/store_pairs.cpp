@@ -2,6 +2,7 @@
 
 #include "host/files/file_tree.h"
 #include "host/source/account_stores.h"
+#include "host/text/display_text.h"
 
 #include <QFile>
 
@@ -32,18 +33,24 @@ struct found_sources
     std::vector<store_file> stores;
 };
 
-bool exists(const QByteArray& source, const QByteArray& path)
+/// To the plug-in what cannot be looked at is not there.
+bool exists(const QByteArray& source, const QByteArray& path, QStringList& problems)
 {
-    return quiet_stat(child_path(source, path), link_handling::follow).kind != entry_kind::absent;
+    const entry_facts facts = quiet_stat(child_path(source, path), link_handling::follow);
+    if (facts.kind == entry_kind::unknown && !facts.error.isEmpty()) {
+        problems.append(QStringLiteral("%1: cannot be looked at: %2").arg(display_text(path), facts.error));
+    }
+    return facts.error.isEmpty();
 }
 
-void find_sources(const row_check_request& request, const source_user& user, found_sources& found)
+void find_sources(const row_check_request& request, const source_user& user, found_sources& found,
+                  QStringList& problems)
 {
     const QByteArray name = QFile::encodeName(user.name);
     const QByteArray mail = mail_directory_of(name);
     const auto add_if_there = [&](const QByteArray& version) {
         const QByteArray path = child_path(mail, version);
-        const bool is_there = exists(request.source, path);
+        const bool is_there = exists(request.source, path, problems);
         if (is_there) {
             found.versions.push_back({name, path});
         }
@@ -59,7 +66,7 @@ void find_sources(const row_check_request& request, const source_user& user, fou
     }
     std::any_of(first_versions.begin(), first_versions.end(), add_if_there);
     const auto store = std::find_if(account_store_names.begin(), account_store_names.end(), [&](const char* file) {
-        return exists(request.source, child_path(account_folder_of(name), file));
+        return exists(request.source, child_path(account_folder_of(name), file), problems);
     });
     if (store != account_store_names.end()) {
         found.stores.push_back({name, *store});
@@ -100,13 +107,13 @@ void pair_up(const rows_by_store& rows_of, const found_sources& found, std::vect
 
 } // namespace
 
-std::vector<store_pair> pairs_of_stores(const row_check_request& request)
+std::vector<store_pair> pairs_of_stores(const row_check_request& request, QStringList& problems)
 {
     const rows_by_store rows_of = rows_by_store_of(request);
     std::vector<store_pair> pairs;
     found_sources found;
     for (const source_user& user : request.users) {
-        find_sources(request, user, found);
+        find_sources(request, user, found, problems);
         if (!request.as_suite) {
             pair_up(rows_of, found, pairs);
             found = {};

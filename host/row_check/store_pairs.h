@@ -11,4 +11,5 @@ struct store_pair
 };
 
 /// Pairs Mail versions and stores as the plug-in does; what has no store, or none that was read whole, is left out.
-std::vector<store_pair> pairs_of_stores(const row_check_request& request);
+/// What cannot be looked at is appended to `problems`, a line each.
+std::vector<store_pair> pairs_of_stores(const row_check_request& request, QStringList& problems);
