@@ -154,7 +154,7 @@ void add_run(CLI::App& program, chosen_command& chosen, run_options& options)
     command.add_flag("--as-suite", options.as_suite, "One run for all users, exactly as a suite drives the plug-in")
         ->group(for_integrators);
     command.add_flag("--no-verify", options.no_verify,
-                     "Leave out the verification at the end, and the manifest with it");
+                     "Leave out the verification at the end, and with it manifest and hashes");
     command.add_flag("--read-twice", options.read_twice,
                      "Read the source a second time for the verification; without it the hash is taken while copying");
     command.add_flag("--one-by-one", options.one_by_one, "Copy one file after the other, each put on the disk at once");

@@ -88,6 +88,10 @@ public:
     bool bulk_sync() const { return syncs_in_bulk; }
     /// Leaves the sync to the host with false.
     void set_bulk_sync(bool syncs) { syncs_in_bulk = syncs; }
+    /// True when what is copied in bulk is hashed.
+    bool bulk_hashing() const { return hashes_in_bulk; }
+    /// Does without the hashes with false.
+    void set_bulk_hashing(bool hashes) { hashes_in_bulk = hashes; }
 
 signals:
     /// Rows written so far; during extraction about once a second.
@@ -167,6 +171,7 @@ private:
     QElapsedTimer copy_progress_timer;
     bool copies_in_bulk = false;
     bool syncs_in_bulk = true;
+    bool hashes_in_bulk = true;
     bulk_copier* copier = nullptr; ///< while a bulk copy runs
     attempted_copies bulk_attempts;
 };

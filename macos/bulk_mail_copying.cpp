@@ -17,7 +17,8 @@ bool apple_mail_extractor_macos::copy_mail_directories_in_bulk()
 {
     try {
         bulk_copier bulk(
-            cancel_requested, [this](const copied_file& file) { take_copied_file(file); },
+            cancel_requested, hashes_in_bulk ? content_hashing::sha256 : content_hashing::none,
+            [this](const copied_file& file) { take_copied_file(file); },
             [this] { signal_copy_progress_of_long_file(); });
         copier = &bulk;
         copy_mail_directories();

@@ -241,6 +241,16 @@ void apple_mail_extractor::set_bulk_sync(bool syncs)
     extractor_macos->set_bulk_sync(syncs);
 }
 
+bool apple_mail_extractor::bulk_hashing() const
+{
+    return extractor_macos->bulk_hashing();
+}
+
+void apple_mail_extractor::set_bulk_hashing(bool hashes)
+{
+    extractor_macos->set_bulk_hashing(hashes);
+}
+
 QString apple_mail_extractor::plugin_version() const
 {
     return QStringLiteral(APPLE_MAIL_EXTRACTOR_VERSION);

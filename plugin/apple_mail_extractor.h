@@ -33,6 +33,8 @@ class Q_DECL_EXPORT apple_mail_extractor : public QFrame
     /// False when the host itself syncs the file system of the copies in bulk before it relies on them, once for
     /// several objects for instance; true unless a host sets it.
     Q_PROPERTY(bool bulk_sync READ bulk_sync WRITE set_bulk_sync)
+    /// False when the host wants no hashes of what is copied in bulk; true unless a host sets it.
+    Q_PROPERTY(bool bulk_hashing READ bulk_hashing WRITE set_bulk_hashing)
     /// The plug-in's own version, such as "1.0.0".
     Q_PROPERTY(QString plugin_version READ plugin_version CONSTANT)
 
@@ -90,6 +92,10 @@ public:
     bool bulk_sync() const;
     /// Chooses whether later copies in bulk end with a sync.
     void set_bulk_sync(bool syncs);
+    /// True when what is copied in bulk is hashed.
+    bool bulk_hashing() const;
+    /// Chooses whether later copies in bulk are hashed.
+    void set_bulk_hashing(bool hashes);
     /// Returns the plug-in's own version.
     QString plugin_version() const;
 

@@ -79,18 +79,19 @@ bool take_name(const QByteArray& name, account_folder_found& folder)
     return false;
 }
 
-void measure(const QByteArray& path, account_place& place)
+void measure(const QByteArray& path, const folder_extents* known, account_place& place)
 {
-    walk_tree(path, [&place](const tree_entry& entry) {
-        const QString& error = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
-        if (!error.isEmpty() && place.problem.isEmpty()) {
-            place.problem = QStringLiteral("%1: %2").arg(display_text(entry.path), error);
-        }
-        if (entry.facts.kind == entry_kind::file) {
-            place.amount += {1, entry.facts.size};
-        }
-        return true;
-    });
+    folder_extent extent;
+    if (const folder_extent* found = known == nullptr ? nullptr : known->find(path)) {
+        extent = *found;
+    } else {
+        walk_tree(path, [&extent](const tree_entry& entry) {
+            extent.add(entry);
+            return true;
+        });
+    }
+    place.amount = extent.amount;
+    place.problem = extent.problem;
 }
 
 int version_number(const QString& name)
@@ -101,7 +102,8 @@ int version_number(const QString& name)
 } // namespace
 
 std::vector<account_folder_found> find_account_folders(const QByteArray& source, const QByteArray& user,
-                                                       const content_place& copy_of, QStringList& problems)
+                                                       const content_place& copy_of, const folder_extents* extents,
+                                                       QStringList& problems)
 {
     std::vector<account_folder_found> found;
     std::vector<QByteArray> paths; // of those found
@@ -142,7 +144,7 @@ std::vector<account_folder_found> find_account_folders(const QByteArray& source,
         }
     }
     for_each_on_all_cores(
-        found.size(), [&](std::size_t at) { measure(paths[at], found[at].place); }, 1);
+        found.size(), [&](std::size_t at) { measure(paths[at], extents, found[at].place); }, 1);
     for (const account_folder_found& folder : found) {
         if (!folder.place.problem.isEmpty()) {
             problems.append(folder.place.problem);

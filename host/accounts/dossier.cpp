@@ -285,7 +285,7 @@ void user_dossier::add_folder_without_record(const account_folder_found& folder)
 
 void user_dossier::read()
 {
-    folders = find_account_folders(request.source, user, request.copy_of, dossier.problems);
+    folders = find_account_folders(request.source, user, request.copy_of, request.extents, dossier.problems);
     for (const account_folder_found& folder : folders) {
         if (!folder.identifier.isEmpty()) {
             folder_identifiers.insert(folder.identifier);

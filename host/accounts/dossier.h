@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/accounts/account_record.h"
+#include "host/accounts/folder_extents.h"
 #include "host/evidence/evidence_limits.h"
 #include "host/files/content_place.h"
 
@@ -17,6 +18,7 @@ struct dossier_request
     QString scratch;               ///< an existing directory outside the source, for copies of the stores
     std::function<bool()> cancelled = [] { return false; }; ///< true ends the work; what is there by then is returned
     content_place copy_of = {};                             ///< of files that need not be read in the source
+    const folder_extents* extents = nullptr;                ///< of folders that need not be gone through; may be absent
 };
 
 /// Reads the account stores and looks at the account folders of each user. The source is only read; what cannot be

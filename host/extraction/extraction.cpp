@@ -10,6 +10,7 @@ namespace {
 constexpr const char* versions_property = "additional_mail_versions";
 constexpr const char* bulk_property = "bulk_copying";
 constexpr const char* sync_property = "bulk_sync";
+constexpr const char* hashing_property = "bulk_hashing";
 
 /// One plug-in object's share of an extraction.
 struct plugin_task
@@ -66,6 +67,7 @@ void configure(apple_mail_extractor& plugin, const extraction_settings& settings
         plugin.pub_set_engine_type(settings.engine_type);
         plugin.setProperty(versions_property, task.users.value(0).newer_mail_versions);
         plugin.setProperty(bulk_property, settings.in_bulk);
+        plugin.setProperty(hashing_property, settings.hashes);
         // There is an object a user, and one sync is as good as a sync a user.
         plugin.setProperty(sync_property, false);
     }

@@ -26,6 +26,7 @@ struct extraction_settings
     int engine_type = 0;
     bool clear = false;    ///< empty the result table first
     bool in_bulk = false;  ///< copy by several threads; each copy is told
+    bool hashes = true;    ///< with the hash of what was read
     bool as_suite = false; ///< one run for all users, with nothing but what a host suite sets
     QString log_path;
     bool log_enciphered = false;

@@ -162,12 +162,15 @@ report_manifest apply_manifest(const result_paths& result, QList<report_user>& u
     return sums.whole;
 }
 
-QStringList measure_account_folders(const result_paths& result, QList<report_user>& users)
+QStringList measure_account_folders(const result_paths& result, const folder_amounts& known, QList<report_user>& users)
 {
     std::vector<report_account*> accounts;
     for (report_user& user : users) {
         for (report_account& account : user.accounts) {
-            if (account.folder_exists) {
+            const auto found = known.find(QFile::encodeName(account.folder));
+            if (found != known.end()) {
+                account.amount = {found->second, 0};
+            } else if (account.folder_exists) {
                 accounts.push_back(&account);
             }
         }

@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <array>
+#include <map>
 #include <numeric>
 
 /// Files and bytes of one folder of the result, or of one user's Mail trees.
@@ -70,6 +71,9 @@ QList<report_user> load_report_users(const result_paths& result);
 /// the manifest says. Throws a failure when there is no sound manifest, and then changes nothing.
 report_manifest apply_manifest(const result_paths& result, QList<report_user>& users);
 
-/// Fills in the amounts of the accounts by looking at their folders in the result; links are not followed. Returns what
-/// could not be looked at.
-QStringList measure_account_folders(const result_paths& result, QList<report_user>& users);
+/// What lies in folders of the result, by paths relative to it.
+using folder_amounts = std::map<QByteArray, file_amount>;
+
+/// Fills in the amounts of the accounts: what is `known` of their folders, else by looking at them in the result; links
+/// are not followed. Returns what could not be looked at.
+QStringList measure_account_folders(const result_paths& result, const folder_amounts& known, QList<report_user>& users);

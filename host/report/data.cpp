@@ -111,7 +111,7 @@ void sum_up_accounts(report_user& user)
 
 } // namespace
 
-report_data load_report_data(const result_paths& result)
+report_data load_report_data(const result_paths& result, const folder_amounts& known)
 {
     report_data data{result};
     data.proof = load_proof(result);
@@ -120,7 +120,7 @@ report_data load_report_data(const result_paths& result)
     add_users_of_run(data);
     add_manifest(data);
     if (!data.manifest) {
-        data.unreadable += measure_account_folders(result, data.users);
+        data.unreadable += measure_account_folders(result, known, data.users);
         for (report_user& user : data.users) {
             sum_up_accounts(user);
         }

@@ -27,5 +27,6 @@ struct report_data
     QStringList unreadable = {};    ///< what must be there and cannot be read: run record, table of accounts
 };
 
-/// Reads a result directory. Throws a failure when no run has left a trace and the table of accounts cannot be read.
-report_data load_report_data(const result_paths& result);
+/// Reads a result directory. What lies in the folders of accounts is looked at where no manifest tells, unless it is
+/// `known`. Throws a failure when no run has left a trace and the table of accounts cannot be read.
+report_data load_report_data(const result_paths& result, const folder_amounts& known = {});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/report/account_rows.h"
 #include "host/result/result_paths.h"
 
 #include <QString>
@@ -14,5 +15,5 @@ struct report_outcome
 
 /// Writes the report of a result directory as one HTML file, replacing an earlier one in one step. What the result
 /// lacks is said in the report. Throws a failure when nothing of a result is there or no file can be written, and when
-/// the file would lie in the source.
-report_outcome write_report(const result_paths& result, const QString& output);
+/// the file would lie in the source. What is `known` spares looking at folders of accounts.
+report_outcome write_report(const result_paths& result, const QString& output, const folder_amounts& known = {});

@@ -69,8 +69,8 @@ private:
     std::optional<known_source> known_copy(const QByteArray& place, const entry_facts& facts) const
     {
         std::optional<known_source> found = known.find(place);
-        const bool is_same =
-            found && found->digest && !found->has_changed && is_as_copied(*found, facts.size, facts.modified);
+        const bool is_same = found && found->problem.isEmpty() && !found->has_changed &&
+                             is_as_copied(*found, facts.size, facts.modified);
         return is_same ? found : std::nullopt;
     }
 
@@ -79,6 +79,18 @@ private:
     const known_sources& known;
     std::map<QByteArray, mail_copy> copies; ///< by user
 };
+
+/// Returns the folder of a Mail version that a copy lies in, or the one above where it lies in none.
+QByteArray folder_of_copy(const QByteArray& path)
+{
+    constexpr int levels = 3;
+    qsizetype end = relative_copies().size();
+    for (int level = 0; level < levels; ++level) {
+        const qsizetype next = path.indexOf('/', end + 1);
+        end = next < 0 ? end : next;
+    }
+    return path.left(end);
+}
 
 } // namespace
 
@@ -99,9 +111,11 @@ void copies_of_run::take(const copied_file& file)
     known_source known{file.size, {file.modified_s, file.modified_ns}, {}, file.result == outcome::changed, {}, false};
     if (file.result == outcome::failed) {
         known.problem = file.error_text;
-    } else if (file.sha256.size() == static_cast<qsizetype>(sizeof(sha256_digest))) {
-        known.digest.emplace();
-        std::copy(file.sha256.begin(), file.sha256.end(), known.digest->begin());
+    } else {
+        if (file.sha256.size() == static_cast<qsizetype>(sizeof(sha256_digest))) {
+            known.digest.emplace();
+            std::copy(file.sha256.begin(), file.sha256.end(), known.digest->begin());
+        }
         // What the first bytes allow, more of them do not forbid; what they do not, is read from the copy later.
         known.is_message = judge_message_head(file.beginning, file.size).problem.isEmpty();
     }
@@ -127,14 +141,17 @@ void copies_of_run::count(const copied_file& file)
     message_count += file.destination_path.endsWith(message_ending) ? 1 : 0;
     found_there += was_there ? file_amount{1, file.size} : file_amount();
     const QByteArray path = file.destination_path.mid(result_root.size() + 1);
-    const QByteArray folder = path.left(path.indexOf('/', relative_copies().size() + 1));
-    amounts[folder] += {1, was_there ? quiet_stat(file.destination_path).size : file.bytes_copied};
+    amounts[folder_of_copy(path)] += {1, was_there ? quiet_stat(file.destination_path).size : file.bytes_copied};
 }
 
 file_amount copies_of_run::amount_in(const QByteArray& dated_folder) const
 {
-    const auto found = amounts.find(dated_folder);
-    return found == amounts.end() ? file_amount() : found->second;
+    file_amount all;
+    for (auto found = amounts.lower_bound(dated_folder + '/');
+         found != amounts.end() && found->first.startsWith(dated_folder + '/'); ++found) {
+        all += found->second;
+    }
+    return all;
 }
 
 content_place copies_of_run::content_of(const QByteArray& source) const

@@ -36,6 +36,8 @@ public:
     /// Returns the files that are in a dated folder, relative to the result, as far as they were told of, and their
     /// bytes.
     file_amount amount_in(const QByteArray& dated_folder) const;
+    /// Returns the same for each folder of a Mail version in a dated folder, relative to the result.
+    const std::map<QByteArray, file_amount>& amounts_by_folder() const { return amounts; }
     /// Returns how many of the copied files bear the name of a message.
     qint64 messages() const { return message_count; }
 
@@ -47,7 +49,7 @@ private:
     known_sources sources;
     QStringList problems;
     file_amount found_there;
-    std::map<QByteArray, file_amount> amounts; ///< by dated folder
+    std::map<QByteArray, file_amount> amounts; ///< by the third folder on the way, such as "DATED/V9/IMAP-..."
     qint64 message_count = 0;
     bool is_complete = false;
 };

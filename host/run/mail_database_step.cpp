@@ -73,6 +73,7 @@ mail_database_outcome write_mail_database(const mail_database_request& request,
     asked.scratch = QDir::tempPath();
     asked.cancelled = interruption::requested;
     asked.copy_of = request.copy_of;
+    asked.extents = &request.extents;
     for (const source_user& user : request.users) {
         asked.users.push_back(QFile::encodeName(user.name));
     }
@@ -102,9 +103,9 @@ void show_until_ready(progress& shown, const std::atomic<qint64>& looked_into, c
 
 } // namespace
 
-account_notes::account_notes(const mail_database_request& request, qint64 messages, progress_style style)
+account_notes::account_notes(mail_database_request request, qint64 messages, progress_style style)
     : shown(QStringLiteral("reading mail"), {messages, 0}, style)
-    , awaited(std::async(std::launch::async | std::launch::deferred, [this, request] {
+    , awaited(std::async(std::launch::async | std::launch::deferred, [this, request = std::move(request)] {
         return write_mail_database(request, [this](qint64 so_far) { looked_into = so_far; });
     }))
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/accounts/account_record.h"
+#include "host/accounts/folder_extents.h"
 #include "host/files/content_place.h"
 #include "host/result/result_paths.h"
 #include "host/source/source_users.h"
@@ -28,6 +29,7 @@ struct mail_database_request
     result_paths result;
     content_place copy_of;               ///< of mail files that need not be read in the source
     content_knowledge begins_as_message; ///< mail files that need not be read at all to know that
+    folder_extents extents;              ///< of account folders that need not be gone through
 };
 
 /// Reads who the users' accounts are, and what their messages are, and writes that to mail.sqlite of the result, on a
@@ -37,7 +39,7 @@ class account_notes
 {
 public:
     /// Begins; `messages` are expected for the progress, 0 when nobody knows.
-    account_notes(const mail_database_request& request, qint64 messages, progress_style style);
+    account_notes(mail_database_request request, qint64 messages, progress_style style);
 
     /// Shows how far it is until something else is done.
     void show_until(const std::future<void>& other);

@@ -119,6 +119,8 @@ run_plan prepare_run(const run_options& options)
     settings.engine_type = options.engine_type;
     settings.as_suite = options.as_suite;
     settings.in_bulk = !options.as_suite && !options.one_by_one;
+    // Without a manifest nothing takes them.
+    settings.hashes = !options.no_verify;
     settings.log_enciphered = options.log_encrypted;
     const QString copies = plan.result.copies();
     if (options.clear && lies_inside(settings.source_root, copies)) {

@@ -205,7 +205,8 @@ void finish(run_journal& journal, const QString& scheme)
 }
 
 /// Seals the result of a run that came to its end, and writes the report. Returns the root hash; empty without a seal.
-QString seal_and_report(run_journal& journal, const result_paths& result, progress_style style)
+QString seal_and_report(run_journal& journal, const result_paths& result, const folder_amounts& amounts,
+                        progress_style style)
 {
     QString root_hash;
     interruption::wait_is_for(QStringLiteral("the seal"));
@@ -219,7 +220,7 @@ QString seal_and_report(run_journal& journal, const result_paths& result, progre
         });
     }
     journal.publish([&] {
-        const report_outcome report = write_report(result, result.path(product::report));
+        const report_outcome report = write_report(result, result.path(product::report), amounts);
         if (!report.unread.isEmpty()) {
             refuse(QStringLiteral("the report lacks what could not be read: ") + report.unread.first());
         }
@@ -288,11 +289,11 @@ int run_command(const run_options& options)
     std::future<void> flushing = begin_flush(plan);
     take_stock(plan, begun, signalled_rows, copies, journal.record());
     if (holds_mail && !interruption::requested()) {
-        keep_witnesses(plan, copies.known(), style, journal.record());
+        folder_extents extents = keep_witnesses(plan, copies.known(), style, journal.record());
         copies.complete(journal.record());
         const QByteArray source = QFile::encodeName(plan.settings.source_root);
         account_notes notes({plan.settings.source_root, plan.settings.users, plan.result, copies.content_of(source),
-                             copies.messages_in(source)},
+                             copies.messages_in(source), std::move(extents)},
                             copies.messages(), style);
         flush_copies(flushing, notes, plan, journal.record());
         verify_run(journal.record(), options, plan, copies);
@@ -301,7 +302,7 @@ int run_command(const run_options& options)
     const source_snapshot at_last = snapshot_of(plan.settings);
     add_errors(journal.record(), at_first.problems() + at_last.problems() + at_last.differences_from(at_first));
     finish(journal, plan.settings.scheme);
-    const QString root_hash = seal_and_report(journal, plan.result, style);
+    const QString root_hash = seal_and_report(journal, plan.result, copies.amounts_by_folder(), style);
 
     print_outcome(journal.record(), root_hash, options.json);
     return *journal.record().exit_code;

@@ -37,6 +37,7 @@ public:
                 note(entry.relative_path.isEmpty() ? mail_directory : child_path(mail_directory, entry.relative_path),
                      unseen);
             }
+            extents.add(entry);
             const bool is_loose = !entry.relative_path.contains('/');
             if (entry.facts.kind == entry_kind::file && (entry.hidden || is_loose)) {
                 keep(child_path(mail_directory, entry.relative_path), entry.facts, link_handling::keep);
@@ -45,6 +46,8 @@ public:
         };
         walk_tree(child_path(source, mail_directory), visit, list);
     }
+
+    folder_extents take_extents() { return std::move(extents); }
 
     void tell(run_record& record) const
     {
@@ -99,6 +102,7 @@ private:
     known_sources& known;
     const QByteArray source;
     const QByteArray result;
+    folder_extents extents;
     QStringList problems;
     qint64 problem_count = 0;
 };
@@ -117,7 +121,7 @@ std::vector<QByteArray> mail_directories_of(const run_plan& plan)
 
 } // namespace
 
-void keep_witnesses(const run_plan& plan, known_sources& known, progress_style style, run_record& record)
+folder_extents keep_witnesses(const run_plan& plan, known_sources& known, progress_style style, run_record& record)
 {
     witness_keeper keeper(plan, known, style);
     const QByteArray source = QFile::encodeName(plan.settings.source_root);
@@ -138,4 +142,5 @@ void keep_witnesses(const run_plan& plan, known_sources& known, progress_style s
         }
     }
     keeper.tell(record);
+    return interruption::requested() ? folder_extents() : keeper.take_extents();
 }

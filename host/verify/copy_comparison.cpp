@@ -119,9 +119,18 @@ quiet_file open_copy(copy_pair& pair, const QByteArray& result, nearby_files& co
     return copy;
 }
 
+/// Says whether the source is still what was copied.
+void judge_changes(manifest_entry& entry, const known_source& known)
+{
+    if (known.has_changed || !is_as_copied(known, entry.size, entry.metadata.modified)) {
+        judge(entry, entry_status::changed,
+              known.has_changed ? "source: it changed while it was copied" : "source: it changed after it was copied");
+    }
+}
+
 } // namespace
 
-void look_at_copy(copy_pair& pair, const QByteArray& result, pipeline_tools& tools)
+void look_at_copy(copy_pair& pair, const known_sources* known, const QByteArray& result, pipeline_tools& tools)
 {
     manifest_entry& entry = pair.entry;
     if (pair.task != pair_task::compare) {
@@ -139,6 +148,12 @@ void look_at_copy(copy_pair& pair, const QByteArray& result, pipeline_tools& too
     } else if (copy.size != entry.size) {
         judge(entry, entry_status::different,
               "the copy has " + QByteArray::number(copy.size) + " of " + QByteArray::number(entry.size) + " bytes");
+    } else if (known != nullptr && (known->has_changed() || copy.modified != entry.metadata.modified)) {
+        // A copy has the time that its source had when it was copied.
+        const std::optional<known_source> source = known->find(entry.copy);
+        if (source && source->problem.isEmpty()) {
+            judge_changes(entry, *source);
+        }
     }
 }
 
@@ -188,10 +203,7 @@ bool complete_known_pair(copy_pair& pair, const known_source& known, const QByte
         judge(entry, entry_status::missing, "not copied: " + known.problem);
         return true;
     }
-    if (known.has_changed || !is_as_copied(known, entry.size, entry.metadata.modified)) {
-        judge(entry, entry_status::changed,
-              known.has_changed ? "source: it changed while it was copied" : "source: it changed after it was copied");
-    }
+    judge_changes(entry, known);
     entry.source_sha256 = known.digest;
     const quiet_file copy = open_copy(pair, result, tools.copies, content_source::disk);
     if (!copy.descriptor.is_open()) {

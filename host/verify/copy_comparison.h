@@ -6,8 +6,9 @@
 
 #include <functional>
 
-/// Looks for a pair's copy and at its size, without reading anything; says in the entry what is not as it should be.
-void look_at_copy(copy_pair& pair, const QByteArray& result, pipeline_tools& tools);
+/// Looks for a pair's copy and at its size, and whether the source is still what was copied where that is known,
+/// without reading anything; says in the entry what is not as it should be.
+void look_at_copy(copy_pair& pair, const known_sources* known, const QByteArray& result, pipeline_tools& tools);
 
 /// Asks the system to read what a pair's task is going to read: the copy alone, from the disk, when the source is
 /// known.

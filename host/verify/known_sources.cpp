@@ -38,6 +38,7 @@ quint32 key_of(const sha256_digest& name)
 void known_sources::add(const QByteArray& copy, const known_source& known)
 {
     known_amount += {1, known.size};
+    any_has_changed = any_has_changed || known.has_changed;
     const sha256_digest name = name_of(copy);
     record one{};
     std::copy_n(name.begin(), one.name.size(), one.name.begin());

@@ -17,7 +17,7 @@ struct known_source
 {
     qint64 size = 0; ///< when it was opened
     file_time modified;
-    std::optional<sha256_digest> digest; ///< of what was read; nothing when it was not read to its end
+    std::optional<sha256_digest> digest; ///< of what was read; nothing where there is no copy or hashes are not wanted
     bool has_changed = false;            ///< while it was copied
     QByteArray problem;                  ///< why there is no copy; empty when there is one
     bool is_message = false;             ///< what was read begins as a message file of its size does
@@ -33,6 +33,8 @@ public:
     /// Makes the collection ready to be asked, by several threads if need be. Throws a failure when it could not be
     /// kept.
     void complete();
+    /// True when a file is known that changed while it was copied.
+    bool has_changed() const { return any_has_changed; }
     /// Returns how many files are known and their bytes.
     file_amount amount() const { return known_amount; }
     /// Returns what is known of the source of a copy; nothing when nothing is.
@@ -49,6 +51,7 @@ private:
     };
 
     file_amount known_amount;
+    bool any_has_changed = false;
     QTemporaryFile records;
     std::vector<entry> entries;
     std::map<QByteArray, QByteArray> problems; ///< by copy; few

@@ -52,7 +52,7 @@ void complete(const verification_request& request, const QByteArray& source, con
               pipeline_tools& tools, const std::function<bool(qint64)>& stop)
 {
     if (request.without_reading) {
-        look_at_copy(pair, result, tools);
+        look_at_copy(pair, request.known, result, tools);
         return;
     }
     if (const auto known = known_source_of(request, pair)) {

@@ -39,11 +39,12 @@ bool is_of_source(const QByteArray& step)
 
 } // namespace
 
-bulk_copier::bulk_copier(const std::atomic<bool>& cancelled, report reported, std::function<void()> on_wait)
+bulk_copier::bulk_copier(const std::atomic<bool>& cancelled, content_hashing hashing, report reported,
+                         std::function<void()> on_wait)
     : cancel_requested(cancelled)
     , tell(std::move(reported))
     , waiting(std::move(on_wait))
-    , crew(cancelled)
+    , crew(cancelled, hashing)
 {
 }
 

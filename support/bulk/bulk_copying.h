@@ -21,7 +21,8 @@ public:
     /// Throws std::runtime_error when nothing can be hashed. No file is begun once `cancelled` is true, and one in work
     /// is taken away; any thread may set it, and it outlives the copier. `on_wait` is called every now and then while
     /// the calling thread has to wait.
-    bulk_copier(const std::atomic<bool>& cancelled, report reported, std::function<void()> on_wait);
+    bulk_copier(const std::atomic<bool>& cancelled, content_hashing hashing, report reported,
+                std::function<void()> on_wait);
     ~bulk_copier() override = default;
     Q_DISABLE_COPY_MOVE(bulk_copier)
 

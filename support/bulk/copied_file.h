@@ -10,7 +10,7 @@ struct copied_file
 {
     enum class outcome : quint8
     {
-        copied,        ///< the copy holds what was read, and sha256 is the hash of that
+        copied,        ///< the copy holds what was read, and sha256 is the hash of that if hashes are wanted
         changed,       ///< the same, but the source's size or times were others after reading than before, or it ended
                        ///< before its size says, which step and offset tell
         kept_existing, ///< something of that name lay at the destination and was left alone; the source was not read
@@ -30,7 +30,7 @@ struct copied_file
     qint64 bytes_copied = 0; ///< bytes read and, for `copied` and `changed`, held by the copy
     qint64 modified_s = 0;   ///< the source's modification time in seconds since 1970, UTC
     qint32 modified_ns = 0;  ///< and nanoseconds of that second
-    QByteArray sha256;       ///< 32 bytes, for `copied` and `changed`; else empty
+    QByteArray sha256;       ///< 32 bytes, for `copied` and `changed` where hashes are wanted; else empty
     /// What failed, in a word or two, such as "read"; empty when nothing did. A copy whose time or mode could not be
     /// set is `copied` all the same.
     QByteArray step;

@@ -89,10 +89,10 @@ copy_order copy_job::order_for(std::size_t number)
             fits(source_path),     fits(destination_path)};
 }
 
-copy_crew::copy_crew(const std::atomic<bool>& cancelled)
+copy_crew::copy_crew(const std::atomic<bool>& cancelled, content_hashing hashing)
 {
     for (std::size_t i = 0; i < thread_count(); ++i) {
-        copiers.push_back(std::make_unique<file_copier>(cancelled, all_bytes_read));
+        copiers.push_back(std::make_unique<file_copier>(cancelled, hashing, all_bytes_read));
         try {
             threads.emplace_back([this, &copier = *copiers.back()] { run(copier); });
         } catch (const std::system_error&) {

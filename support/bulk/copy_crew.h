@@ -63,7 +63,7 @@ class copy_crew
 {
 public:
     /// Throws std::runtime_error when nothing can be hashed. `cancelled` outlives the crew.
-    explicit copy_crew(const std::atomic<bool>& cancelled);
+    copy_crew(const std::atomic<bool>& cancelled, content_hashing hashing);
     /// Ends the threads, after the jobs that they have in work.
     ~copy_crew();
     Q_DISABLE_COPY_MOVE(copy_crew)

@@ -77,11 +77,14 @@ private:
     bool kept = false;
 };
 
-file_copier::file_copier(const std::atomic<bool>& cancelled, std::atomic<qint64>& bytes_read)
+file_copier::file_copier(const std::atomic<bool>& cancelled, content_hashing hashing, std::atomic<qint64>& bytes_read)
     : cancel_requested(cancelled)
     , all_bytes_read(bytes_read)
     , buffer(std::make_unique_for_overwrite<char[]>(std::size_t(buffer_bytes)))
 {
+    if (hashing == content_hashing::sha256) {
+        hash.emplace();
+    }
 }
 
 copy_outcome file_copier::copy(const copy_order& order)
@@ -164,10 +167,13 @@ bool file_copier::create(const copy_order& order, int source, new_file& copy, co
     return true;
 }
 
-/// Reads the source to the end it had when it was opened, hashes it and, unless `copy` is -1, writes it.
+/// Reads the source to the end it had when it was opened, hashes it if hashes are wanted and, unless `copy` is -1,
+/// writes it.
 bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
 {
-    hash.begin();
+    if (hash) {
+        hash->begin();
+    }
     while (outcome.bytes < outcome.source.size) {
         if (cancel_requested.load(std::memory_order_relaxed)) {
             outcome.result = copied_file::outcome::cancelled;
@@ -184,7 +190,9 @@ bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
         if (got == 0) {
             break;
         }
-        hash.take(buffer.get(), std::size_t(got));
+        if (hash) {
+            hash->take(buffer.get(), std::size_t(got));
+        }
         if (outcome.bytes == 0) {
             outcome.beginning = QByteArray(buffer.get(), std::min(qsizetype(got), copied_file::beginning_bytes));
         }
@@ -194,7 +202,7 @@ bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
         outcome.bytes += got;
         all_bytes_read.fetch_add(got, std::memory_order_relaxed);
     }
-    outcome.sha256 = hash.end();
+    outcome.sha256 = hash ? hash->end() : QByteArray();
     return true;
 }
 

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 
 /// What a copy is made of, and what it is to be called.
 struct copy_order
@@ -37,12 +38,20 @@ struct copy_outcome
     bool is_left = false; ///< what was begun could not be taken away again
 };
 
-/// Copies files one after the other, each read once and hashed on the way. Each thread wants one of its own.
+enum class content_hashing
+{
+    none,
+    sha256
+};
+
+/// Copies files one after the other, each read once and, if asked for, hashed on the way. Each thread wants one of its
+/// own.
 class file_copier
 {
 public:
-    /// Throws std::runtime_error when nothing can be hashed. `cancelled` and `bytes_read` are shared and outlive it.
-    file_copier(const std::atomic<bool>& cancelled, std::atomic<qint64>& bytes_read);
+    /// Throws std::runtime_error when nothing can be hashed that should be. `cancelled` and `bytes_read` are shared and
+    /// outlive it.
+    file_copier(const std::atomic<bool>& cancelled, content_hashing hashing, std::atomic<qint64>& bytes_read);
 
     /// Copies a file; an existing destination is left alone. The copy gets the source's modification time and
     /// permissions. Whatever fails or is cancelled leaves nothing behind.
@@ -60,7 +69,7 @@ private:
 
     const std::atomic<bool>& cancel_requested;
     std::atomic<qint64>& all_bytes_read;
-    stream_hash hash;
+    std::optional<stream_hash> hash;
     std::unique_ptr<char[]> buffer;
     quint64 device_without_clones = 0;
     bool has_nameless_files = true;
