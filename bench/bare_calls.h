@@ -10,8 +10,8 @@
 double seconds_of_bare_walk(const QByteArray& tree);
 /// Copies a tree into a directory that is not there yet, with modification times and permissions.
 double seconds_of_bare_copy(const QByteArray& tree, const QByteArray& destination);
-/// Opens every file of a tree and reads its first bytes.
-double seconds_of_bare_heads(const QByteArray& tree);
+/// Writes the path of every file of a tree into a database, on one core, as SQLite has only one writer.
+double seconds_of_bare_rows(const QByteArray& tree, const QByteArray& database);
 /// Reads every file of a tree, from the disk if it is asked for, and hashes it.
 double seconds_of_bare_hashing(const QByteArray& tree, bool from_disk = false);
 /// Waits until the file system of a directory is on the disk.
