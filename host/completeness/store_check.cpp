@@ -260,7 +260,7 @@ private:
             }
             const index_row* same_number = is_indexed || file.number < 0 ? nullptr : find_row(rows, file.number);
             const bool is_elsewhere = same_number && same_number->file < 0;
-            if (file.is_readable() && file.number >= 0) {
+            if (index && file.is_readable() && file.number >= 0) {
                 without_row.push_back(qint32(at));
             }
             sink.add_disk_message({identity(file.mailbox), path_of(file), file.number, file.is_partial, is_indexed,
@@ -375,7 +375,7 @@ private:
     QHash<qint64, indexed_mailbox> mailboxes;
     std::vector<index_row> rows;
     reconciliation joined;
-    std::vector<qint32> without_row; // positions of readable files without a row, by number
+    std::vector<qint32> without_row; // where there is an index, positions of readable files without a row, by number
     qint64 told_index_only = 0;
     qint64 told_by_number = 0;
     qint64 not_told = 0;
