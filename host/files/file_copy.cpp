@@ -1,9 +1,9 @@
 #include "host/files/file_copy.h"
 
-#include <QDir>
-#include <QFile>
-
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -67,7 +67,11 @@ file_copy_outcome copy_file(const QByteArray& source, const QByteArray& target, 
     if (!from.error.isEmpty()) {
         return {0, {}, {}, from.error};
     }
-    QDir().mkpath(QFile::decodeName(target.first(target.lastIndexOf('/'))));
+    std::error_code unmade;
+    std::filesystem::create_directories(target.first(target.lastIndexOf('/')).toStdString(), unmade);
+    if (unmade) {
+        return {0, {}, {}, QStringLiteral("cannot create its folder: ") + system_error_text(unmade.value()), true};
+    }
     const file_descriptor to(::open(target.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
     if (!to.is_open()) {
         return {0, {}, {}, QStringLiteral("cannot create the copy: ") + system_error_text(errno), true};

@@ -32,26 +32,40 @@ bool stays(const QString& name)
            name == product_name(product::log);
 }
 
+/// Adds what lies below a directory. What cannot be counted counts as no room, which a run needs the more.
+void add_up(const QByteArray& directory, copy_walk::amount& found)
+{
+    walk_tree(directory, [&found](const tree_entry& entry) {
+        if (entry.facts.kind == entry_kind::file) {
+            found += copy_walk::amount_of_file(entry.facts.size);
+        } else if (entry.facts.kind == entry_kind::directory) {
+            found += copy_walk::amount_of_directory();
+        }
+        return true;
+    });
+}
+
 } // namespace
 
-qint64 bytes_of_earlier_copies(const result_paths& result, const extraction_settings& settings)
+copy_walk::amount earlier_amount(const result_paths& result, const extraction_settings& settings)
 {
     QSet<QByteArray> users_of_run;
     for (const source_user& user : settings.users) {
         users_of_run.insert(QFile::encodeName(user.name));
     }
-    qint64 bytes = 0;
-    // What cannot be counted counts as no room, which a run needs the more.
-    QString uncounted;
+    copy_walk::amount found;
     for (const auto& [user, folders] : find_dated_folders(result)) {
         for (const dated_folder& folder : folders) {
             const bool is_continued = folder.date == QDate::currentDate() && users_of_run.contains(user);
             if (settings.clear || is_continued) {
-                bytes += visible_files_below(child_path(result.native_root(), folder.path), uncounted).bytes;
+                add_up(child_path(result.native_root(), folder.path), found);
             }
         }
     }
-    return bytes;
+    if (settings.clear) {
+        add_up(QFile::encodeName(result.products()), found);
+    }
+    return found;
 }
 
 qint64 count_earlier_copies(const result_paths& result)

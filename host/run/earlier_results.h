@@ -2,10 +2,12 @@
 
 #include "host/extraction/extraction.h"
 #include "host/result/result_paths.h"
+#include "host/source/copy_walk.h"
 
-/// Returns the bytes of the copies that lie in the result and that a run does not need room for: with `clear` all of
-/// them, since it removes them, else those of its users and of today, since the plug-in never copies over a file.
-qint64 bytes_of_earlier_copies(const result_paths& result, const extraction_settings& settings);
+/// Returns what lies in the result and a run does not need room for: with `clear` all copies and products, since it
+/// removes them or does not make them again, else the copies of its users and of today, since the plug-in never copies
+/// over a file.
+copy_walk::amount earlier_amount(const result_paths& result, const extraction_settings& settings);
 
 /// Returns the number of dated folders of a result.
 qint64 count_earlier_copies(const result_paths& result);

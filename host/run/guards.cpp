@@ -93,9 +93,9 @@ void guard_run(run_plan& plan, bool follow_links_outside)
                             : settings.as_suite ? copying_way::as_suite
                                                 : copying_way::one_by_one;
     refuse_folders_in_each_other(forecast, way, settings.source_root);
-    const qint64 earlier = bytes_of_earlier_copies(plan.result, settings);
-    const room_estimate room = estimate_room(forecast, plan.result.root(), way,
-                                             settings.clear ? earlier : std::min(earlier, forecast.room_of_trees));
+    copy_walk::amount earlier = earlier_amount(plan.result, settings);
+    earlier.room = settings.clear ? earlier.room : std::min(earlier.room, forecast.room_of_trees);
+    const room_estimate room = estimate_room(forecast, plan.result.root(), way, earlier);
     if (!room.is_enough()) {
         refuse(QStringLiteral("cannot write to %1: not enough room at %2: %3")
                    .arg(plan.result.root(), room.measured_at, room_amounts(room)));

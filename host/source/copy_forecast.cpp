@@ -5,15 +5,16 @@
 #include "host/source/account_stores.h"
 #include "host/source/copy_walk.h"
 #include "host/source/folder_names.h"
+#include "host/source/system_version.h"
 
 #include <algorithm>
 
 namespace {
 
-qint64 room_of_file(const QByteArray& path)
+copy_walk::amount amount_of_witness(const QByteArray& path)
 {
     const entry_facts facts = quiet_stat(path, link_handling::follow);
-    return copy_walk::amount_of_file(facts.kind == entry_kind::file ? facts.size : 0).room;
+    return facts.kind == entry_kind::file ? copy_walk::amount_of_file(facts.size) : copy_walk::amount();
 }
 
 qint64 versions_in(const QByteArray& mail_directory)
@@ -35,15 +36,19 @@ void forecast_stores(const QByteArray& mail_directory, copy_walk& walk, copy_for
         for (const char* companion : copied_store_companions) {
             walk.follow_way(path + companion);
         }
-        qint64 room = room_of_file(path);
+        copy_walk::amount whole = amount_of_witness(path);
         for (const char* companion : sqlite_companions) {
-            room += room_of_file(path + companion);
+            whole += amount_of_witness(path + companion);
         }
-        forecast.room_of_kept_files += room;
-        largest = std::max(largest, room);
+        forecast.kept += whole;
+        largest = std::max(largest, whole.room);
     }
     // The program itself makes two copies, to read a store with its log and without.
-    forecast.rooms_of_stores.push_back(largest * std::max(qint64(2), versions_in(mail_directory)));
+    copy_walk::amount working_copies;
+    for (qint64 copies = std::max(qint64(2), versions_in(mail_directory)); copies > 0; --copies) {
+        working_copies += {{}, largest};
+    }
+    forecast.rooms_of_stores.push_back(working_copies.room);
 }
 
 } // namespace
@@ -54,11 +59,12 @@ copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<Q
     copy_forecast forecast;
     copy_walk walk(source_root, list);
     copy_walk::amount trees;
+    forecast.kept += amount_of_witness(child_path(source_root, system_version_path));
     for (const QByteArray& mail_directory : mail_directories) {
         forecast_stores(mail_directory, walk, forecast);
         const copy_walk::extent extent = walk.walk_mail_directory(mail_directory);
         trees += extent.tree;
-        forecast.room_of_kept_files += extent.left_out.room;
+        forecast.kept += extent.left_out;
         forecast.rooms_of_accounts.push_back(extent.accounts.room);
         forecast.scratch_copies.push_back(extent.accounts);
         forecast.trees.push_back(extent.tree);

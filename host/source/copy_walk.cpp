@@ -12,6 +12,7 @@ namespace {
 
 // Links that share targets can multiply a tree beyond every number.
 constexpr qint64 most = std::numeric_limits<qint64>::max() / 4;
+constexpr qint64 allocation_unit = 4096;
 
 void add_up(qint64& sum, qint64 more)
 {
@@ -22,9 +23,13 @@ void add_up(qint64& sum, qint64 more)
 
 copy_walk::amount copy_walk::amount_of_file(qint64 bytes)
 {
-    constexpr qint64 allocation_unit = 4096;
     const qint64 counted = std::min(most, bytes);
     return {{1, counted}, (counted + allocation_unit - 1) / allocation_unit * allocation_unit};
+}
+
+copy_walk::amount copy_walk::amount_of_directory()
+{
+    return {{}, allocation_unit, 1};
 }
 
 copy_walk::amount& copy_walk::amount::operator+=(const amount& other)
@@ -32,6 +37,7 @@ copy_walk::amount& copy_walk::amount::operator+=(const amount& other)
     add_up(files, other.files);
     add_up(bytes, other.bytes);
     add_up(room, other.room);
+    add_up(directories, other.directories);
     return *this;
 }
 
@@ -117,6 +123,8 @@ void copy_walk::leave_out(const QByteArray& path, const entry_facts& facts)
         const auto count = [&left_out](const tree_entry& entry) {
             if (entry.facts.kind == entry_kind::file) {
                 left_out += amount_of_file(entry.facts.size);
+            } else if (entry.facts.kind == entry_kind::directory) {
+                left_out += amount_of_directory();
             }
             return true;
         };
@@ -167,7 +175,7 @@ bool copy_walk::enter(open_directory inner)
     }
     inner.entries = std::move(listing.entries);
     // The copy of the directory itself takes room, too, which is none of its files'.
-    inner.sum.left_out.room += amount_of_file(1).room;
+    inner.sum.left_out += amount_of_directory();
     open.push_back(std::move(inner));
     return true;
 }

@@ -21,7 +21,8 @@ public:
     /// Files and what they take; sums stop at a number that no file system reaches.
     struct amount : file_amount
     {
-        qint64 room = 0; ///< bytes when every file counts in whole allocation units
+        qint64 room = 0;        ///< bytes when every file counts in whole allocation units
+        qint64 directories = 0; ///< what its copy makes besides the files
 
         amount& operator+=(const amount& other);
     };
@@ -32,11 +33,13 @@ public:
         amount tree;
         amount accounts;    ///< the account folders below it, which are copied once more
         amount identifiers; ///< the folders directly in it that are named by an identifier
-        amount left_out;    ///< hidden and loose files, which the copy leaves; its room counts directories too
+        amount left_out;    ///< hidden and loose files, which the copy leaves; directories of both count here
     };
 
     /// Returns what the copy of one file takes.
     static amount amount_of_file(qint64 bytes);
+    /// Returns what a directory takes besides its content.
+    static amount amount_of_directory();
 
     /// Directories are listed by `lister`.
     explicit copy_walk(const QByteArray& source_root, directory_lister lister = quiet_list);

@@ -21,17 +21,22 @@ struct room_estimate
     qint64 records = 0;                    ///< rough: what is written down of every file
     qint64 earlier = 0;                    ///< of earlier copies, which the run removes or does not make again
     qint64 free = 0;                       ///< what this user may still write on the result's file system
+    qint64 entries = 0;                    ///< files and directories that are made
+    qint64 earlier_entries = 0;            ///< of earlier copies: the same
+    qint64 free_entries = 0;               ///< how many may still be made there, where that is limited
     bool is_least = false;                 ///< there is more to copy: what could not be looked at is not counted
     QString measured_at;                   ///< the result, or its nearest parent that exists
     QString error;                         ///< why `free` is unknown; empty when it holds
 
     qint64 needed() const { return mail_trees + account_folders + working_copies + kept_files + records; }
-    bool is_enough() const { return error.isEmpty() && needed() - earlier <= free; }
+    bool is_out_of_entries() const { return entries - earlier_entries > free_entries; }
+    bool is_enough() const { return error.isEmpty() && needed() - earlier <= free && !is_out_of_entries(); }
 };
 
-/// Compares what a run needs with what the file system of `result`, which need not exist yet, has. `earlier` bytes of
-/// earlier copies there count as room.
-room_estimate estimate_room(const copy_forecast& forecast, const QString& result, copying_way way, qint64 earlier = 0);
+/// Compares what a run needs with what the file system of `result`, which need not exist yet, has. What it takes
+/// `earlier` already counts as room.
+room_estimate estimate_room(const copy_forecast& forecast, const QString& result, copying_way way,
+                            const copy_walk::amount& earlier = {});
 
 /// Returns the needed and the free bytes as one line, without saying where.
 QString room_amounts(const room_estimate& estimate);

@@ -120,6 +120,8 @@ QJsonValue room_value(const std::optional<room_estimate>& room)
                        {"kept_files", room->kept_files},
                        {"records", room->records},
                        {"free", room->error.isEmpty() ? QJsonValue(room->free) : QJsonValue()},
+                       {"entries", room->entries},
+                       {"free_entries", room->error.isEmpty() ? QJsonValue(room->free_entries) : QJsonValue()},
                        {"measured_at", display_text(room->measured_at)},
                        {"enough", room->is_enough()},
                        {"error", room->error}};

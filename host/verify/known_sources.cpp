@@ -2,6 +2,8 @@
 
 #include "host/text/failure.h"
 
+#include <QDir>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -69,7 +71,8 @@ void known_sources::complete()
         lost = records.errorString();
     }
     if (!lost.isEmpty()) {
-        refuse(QStringLiteral("cannot keep the hashes of the source in %1: %2").arg(records.fileName(), lost));
+        const QString place = records.fileName().isEmpty() ? QDir::tempPath() : records.fileName();
+        refuse(QStringLiteral("cannot keep the hashes of the source in %1: %2").arg(place, lost));
     }
     std::sort(entries.begin(), entries.end());
 }

@@ -162,6 +162,22 @@ private slots:
         }
     }
 
+    void a_disk_for_fewer_files_is_refused()
+    {
+        if (const QString reason = reason_for_no_mounts(); !reason.isEmpty()) {
+            QSKIP(qPrintable(reason));
+        }
+        const trial_ground ground;
+        const QByteArray disk = QFile::encodeName(ground.result());
+        QCOMPARE(::mount("none", disk.constData(), "tmpfs", 0, "size=24m,nr_inodes=50"), 0);
+        const trial_ending ending = ground.run(ground.run_arguments(), {});
+        QCOMPARE(ending.exit_code, 1);
+        QVERIFY2(ending.errors.contains("files and directories: needed ") && ending.errors.contains(", free 49\n"),
+                 ending.errors);
+        QVERIFY(QDir(ground.result()).isEmpty());
+        QCOMPARE(::umount(disk.constData()), 0);
+    }
+
     // A disk that is really full, from any of the calls on.
     void a_full_disk_is_said()
     {

@@ -272,6 +272,7 @@ private slots:
         QCOMPARE(room["account_folders_one_by_one"].toInt(), (1 + 2) * 4096);
         QCOMPARE(room["measured_at"].toString(), source.result());
         QVERIFY(room["enough"].toBool());
+        QVERIFY(room["entries"].toInt() >= 6 && room["entries"].toInt() < 100);
 
         QFile huge(mail(source, "V9/huge"));
         QVERIFY(huge.open(QIODevice::WriteOnly));
@@ -285,6 +286,21 @@ private slots:
         QVERIFY2(refused.errors.contains("/yet: not enough room at ") && refused.errors.count('\n') == 1,
                  refused.errors);
         QVERIFY(QDir(source.result()).isEmpty());
+    }
+
+    void links_that_multiply_a_tree_need_more_than_there_is()
+    {
+        // In 64 bits the room for the records of these 3 * 2^51 files, multiplied out, is negative.
+        const evidence_source source;
+        source.add_mail("ann", "V9/51/1|V9/51/2|V9/51/3");
+        for (int level = 50; level >= 0; --level) {
+            source.add_mail("ann", QString("V9/%1/").arg(level));
+            for (const char* name : {"a", "b"}) {
+                source.add_link(QString("V9/%1/%2").arg(level).arg(name), QString("../%1").arg(level + 1));
+            }
+        }
+        const QJsonValue room = survey(source, {"--json", "--result", source.result()}).json()["room"];
+        QVERIFY(!room["enough"].toBool() && room["needed"].toDouble() > 1e17);
     }
 };
 
