@@ -65,11 +65,12 @@ private:
 
     void add_system()
     {
-        const QString version = system_version(QFile::decodeName(root));
-        add("system version", version, false);
+        const system_statement stated = read_system_statement(root);
+        add("system version", stated.version, false);
         if (const entry_facts told = quiet_stat(child_path(root, system_version_path));
-            version.isEmpty() && told.kind != entry_kind::absent) {
-            note_unreadable(system_version_path, QStringLiteral("the system version cannot be read"));
+            stated.version.isEmpty() && told.kind != entry_kind::absent) {
+            note_unreadable(system_version_path,
+                            stated.error.isEmpty() ? QStringLiteral("states no system version") : stated.error);
         }
         const QByteArray path = "private/var/db/.AppleSetupDone";
         const entry_facts setup = quiet_stat(child_path(root, path));

@@ -8,7 +8,6 @@
 #include "host/run/user_choice.h"
 #include "host/source/access_advice.h"
 #include "host/source/source_hint.h"
-#include "host/source/system_version.h"
 #include "host/terminal/console.h"
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
@@ -114,7 +113,8 @@ run_plan prepare_run(const run_options& options)
 
     settings.source_type = options.source_type;
     settings.scheme = options.scheme;
-    settings.system_version = system_version(settings.source_root);
+    plan.identity = identify_source(QFile::encodeName(settings.source_root));
+    settings.system_version = plan.identity.system_version;
     settings.source_number = options.source_number;
     settings.engine_type = options.engine_type;
     settings.as_suite = options.as_suite;
@@ -127,7 +127,6 @@ run_plan prepare_run(const run_options& options)
         refuse(QStringLiteral("cannot clear %1: the source %2 lies inside it").arg(copies, settings.source_root));
     }
     plan.about = case_data_of(options);
-    plan.identity = identify_source(QFile::encodeName(settings.source_root));
     plan.earlier = look_at_earlier_run(plan.result, options, plan.identity);
     // The rows of a run that is gone on with are made anew, so that they are those of one run.
     settings.clear = plan.earlier != earlier_run::none;

@@ -6,7 +6,6 @@
 #include "host/source/system_version.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QSet>
 #include <QTimeZone>
 
@@ -21,18 +20,19 @@ QString birth_text(const entry_facts& facts)
                       : QString();
 }
 
-/// Says why the statement of the system's version cannot be read, though it may be there.
-std::optional<blocked_look> blocked_statement(const QByteArray& source)
+/// Says why the statement of the system's version was not read, though it may be there.
+std::optional<blocked_look> blocked_statement(const QByteArray& source, const system_statement& statement)
 {
+    if (statement.error.isEmpty()) {
+        return std::nullopt;
+    }
     const QByteArray path = system_version_path;
     const directory_look folder = look_for_directory(source, path.left(path.lastIndexOf('/')));
     if (folder.found != presence::present) {
         return folder.blocked;
     }
-    const quiet_data head = quiet_read_head(child_path(source, path), 1);
     const bool is_absent = quiet_stat(child_path(source, path)).kind == entry_kind::absent;
-    return head.error.isEmpty() || is_absent ? std::nullopt
-                                             : std::optional(blocked_look{path, head.error, head.error_number});
+    return is_absent ? std::nullopt : std::optional(blocked_look{path, statement.error, statement.error_number});
 }
 
 QString why_it_seems_another(const source_identity& recorded, const source_identity& found)
@@ -61,8 +61,9 @@ QString why_it_seems_another(const source_identity& recorded, const source_ident
 source_identity identify_source(const QByteArray& source)
 {
     source_identity identity;
-    identity.system_version = system_version(QFile::decodeName(source));
-    if (const auto blocked = blocked_statement(source)) {
+    const system_statement statement = read_system_statement(source);
+    identity.system_version = statement.version;
+    if (const auto blocked = blocked_statement(source, statement)) {
         identity.blocked.append(blocked->text());
     }
     const user_names users = find_users(source);

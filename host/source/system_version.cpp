@@ -1,10 +1,8 @@
 #include "host/source/system_version.h"
 
+#include "host/files/file_tree.h"
 #include "host/files/property_list.h"
 #include "host/files/quiet_reading.h"
-
-#include <QDir>
-#include <QFile>
 
 namespace {
 
@@ -13,15 +11,14 @@ constexpr qint64 longest_statement = 65'536;
 
 } // namespace
 
-QString system_version(const QString& source_root)
+system_statement read_system_statement(const QByteArray& source_root)
 {
-    const QString path = QDir(source_root).filePath(QLatin1String(system_version_path));
-    const QByteArray data = quiet_read(QFile::encodeName(path), longest_statement).data;
-    const auto value = [&data](const char* key) { return property_list_string(data, QLatin1String(key)).value; };
+    const quiet_data read = quiet_read(child_path(source_root, system_version_path), longest_statement);
+    const auto value = [&read](const char* key) { return property_list_string(read.data, QLatin1String(key)).value; };
     const QString build = value("ProductBuildVersion");
     QString version = value("ProductName") + QLatin1Char(' ') + value("ProductVersion");
     if (!build.isEmpty()) {
         version += QStringLiteral(" (%1)").arg(build);
     }
-    return version.trimmed();
+    return {version.trimmed(), read.error, read.error_number};
 }

@@ -1,6 +1,7 @@
 #include "tests/common/files.h"
 #include "tests/faults/trial_ground.h"
 
+#include <QCryptographicHash>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -107,6 +108,7 @@ private slots:
         QTest::newRow("run on a cleared result") << "run --quiet --clear --source S --result R" << before::whole_run;
         QTest::newRow("verify") << "verify --source S --result R" << before::whole_run;
         QTest::newRow("verify against what is recorded") << "verify --result R" << before::whole_run;
+        QTest::newRow("verify against an expected hash") << "verify --result R --expect H" << before::whole_run;
         QTest::newRow("decipher") << "decipher R/mail-extract/log.txt" << before::run_with_enciphered_log;
         QTest::newRow("report") << "report --result R" << before::whole_run;
         QTest::newRow("show") << "show --result R" << before::whole_run;
@@ -124,6 +126,7 @@ private slots:
         arguments.replaceInStrings(QRegularExpression("^S$"), ground.source.root());
         arguments.replaceInStrings(QRegularExpression("^R(?=/|$)"), ground.result());
         make(state, ground);
+        arguments.replaceInStrings(QRegularExpression("^H$"), root_hash(ground));
         trial_ending whole;
         QList<chosen_fault> faults = faults_of(ground.calls_of(arguments, &whole));
         const result_content undisturbed = ground.content();
@@ -181,6 +184,12 @@ private slots:
     }
 
 private:
+    static QString root_hash(const trial_ground& ground)
+    {
+        const QByteArray seal = content_of(ground.result() + "/mail-extract/seal.txt");
+        return QCryptographicHash::hash(seal, QCryptographicHash::Sha256).toHex();
+    }
+
     static void make(before state, const trial_ground& ground)
     {
         if (state == before::nothing) {
