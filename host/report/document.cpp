@@ -2,6 +2,7 @@
 
 #include "host/files/durable_file.h"
 #include "host/files/file_tree.h"
+#include "host/files/mount_table.h"
 #include "host/html/document_head.h"
 #include "host/html/html_writer.h"
 #include "host/html/style.h"
@@ -130,6 +131,10 @@ report_outcome write_report(const result_paths& result, const QString& output, c
         refuse(path +
                QStringLiteral(": the record of the run cannot be read, so that nobody knows which source must not "
                               "be written to; the report can only lie in the result"));
+    }
+    if (!data.run && !mounts_in_table(mount_table(), resolved_path(QFile::encodeName(result.products()))).isEmpty()) {
+        refuse(result.products() + QStringLiteral(": something is mounted there, and no record of a run tells that it "
+                                                  "is not the source, which must not be written to"));
     }
     const report_dossier dossier = load_dossier(result);
     const report_certificate certificate = load_certificate(result);

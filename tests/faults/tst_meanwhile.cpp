@@ -139,6 +139,22 @@ private slots:
         QCOMPARE(::umount(place.constData()), 0);
     }
 
+    void a_report_is_not_written_where_the_source_hides_the_record()
+    {
+        if (const QString reason = reason_for_no_mounts(); !reason.isEmpty()) {
+            QSKIP(qPrintable(reason));
+        }
+        const trial_ground ground;
+        QCOMPARE(ground.run(ground.run_arguments(), {}).exit_code, 0);
+        const QByteArray mail = QFile::encodeName(ground.source.root() + "Users/anna/Library/Mail");
+        const QByteArray place = QFile::encodeName(ground.result() + "/mail-extract");
+        QCOMPARE(::mount(mail.constData(), place.constData(), nullptr, MS_BIND, nullptr), 0);
+        const trial_ending ending = ground.run({"report", "--result", ground.result()}, {});
+        QVERIFY(ground.source_state() == ground.source_before);
+        QVERIFY2(ending.exit_code == 1 && ending.errors.contains("/mail-extract: "), ending.errors);
+        QCOMPARE(::umount(place.constData()), 0);
+    }
+
     // Nothing can be recorded there, and what is asked is answered all the same.
     void a_result_on_read_only_media_is_verified()
     {
