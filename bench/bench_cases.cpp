@@ -7,6 +7,7 @@
 #include "host/cases/shared_files.h"
 #include "host/files/hashing.h"
 #include "host/result/result_paths.h"
+#include "host/result/run_record.h"
 #include "host/result/seal.h"
 #include "sample/sample_source.h"
 #include "support/shared_texts.h"
@@ -196,6 +197,7 @@ void write_large_case(const case_paths& paths)
         QFile manifest(result.path(product::manifest));
         require(manifest.open(QIODevice::WriteOnly) && manifest.write("path\n") > 0, manifest.fileName());
         manifest.close();
+        write_run_record(result, {});
         seal_result(result);
         attempt_record record;
         record.state = source_state::whole;

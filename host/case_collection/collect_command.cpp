@@ -2,7 +2,6 @@
 
 #include "host/case_collection/collected_csv.h"
 #include "host/case_collection/collected_report.h"
-#include "host/case_collection/result_check.h"
 #include "host/cases/lease_beats.h"
 #include "host/cases/shared_files.h"
 #include "host/files/durable_file.h"
@@ -151,9 +150,7 @@ QHash<int, QString> add_results(collected_database& database, const case_overvie
         stop_if_interrupted();
         stop_if_lost(beats);
         if (has_result(entry.status.state)) {
-            QString problem = reason_against_result(entry.status);
-            problem = problem.isEmpty() ? database.add_result(entry) : problem;
-            if (!problem.isEmpty()) {
+            if (const QString problem = database.add_result(entry); !problem.isEmpty()) {
                 problems.insert(entry.source.index, problem);
             }
             add_count(done.bytes, entry.status.attempt.bytes);

@@ -1,6 +1,5 @@
 #include "host/case_collection/collected_database.h"
 
-#include "host/case_collection/result_check.h"
 #include "host/case_collection/rows.h"
 #include "host/files/quiet_reading.h"
 #include "host/result/result_paths.h"
@@ -88,9 +87,9 @@ collected_database::collected_database(const QString& place) : directory(place)
     if (!database.open()) {
         refuse(QStringLiteral("cannot write %1: %2").arg(path(), database.lastError().databaseText()));
     }
-    // A scratch file, which is thrown away when anything ends this program.
-    for (const char* setting :
-         {"journal_mode = MEMORY", "synchronous = OFF", "trusted_schema = OFF", "temp_store = FILE"}) {
+    // A scratch file, which is thrown away when anything ends this program, and which nobody else opens.
+    for (const char* setting : {"locking_mode = EXCLUSIVE", "journal_mode = MEMORY", "synchronous = OFF",
+                                "trusted_schema = OFF", "temp_store = FILE"}) {
         query(QStringLiteral("PRAGMA ") + QLatin1String(setting));
     }
     query(QStringLiteral("CREATE TABLE misplaced_accounts(source_index INTEGER NOT NULL, \"INT\" INTEGER, system_user "
@@ -130,15 +129,16 @@ QStringList collected_database::tables() const
 
 QString collected_database::add_result(const overview_entry& entry)
 {
-    const result_paths result(entry.status.result);
-    QList<database_part> parts{{QStringLiteral("part"), result.database(), {}}};
+    QList<database_part> parts;
     QString problem;
     const auto columns_before = columns_of;
     const auto to_fill_before = columns_to_fill;
     try {
+        const checked_result result(entry.status);
+        parts.append({QStringLiteral("part"), result.paths().database(), {}});
         // What the program itself found out; absent where that could not be written.
-        if (const QString mail = result.path(product::mail_database);
-            is_sealed(result, mail) || quiet_stat(QFile::encodeName(mail)).kind != entry_kind::absent) {
+        if (const QString mail = result.paths().path(product::mail_database);
+            result.is_sealed(mail) || quiet_stat(QFile::encodeName(mail)).kind != entry_kind::absent) {
             parts.append({QStringLiteral("mail_part"), mail, QStringLiteral("mail_")});
         }
         for (const database_part& part : parts) {
@@ -149,7 +149,7 @@ QString collected_database::add_result(const overview_entry& entry)
         for (const database_part& part : parts) {
             add_part(entry.source.index, part);
         }
-        note_misplaced(entry.source.index, result);
+        note_misplaced(entry.source.index, result.paths());
         query(QStringLiteral("COMMIT"));
     } catch (const scratch_failure&) {
         throw;
@@ -172,7 +172,7 @@ QString collected_database::copy_of(const database_part& part) const
     return directory + QLatin1Char('/') + part.schema + QStringLiteral(".sqlite");
 }
 
-void collected_database::attach(const result_paths& result, const database_part& part) const
+void collected_database::attach(const checked_result& result, const database_part& part) const
 {
     for (const char* companion : {"-journal", "-wal"}) {
         const QString beside = part.path + QLatin1String(companion);
@@ -180,9 +180,7 @@ void collected_database::attach(const result_paths& result, const database_part&
             refuse(QStringLiteral("%1: left unfinished, %2 is beside it").arg(part.path, beside));
         }
     }
-    if (const QString problem = copy_sealed(result, part.path, copy_of(part)); !problem.isEmpty()) {
-        refuse(problem);
-    }
+    result.copy_sealed(part.path, copy_of(part));
     query(QStringLiteral("ATTACH DATABASE '%1' AS %2")
               .arg(copy_of(part).replace(QLatin1Char('\''), QStringLiteral("''")), part.schema));
 }
@@ -288,7 +286,9 @@ QStringList collected_database::fit_columns(const QString& schema, const QString
     }
     info.finish();
     if (is_new) {
-        query(QStringLiteral("CREATE TABLE main.%1(%2 INTEGER NOT NULL)").arg(quoted(target), index_column));
+        declarations.prepend(index_column + QStringLiteral(" INTEGER NOT NULL"));
+        query(QStringLiteral("CREATE TABLE main.%1(%2)").arg(quoted(target), declarations.join(QLatin1Char(','))));
+        return columns;
     }
     // Versions differ in their columns: rows of one that lacks a column have NULL there.
     for (const QString& declaration : declarations) {
@@ -372,4 +372,7 @@ void collected_database::finish(const case_overview& overview, const QHash<int, 
         }
     }
     query(QStringLiteral("COMMIT"));
+    // Who reads the tables opens the file anew; the lock goes with the next look into it.
+    query(QStringLiteral("PRAGMA locking_mode = NORMAL"));
+    tables();
 }

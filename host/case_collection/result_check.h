@@ -2,19 +2,30 @@
 
 #include "host/cases/source_state.h"
 #include "host/result/result_paths.h"
+#include "host/result/seal.h"
 
 #include <QString>
 
-/// Says what keeps a source's result from being the one that its attempt left: a seal or manifest with another SHA-256
-/// than was written down when it became whole, or a manifest other than the seal lists. Empty when it fits.
-QString reason_against_result(const source_status& status);
+/// The result of a source, held against what was written down when it became whole: the seal by its root hash, the
+/// record of the run and the manifest by the seal, which is read once.
+class checked_result
+{
+public:
+    /// Throws a failure with the path of what is not as it was, or cannot be read.
+    explicit checked_result(const source_status& status);
 
-/// Copies a file of a result whole to `target` and holds the copy against the seal. Returns what was wrong, with the
-/// path; empty when nothing was. Throws a scratch_failure when the target cannot be written.
-QString copy_sealed(const result_paths& result, const QString& path, const QString& target);
+    const result_paths& paths() const { return result; }
+    /// True for a file that the seal lists.
+    bool is_sealed(const QString& path) const { return !sha256_in_seal(seal, result, path).isEmpty(); }
 
-/// True for a file that a result's seal lists; throws a failure when there is no seal to read.
-bool is_sealed(const result_paths& result, const QString& path);
+    /// Copies a file of the result to `target`, where nothing lies, and holds the copy against the seal. Throws a
+    /// failure with the path of what is wrong, a scratch_failure when the target cannot be written.
+    void copy_sealed(const QString& path, const QString& target) const;
 
-/// Returns the SHA-256 that a result's seal lists for a file; throws a failure when it lists none.
-QString sha256_in_seal(const result_paths& result, const QString& path);
+private:
+    /// Throws a failure unless this is what the seal lists for a file.
+    void require_sealed(const QString& path, const QString& sha256) const;
+
+    result_paths result;
+    result_seal seal;
+};

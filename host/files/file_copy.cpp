@@ -37,12 +37,12 @@ file_copy_outcome copy_bytes(const quiet_file& from, int to, const std::function
     file_copy_outcome outcome;
     outcome.modified = from.facts.modified;
     int write_error = 0;
-    file_hasher hasher;
-    const file_hasher::outcome read = hasher.hash(from.descriptor.get(), [&](const unsigned char* piece, qint64 bytes) {
-        write_error = write_all(to, piece, static_cast<std::size_t>(bytes));
-        outcome.was_cancelled = write_error == 0 && cancelled(bytes);
-        return write_error != 0 || outcome.was_cancelled;
-    });
+    const file_hasher::outcome read =
+        hasher_of_thread().hash(from.descriptor.get(), [&](const unsigned char* piece, qint64 bytes) {
+            write_error = write_all(to, piece, static_cast<std::size_t>(bytes));
+            outcome.was_cancelled = write_error == 0 && cancelled(bytes);
+            return write_error != 0 || outcome.was_cancelled;
+        });
     outcome.bytes = read.bytes;
     outcome.is_target_at_fault = write_error != 0;
     if (write_error != 0) {
@@ -58,6 +58,26 @@ file_copy_outcome copy_bytes(const quiet_file& from, int to, const std::function
     return outcome;
 }
 
+/// Opens a new file, and makes the folders that it lies in; says why that cannot be done.
+file_descriptor make_file(const QByteArray& path, QString& problem)
+{
+    const auto make = [&path] {
+        return file_descriptor(::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+    };
+    file_descriptor made = make();
+    if (!made.is_open() && errno == ENOENT) {
+        std::error_code unmade;
+        std::filesystem::create_directories(path.first(path.lastIndexOf('/')).toStdString(), unmade);
+        if (unmade) {
+            problem = QStringLiteral("cannot create its folder: ") + system_error_text(unmade.value());
+            return made;
+        }
+        made = make();
+    }
+    problem = made.is_open() ? QString() : QStringLiteral("cannot create the copy: ") + system_error_text(errno);
+    return made;
+}
+
 } // namespace
 
 file_copy_outcome copy_file(const QByteArray& source, const QByteArray& target, link_handling links,
@@ -67,14 +87,10 @@ file_copy_outcome copy_file(const QByteArray& source, const QByteArray& target, 
     if (!from.error.isEmpty()) {
         return {0, {}, {}, from.error};
     }
-    std::error_code unmade;
-    std::filesystem::create_directories(target.first(target.lastIndexOf('/')).toStdString(), unmade);
-    if (unmade) {
-        return {0, {}, {}, QStringLiteral("cannot create its folder: ") + system_error_text(unmade.value()), true};
-    }
-    const file_descriptor to(::open(target.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+    QString problem;
+    const file_descriptor to = make_file(target, problem);
     if (!to.is_open()) {
-        return {0, {}, {}, QStringLiteral("cannot create the copy: ") + system_error_text(errno), true};
+        return {0, {}, {}, problem, true};
     }
     file_copy_outcome outcome = copy_bytes(from, to.get(), cancelled);
     if (outcome.digest) {

@@ -118,6 +118,12 @@ std::optional<sha256_digest> digest_from_hex(QByteArrayView hex)
     return digest;
 }
 
+file_hasher& hasher_of_thread()
+{
+    thread_local file_hasher hasher;
+    return hasher;
+}
+
 std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& error)
 {
     return sha256_of_file(path, error, [](qint64) { return false; });
@@ -131,13 +137,17 @@ std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& err
         error = file.error;
         return std::nullopt;
     }
-    const file_hasher::outcome result = file_hasher().hash(file.descriptor.get(), cancelled);
+    const file_hasher::outcome result = hasher_of_thread().hash(file.descriptor.get(), cancelled);
     if (result.stopped) {
         error = QStringLiteral("cancelled");
         return std::nullopt;
     }
     if (result.error != 0) {
         error = QStringLiteral("at byte %1: %2").arg(QString::number(result.bytes), system_error_text(result.error));
+        return std::nullopt;
+    }
+    if (result.bytes < file.facts.size) {
+        error = QStringLiteral("ended at byte %1 of %2").arg(result.bytes).arg(file.facts.size);
         return std::nullopt;
     }
     return result.digest;

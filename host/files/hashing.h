@@ -48,6 +48,9 @@ private:
     QByteArray buffer;
 };
 
+/// Returns the hasher of this thread, for one file after the other; nothing that it calls may use it as well.
+file_hasher& hasher_of_thread();
+
 /// Returns the SHA-256 of a regular file, links not followed; nothing, with the reason in `error`, when it cannot be
 /// read.
 std::optional<sha256_digest> sha256_of_file(const QByteArray& path, QString& error);

@@ -39,8 +39,7 @@ sha256_digest digest_of(const result_paths& result, const QByteArray& path,
 
 sha256_digest digest_of_text(const QByteArray& text)
 {
-    file_hasher hasher;
-    return hasher.hash(text);
+    return hasher_of_thread().hash(text);
 }
 
 } // namespace
@@ -115,4 +114,12 @@ std::optional<result_seal> read_seal(const result_paths& result)
         seal.files.push_back(std::move(*listed));
     }
     return seal;
+}
+
+QString sha256_in_seal(const result_seal& seal, const result_paths& result, const QString& path)
+{
+    const QByteArray relative = result.relative(path);
+    const auto found = std::find_if(seal.files.begin(), seal.files.end(),
+                                    [&relative](const sum& listed) { return listed.path == relative; });
+    return found == seal.files.end() ? QString() : QString::fromLatin1(digest_to_hex(found->digest));
 }

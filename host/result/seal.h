@@ -26,6 +26,9 @@ result_seal seal_result(const result_paths& result, const std::function<void(fil
 /// Reads the seal of a result; nothing when there is none. Throws a failure when it cannot be read or is no such list.
 std::optional<result_seal> read_seal(const result_paths& result);
 
+/// Returns the SHA-256 that a seal lists for a file of the result, as hexadecimal digits; empty when it lists none.
+QString sha256_in_seal(const result_seal& seal, const result_paths& result, const QString& path);
+
 /// Returns the paths, relative to the result, of what a seal over the result as it is now would list; sorted. Throws a
 /// failure when a folder cannot be listed.
 std::vector<QByteArray> sealed_paths(const result_paths& result);

@@ -1,6 +1,7 @@
 #include "host/text/csv.h"
 
 #include <algorithm>
+#include <string_view>
 
 QByteArray csv_field(QByteArray text)
 {
@@ -12,7 +13,8 @@ QByteArray csv_field(QByteArray text)
 
 QByteArray spreadsheet_text(const QByteArray& text)
 {
-    if (text.isEmpty() || !QByteArray("=+-@\t\r").contains(text.front())) {
+    constexpr std::string_view beginnings_of_formulas = "=+-@\t\r";
+    if (text.isEmpty() || beginnings_of_formulas.find(text.front()) == std::string_view::npos) {
         return text;
     }
     const bool is_number =

@@ -91,6 +91,7 @@ private slots:
     {
         QTest::addColumn<QString>("file");
         QTest::newRow("manifest") << "mail-extract/manifest.csv";
+        QTest::newRow("record of the run") << "mail-extract/run.json";
         QTest::newRow("database") << "Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor.sqlite";
         QTest::newRow("the program's database") << "mail-extract/mail.sqlite";
         QTest::newRow("seal") << "mail-extract/seal.txt";

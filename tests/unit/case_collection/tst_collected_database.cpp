@@ -38,8 +38,11 @@ public:
         execute(result.database(), of_result);
         execute(result.path(product::mail_database), of_program);
         write_file(result.path(product::manifest));
-        seal_result(result);
+        write_file(result.path(product::run_record));
+        const result_seal seal = seal_result(result);
         overview_entry entry;
+        entry.status.attempt.seal_sha256 = digest_to_hex(seal.root);
+        entry.status.attempt.manifest_sha256 = sha256_in_seal(seal, result, result.path(product::manifest));
         entry.source.index = index;
         entry.status.state = source_state::whole;
         entry.status.result = result.root();
