@@ -1,13 +1,16 @@
 #include "host/cases/case_settings.h"
 
+#include "host/cases/shared_files.h"
 #include "host/cases/sources_csv.h"
+#include "host/files/quiet_reading.h"
 #include "host/result/source_guard.h"
 #include "host/text/failure.h"
 
 #include <QDateTime>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
+#include <QSet>
 
 namespace {
 
@@ -17,13 +20,6 @@ constexpr int format_of_cases = 1;
 bool is_of_case(const case_field& field)
 {
     return field.value != &case_data::evidence_number && field.value != &case_data::image_sha256;
-}
-
-void make_directory(const QString& path)
-{
-    if (!QDir().mkpath(path)) {
-        refuse(QStringLiteral("cannot create %1: %2").arg(path, reason_for_no_directory(path)));
-    }
 }
 
 QJsonObject settings_to_json(const case_settings& settings)
@@ -40,15 +36,9 @@ QJsonObject settings_to_json(const case_settings& settings)
     return object;
 }
 
-} // namespace
-
-void require_shared_files(const QString& directory)
+/// Tries what a file system can do with a file of ours.
+void require_names(const QString& directory, const QString& file)
 {
-    QString error;
-    const QString file = write_private_file(directory, "?", error);
-    if (file.isEmpty()) {
-        refuse(error);
-    }
     const QString second = file + QStringLiteral("-link");
     const QString renamed = file + QStringLiteral("-whole");
     claim_result result = link_exclusively(file, second);
@@ -62,12 +52,30 @@ void require_shared_files(const QString& directory)
         what = "renaming without replacing";
         result = rename_link_exclusively(second, renamed);
     }
-    for (const QString& name : {file, second, renamed}) {
-        QFile::remove(name);
-    }
+    QFile::remove(second);
+    QFile::remove(renamed);
     if (result.outcome != claim::made) {
         refuse(QStringLiteral("cannot keep a case at %1: the file system refuses %2: %3")
                    .arg(directory, QLatin1String(what), result.error));
+    }
+}
+
+} // namespace
+
+void require_shared_files(const QString& directory)
+{
+    static QSet<quint64> tried;
+    QString error;
+    const QString file = write_private_file(directory, "?", error);
+    if (file.isEmpty()) {
+        refuse(error);
+    }
+    const auto remover = qScopeGuard([&file] { QFile::remove(file); });
+    // Directories differ in who may write there; the rest one file system can do everywhere or nowhere.
+    const entry_facts facts = quiet_stat(QFile::encodeName(file));
+    if (facts.kind != entry_kind::file || !tried.contains(facts.device)) {
+        require_names(directory, file);
+        tried.insert(facts.device);
     }
 }
 
@@ -76,7 +84,7 @@ void create_case(const case_paths& paths, const case_settings& settings)
     if (QFileInfo::exists(paths.case_file())) {
         refuse(QStringLiteral("%1 holds a case already").arg(paths.root()));
     }
-    make_directory(paths.results());
+    make_folder(paths.results());
     require_shared_files(paths.root());
     if (!QFileInfo::exists(paths.sources_file())) {
         write_sources(paths.sources_file(), empty_sources());

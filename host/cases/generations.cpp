@@ -58,13 +58,23 @@ generation_claim::~generation_claim()
     }
 }
 
+QList<qint64> claimed_numbers(const QString& directory)
+{
+    QList<qint64> numbers;
+    for (const QString& name : names_in(directory)) {
+        if (const qint64 number = number_in(name); number > 0) {
+            numbers.append(number);
+        }
+    }
+    std::sort(numbers.begin(), numbers.end());
+    return numbers;
+}
+
 highest_claim look_at_claims(const QString& directory)
 {
     highest_claim highest;
-    for (const QString& name : names_in(directory)) {
-        highest.number = std::max(highest.number, number_in(name));
-    }
-    if (highest.number > 0) {
+    if (const QList<qint64> numbers = claimed_numbers(directory); !numbers.isEmpty()) {
+        highest.number = numbers.last();
         const stamped_file file = read_stamped(path_of_claim(directory, highest.number));
         highest.is_open = file.names > 1;
         highest.written_ns = file.written_ns;
@@ -72,23 +82,15 @@ highest_claim look_at_claims(const QString& directory)
     return highest;
 }
 
-std::optional<bool> is_claimed(const QString& directory, qint64 number, const QString& key)
+std::optional<bool> is_claimed(const QString& directory, qint64 number, const QString& key, QString& error)
 {
     forget_remembered_names(directory);
     const stamped_file file = read_stamped(path_of_claim(directory, number));
+    error = file.error;
     return file.error.isEmpty() ? std::optional(file.exists && file.content == text_of_claim(key)) : std::nullopt;
 }
 
 void forget_generation(const QString& directory, qint64 number)
 {
     QFile::remove(path_of_claim(directory, number));
-}
-
-void forget_generations_below(const QString& directory, qint64 generation)
-{
-    for (const QString& name : names_in(directory)) {
-        if (const qint64 number = number_in(name); number > 0 && number < generation) {
-            forget_generation(directory, number);
-        }
-    }
 }

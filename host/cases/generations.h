@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 #include <optional>
@@ -33,6 +34,9 @@ private:
     QString second_name; ///< of the claim, as long as it is open
 };
 
+/// Returns the numbers that are claimed in a directory, sorted.
+QList<qint64> claimed_numbers(const QString& directory);
+
 /// The highest number that is claimed in a directory; 0 when none is.
 struct highest_claim
 {
@@ -42,10 +46,9 @@ struct highest_claim
 };
 highest_claim look_at_claims(const QString& directory);
 
-/// False once a claim is given up, or a higher number was held; nothing when that cannot be found out.
-std::optional<bool> is_claimed(const QString& directory, qint64 number, const QString& key);
+/// False once a claim is given up, or a higher number was held; nothing, with one line in `error`, when that cannot be
+/// found out.
+std::optional<bool> is_claimed(const QString& directory, qint64 number, const QString& key, QString& error);
 
-/// Removes a claim of one's own that is not the highest.
+/// Removes a claim: one's own that is not the highest, or one of a lower number, which says nothing any more.
 void forget_generation(const QString& directory, qint64 number);
-/// Removes the claims of lower numbers, which say nothing any more.
-void forget_generations_below(const QString& directory, qint64 generation);

@@ -38,11 +38,12 @@ constexpr int most_missed_beats = 1000;
 
 QByteArray lease_text(const generation_claim& claim, const lease_times& times)
 {
+    static const QString boot = QString::fromLatin1(QSysInfo::bootUniqueId());
     // The last key tells two leases of one process apart.
     return QJsonDocument(QJsonObject{{"generation", claim.number()},
                                      {"node", node_of_this_process()},
                                      {"process", QCoreApplication::applicationPid()},
-                                     {"boot", QString::fromLatin1(QSysInfo::bootUniqueId())},
+                                     {"boot", boot},
                                      {"job", job_of_this_process()},
                                      {"beat_ms", times.beat_ms},
                                      {"missed_beats", times.missed_beats},
@@ -80,7 +81,8 @@ void put_back(const QString& directory, const QString& moved, const QByteArray& 
     QFile::remove(moved);
     const QJsonObject object = QJsonDocument::fromJson(content).object();
     const QString key = object["key"].toString();
-    if (!key.isEmpty() && is_claimed(directory, object["generation"].toInteger(), key) == false) {
+    QString unknown;
+    if (!key.isEmpty() && is_claimed(directory, object["generation"].toInteger(), key, unknown) == false) {
         if (const QString again = move_seen_lease(directory, content, std::nullopt); !again.isEmpty()) {
             QFile::remove(again);
         }
@@ -198,7 +200,9 @@ std::optional<lease> lease::take(const QString& directory, const lease_times& ti
                                  lease_view& holder)
 {
     for (int turn = 0; turn < most_turns; ++turn) {
-        QThread::msleep(turn > 0 ? ms_between_turns : 0);
+        if (turn > 0) {
+            QThread::msleep(ms_between_turns);
+        }
         holder = look_at_lease(directory);
         if (holder.exists && !holder.is_readable) {
             refuse(QStringLiteral("cannot read the lease %1").arg(holder.error));
@@ -218,9 +222,13 @@ std::optional<lease> lease::take(const QString& directory, const lease_times& ti
         if (!taken) {
             continue;
         }
+        const QList<qint64> numbers = claimed_numbers(directory);
         // Whoever claimed a higher number since may have held the lease already, before this one was made.
-        if (look_at_claims(directory).number <= taken->generation()) {
-            forget_generations_below(directory, taken->generation());
+        if (numbers.isEmpty() || numbers.last() <= taken->generation()) {
+            // The lower ones say nothing any more.
+            for (auto number = numbers.begin(); number != numbers.end() && *number < taken->generation(); ++number) {
+                forget_generation(directory, *number);
+            }
             return taken;
         }
         // Before the lease is given back, so that nobody who has moved it aside puts it back for good.
@@ -277,27 +285,38 @@ bool lease::beat() const
         return false;
     }
     // A file server that does not answer for a while is no loss: whoever takes over says so in the lease.
-    QString unwritable;
-    return stamp_again(path(), content, unwritable) || look_again().value_or(true);
+    QString ignored;
+    return stamp_again(path(), content, ignored) || look_again(ignored).value_or(true);
 }
 
-std::optional<bool> lease::look_again() const
+bool lease::is_held() const
+{
+    QString problem;
+    const auto found = look_again(problem);
+    if (!found) {
+        refuse(QStringLiteral("cannot find out whether another task has taken over: %1").arg(problem));
+    }
+    return *found;
+}
+
+std::optional<bool> lease::look_again(QString& problem) const
 {
     if (directory.isEmpty()) {
         return false;
     }
     for (int look = 0; look < looks_before_lost; ++look) {
         const stamped_file file = read_stamped(path());
-        if (!file.error.isEmpty()) {
-            return std::nullopt;
-        }
-        if (file.exists) {
+        problem = file.error;
+        if (file.exists && problem.isEmpty()) {
             // One that was put back after another had held the lease is held no more.
-            return file.content == content ? is_claimed(directory, number, key) : false;
+            const auto found = file.content == content ? is_claimed(directory, number, key, problem) : false;
+            if (found) {
+                return found;
+            }
         }
         QThread::msleep(ms_between_looks);
     }
-    return false;
+    return problem.isEmpty() ? std::optional(false) : std::nullopt;
 }
 
 void lease::release()

@@ -74,8 +74,8 @@ public:
 
     /// Gives a sign of life. False when the lease is lost: another has taken over.
     bool beat() const;
-    /// Reads the lease again. True only when the file says so.
-    bool is_held() const { return look_again().value_or(false); }
+    /// Reads the lease again. True only when the file says so; throws a failure when it cannot be read.
+    bool is_held() const;
     /// Gives the lease back; nothing happens when it is lost.
     void release();
 
@@ -88,8 +88,9 @@ private:
     static std::optional<lease> make(const QString& directory, const lease_times& times, const generation_claim& claim,
                                      const lease_view& seen);
     QString path() const;
-    /// True when the file says that this process holds it, false when it says otherwise, nothing when it says nothing.
-    std::optional<bool> look_again() const;
+    /// True when the file says that this process holds it, false when it says otherwise or is gone; nothing, with one
+    /// line in `problem`, when it cannot be read.
+    std::optional<bool> look_again(QString& problem) const;
 
     QString directory; ///< empty when nothing is held
     QByteArray content;
