@@ -1,11 +1,10 @@
 #include "host/case_tasks/source_task.h"
 
 #include "host/case_tasks/core_places.h"
-#include "host/files/hashing.h"
 #include "host/files/quiet_reading.h"
-#include "host/result/result_database.h"
 #include "host/result/result_paths.h"
 #include "host/result/run_record.h"
+#include "host/result/seal.h"
 #include "host/terminal/exit_codes.h"
 #include "host/text/failure.h"
 
@@ -49,13 +48,6 @@ int exit_code_for(source_state state)
 QString now_utc()
 {
     return QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
-}
-
-QString hash_or_nothing(const QString& path)
-{
-    QString unreadable;
-    const auto digest = QFile::exists(path) ? sha256_of_file(QFile::encodeName(path), unreadable) : std::nullopt;
-    return digest ? QString::fromLatin1(digest_to_hex(*digest)) : QString();
 }
 
 QString job_of_lease(const lease_view& view)
@@ -309,19 +301,31 @@ void source_task::take_ending()
         }
     }
     if (has_result(record.state)) {
-        take_result();
+        try {
+            take_result();
+        } catch (const failure& problem) {
+            fail(problem.message());
+        }
+    }
+    if (record.state == source_state::no_mail) {
+        // A disk that was taken away meanwhile looks as if nothing had ever been on it.
+        if (const QString gone = take_fingerprint(record.source).error; !gone.isEmpty()) {
+            fail(QStringLiteral("cannot use the source %1: %2").arg(record.source, gone));
+        }
     }
 }
 
 void source_task::take_result()
 {
     const result_paths result(current->directory());
-    record.manifest_sha256 = hash_or_nothing(result.path(product::manifest));
-    record.database_sha256 = hash_or_nothing(result.database());
-    record.seal_sha256 = hash_or_nothing(result.path(product::seal));
     const auto run = read_run_record(result);
-    if (!run || !run->verification || record.manifest_sha256.isEmpty() || record.database_sha256.isEmpty() ||
-        record.seal_sha256.isEmpty()) {
+    if (const auto seal = read_seal(result)) {
+        // What the extraction has just hashed need not be read again: who takes the result holds it against this.
+        record.manifest_sha256 = sha256_in_seal(*seal, result, result.path(product::manifest));
+        record.database_sha256 = sha256_in_seal(*seal, result, result.database());
+        record.seal_sha256 = QString::fromLatin1(digest_to_hex(seal->root));
+    }
+    if (!run || !run->verification || record.manifest_sha256.isEmpty() || record.database_sha256.isEmpty()) {
         const QString complaint = last_complaint(current->log());
         fail(complaint.isEmpty() ? result.root() + QStringLiteral(": the extraction left no sealed result")
                                  : complaint);

@@ -28,9 +28,15 @@ public:
 
     source_fingerprint collect()
     {
-        const directory_listing listing = quiet_list(root);
+        const directory_listing listing = list_kinds(root);
         if (!listing.error.isEmpty()) {
             identity.error = QStringLiteral("%1: %2").arg(display_text(root), listing.error);
+            return identity;
+        }
+        if (listing.entries.empty()) {
+            // No volume of a Mac is, and what is mounted there later is the source.
+            identity.error =
+                QStringLiteral("%1: it is empty, as a directory is where no disk is mounted").arg(display_text(root));
             return identity;
         }
         const user_names users = find_users(root);
@@ -137,11 +143,14 @@ private:
             is_whole ? hash_of(names) : QString(), has_identifier);
     }
 
-    QString hash_of(const QByteArray& bytes) { return QString::fromLatin1(digest_to_hex(hasher.hash(bytes))); }
+    static QString hash_of(const QByteArray& bytes)
+    {
+        return QString::fromLatin1(digest_to_hex(hasher_of_thread().hash(bytes)));
+    }
 
     std::vector<named_entry> list(const QByteArray& path, bool& is_whole)
     {
-        directory_listing listing = quiet_list(child_path(root, path));
+        directory_listing listing = list_kinds(child_path(root, path));
         if (!listing.error.isEmpty()) {
             is_whole = false;
             note_unreadable(path, listing.error);
@@ -150,7 +159,6 @@ private:
     }
 
     QByteArray root;
-    file_hasher hasher;
     source_fingerprint identity;
 };
 
@@ -195,7 +203,7 @@ source_fingerprint fingerprint_from_json(const QJsonObject& object)
 QString fingerprint_sum(const source_fingerprint& identity)
 {
     const QByteArray text = QJsonDocument(fingerprint_to_json(identity)).toJson(QJsonDocument::Compact);
-    return QString::fromLatin1(digest_to_hex(file_hasher().hash(text)));
+    return QString::fromLatin1(digest_to_hex(hasher_of_thread().hash(text)));
 }
 
 QStringList fingerprint_differences(const source_fingerprint& recorded, const source_fingerprint& found)

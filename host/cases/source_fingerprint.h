@@ -19,7 +19,7 @@ struct fingerprint_fact
 struct source_fingerprint
 {
     QList<fingerprint_fact> facts; ///< sorted by name
-    QString error;                 ///< one line; without facts when the source, or who has a home there, cannot be read
+    QString error;                 ///< one line; without facts when nothing is there, or who has a home cannot be read
     QStringList unreadable;        ///< what facts lack, a line each with path and reason
 
     bool operator==(const source_fingerprint&) const = default;

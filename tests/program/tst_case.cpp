@@ -95,8 +95,11 @@ private slots:
     void what_was_absent_is_told_apart_later()
     {
         const case_fixture fixture(1);
+        // Where its disk is not mounted, it is no source without mail.
+        QVERIFY(QDir().mkpath(fixture.source(7)));
         QCOMPARE(fixture.run({"add"}, {fixture.source(7), fixture.source(8)}).exit_code, 3);
         QVERIFY(fixture.run({"add"}, {fixture.source(7)}).errors.contains("with index 2"));
+        QVERIFY(fixture.run({"run"}, {"--index", "2"}).errors.contains("it is empty"));
         write_file(fixture.source(7) + "/private/var/db/.AppleSetupDone");
         const program_result mapped =
             fixture.run({"run"}, {"--quiet", "--map", fixture.source(8) + "=" + fixture.source(7)});
