@@ -4,6 +4,7 @@
 #include "host/cases/case_settings.h"
 #include "host/cases/lease_beats.h"
 #include "host/cases/path_mapping.h"
+#include "host/cases/shared_files.h"
 #include "host/files/file_tree.h"
 #include "host/files/quiet_reading.h"
 #include "host/result/source_guard.h"
@@ -134,8 +135,8 @@ private:
         row.index = highest_index + 1;
         const QString directory =
             paths.results() + QLatin1Char('/') + source_directory_name(*row.index, row.evidence_number);
-        if (!QDir().mkdir(directory)) {
-            refuse(QStringLiteral("cannot create %1: %2").arg(directory, reason_for_no_directory(directory)));
+        if (const claim_result made = make_directory(directory); made.outcome != claim::made) {
+            refuse(QStringLiteral("cannot create %1: %2").arg(directory, made.error));
         }
         write_registration(directory, registration);
         if (stands_already) {

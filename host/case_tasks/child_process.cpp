@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QFile>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <sys/stat.h>
@@ -22,6 +23,9 @@ QString complaint_mark()
 {
     return QCoreApplication::applicationName() + QStringLiteral(": ");
 }
+
+// Before what a verification says of what kept it from telling.
+const QString problem_mark = QStringLiteral("problem:");
 
 /// The lines at the end of a file, the first of them maybe cut; one that is empty where there is no such file.
 QStringList last_lines(const QString& path)
@@ -84,12 +88,15 @@ void end_at_once(QProcess& process)
 
 QString last_complaint(const QString& log)
 {
-    const QString mark = complaint_mark();
-    QString complaint;
-    for (const QString& line : last_lines(log)) {
-        complaint = line.startsWith(mark) ? line.mid(mark.size()) : complaint;
+    const QStringList lines = last_lines(log);
+    for (const QString& mark : {complaint_mark(), problem_mark}) {
+        const auto found = std::find_if(lines.crbegin(), lines.crend(),
+                                        [&mark](const QString& line) { return line.startsWith(mark); });
+        if (found != lines.crend()) {
+            return found->mid(mark.size()).trimmed();
+        }
     }
-    return complaint;
+    return {};
 }
 
 QString last_progress(const QString& log)

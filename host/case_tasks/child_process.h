@@ -17,7 +17,8 @@ void ask_to_end(const QProcess& process);
 /// Kills a process, if it runs, and waits until it is gone.
 void end_at_once(QProcess& process);
 
-/// Returns the last line that a program of ours printed as a complaint, without its name; empty when there is none.
+/// Returns the last line that a program of ours printed as a complaint, else as a problem, without the word before it;
+/// empty when there is none.
 QString last_complaint(const QString& log);
 
 /// Returns the last whole line that a program of ours printed and that is no complaint: how far it is, as long as it

@@ -10,6 +10,8 @@
 #include "host/text/display_text.h"
 #include "host/text/failure.h"
 
+#include <QHash>
+
 #include <algorithm>
 #include <limits>
 
@@ -107,13 +109,25 @@ QList<case_source> due_sources(const case_overview& overview, retry_kind retry)
     return due + held;
 }
 
-/// Says what could not be run, of which not everything is written down in the case: it may be what could not be
-/// written.
-void complain_about_failed(const QList<case_source>& sources, const QList<task_outcome>& outcomes)
+/// Says what was not run, as far as nothing has told it: not everything is written down in the case, since it may be
+/// what could not be written.
+void complain_about_missing(const QList<case_source>& due, const QList<task_outcome>& outcomes,
+                            const case_overview& overview, bool is_told)
 {
-    for (qsizetype at = 0; at < sources.size(); ++at) {
-        if (outcomes[at].record.state == source_state::failed) {
-            complain(label_of(sources[at]) + QStringLiteral(": ") + outcome_text(outcomes[at]));
+    QHash<int, source_state> endings;
+    for (qsizetype at = 0; at < due.size(); ++at) {
+        const source_state state = outcomes[at].record.state;
+        endings.insert(due[at].index, state);
+        const bool is_missing =
+            state == source_state::failed || state == source_state::partial || state == source_state::running;
+        if (is_missing && !is_told) {
+            complain(label_of(due[at]) + QStringLiteral(": ") + outcome_text(outcomes[at]));
+        }
+    }
+    // What was whole before, or has become so, may be damaged all the same.
+    for (const auto& [source, status] : overview.entries) {
+        if (status.is_damaged && endings.value(source.index, source_state::whole) != source_state::failed) {
+            complain(QStringLiteral("%1: %2: %3").arg(label_of(source), name_of(status.state), status.reason));
         }
     }
 }
@@ -128,10 +142,8 @@ int run_all(const task_settings& settings, int jobs, bool quiet)
         case_progress shown(due.size(), progress_style_for(quiet));
         outcomes = run_tasks(due, settings, jobs, shown);
     }
-    if (quiet) {
-        complain_about_failed(due, outcomes);
-    }
     overview = look_at_case(settings.paths);
+    complain_about_missing(due, outcomes, overview, !quiet);
     print_line(QStringLiteral("%1: %2").arg(settings.paths.root(), counts_text(overview)));
     return interruption::requested() ? exit_code::cancelled : exit_code_of(overview);
 }

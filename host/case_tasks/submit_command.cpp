@@ -9,7 +9,6 @@
 #include "host/terminal/command_failure.h"
 #include "host/terminal/console.h"
 
-#include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -35,9 +34,7 @@ QList<int> indexes_to_submit(const case_overview& overview, bool retry)
 
 void write_files(const QString& directory, const QList<cluster_file>& files)
 {
-    if (!QDir().mkpath(directory)) {
-        refuse(QStringLiteral("cannot create %1: %2").arg(directory, reason_for_no_directory(directory)));
-    }
+    make_folder(directory);
     for (const cluster_file& written : files) {
         const QString path = directory + QLatin1Char('/') + written.name;
         write_lasting_file(path, written.content);

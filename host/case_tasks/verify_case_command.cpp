@@ -51,8 +51,11 @@ bool conclude(const running_verification& ended, case_progress& shown)
     QString text = QStringLiteral("fits its seal");
     if (!fits) {
         text = last_complaint(ended.log);
-        text =
-            QStringLiteral("does not fit: ") + (text.isEmpty() ? QStringLiteral("the verification did not end") : text);
+        if (text.isEmpty()) {
+            text = is_normal ? QStringLiteral("the verification ended with exit code %1").arg(ended.process->exitCode())
+                             : QStringLiteral("the verification did not end");
+        }
+        text.prepend(QStringLiteral("does not fit: "));
         complain(label_of(ended.entry->source) + QStringLiteral(": ") + text);
     }
     shown.ended(label_of(ended.entry->source), text, ended.since_start.elapsed());

@@ -32,11 +32,11 @@ std::optional<attempt> attempt::begin(const case_source& source, lease& held)
 {
     revoke_tokens(source.directory);
     attempt begun(source.directory, ::attempt_name(held.generation(), node_of_this_process()));
-    if (!QDir(source.directory).mkdir(begun.attempt_name)) {
+    if (const claim_result made = make_directory(begun.directory()); made.outcome != claim::made) {
         if (QDir(begun.directory()).exists()) {
             return std::nullopt;
         }
-        refuse(QStringLiteral("cannot create %1").arg(begun.directory()));
+        refuse(QStringLiteral("cannot create %1: %2").arg(begun.directory(), made.error));
     }
     if (const claim_result made = make_link(begun.attempt_name, begun.token()); made.outcome != claim::made) {
         refuse(QStringLiteral("cannot create %1: %2").arg(begun.token(), made.error));

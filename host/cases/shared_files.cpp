@@ -248,6 +248,11 @@ claim_result rename_replacing(const QString& from, const QString& to)
     return ending_of_call(::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()));
 }
 
+claim_result make_directory(const QString& path)
+{
+    return ending_of_call(::mkdir(QFile::encodeName(path).constData(), 0777));
+}
+
 claim_result make_link(const QString& target, const QString& name)
 {
     return ending_of_call(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(name).constData()));

@@ -79,6 +79,9 @@ std::optional<qint64> time_of_file_server(const QString& directory, QString& err
 /// `error`, when that fails.
 QString write_private_file(const QString& directory, const QByteArray& content, QString& error);
 
+/// Makes a directory; the name must not exist.
+claim_result make_directory(const QString& path);
+
 /// Makes a symbolic link; the name must not exist.
 claim_result make_link(const QString& target, const QString& name);
 

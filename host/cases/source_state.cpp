@@ -7,6 +7,8 @@
 #include <QFile>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
@@ -87,7 +89,13 @@ QString reason_against_source(const attempt_record& record, const case_source& s
 void take_whole(source_status& status, const case_source& source)
 {
     const QString path = source.file(QStringLiteral("whole"));
-    const QString target = QFile::decodeName(link_text(QFile::encodeName(path)));
+    std::error_code unread;
+    const QString target =
+        QFile::decodeName(std::filesystem::read_symlink(QFile::encodeName(path).toStdString(), unread).c_str());
+    if (unread && unread != std::errc::invalid_argument) {
+        set_failed(status, QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(unread.message().c_str())));
+        return;
+    }
     if (!generation_of_attempt(target)) {
         set_failed(status, path + QStringLiteral(": it leads to no attempt"));
         return;

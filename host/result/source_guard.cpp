@@ -100,6 +100,21 @@ void refuse_second_name(const QString& path)
     }
 }
 
+/// Returns what is in the way of a directory that could not be created.
+QString reason_for_no_directory(const QString& path)
+{
+    QString place = path;
+    while (!QFileInfo::exists(place) && !QFileInfo(place).isSymLink() && place.size() > 1) {
+        place = QFileInfo(place).path();
+    }
+    const QFileInfo info(place);
+    if (!info.isDir()) {
+        return QStringLiteral("%1 is not a directory").arg(place);
+    }
+    return info.isWritable() ? QStringLiteral("%1 does not take a new directory").arg(place)
+                             : QStringLiteral("%1 is not writable").arg(place);
+}
+
 } // namespace
 
 bool lies_inside(const QString& path, const QString& directory)
@@ -190,18 +205,4 @@ void make_folder(const QString& path)
         refuse(QStringLiteral("cannot create %1: %2 (%3)")
                    .arg(path, reason_for_no_directory(path), QString::fromLocal8Bit(error.message().c_str())));
     }
-}
-
-QString reason_for_no_directory(const QString& path)
-{
-    QString place = path;
-    while (!QFileInfo::exists(place) && !QFileInfo(place).isSymLink() && place.size() > 1) {
-        place = QFileInfo(place).path();
-    }
-    const QFileInfo info(place);
-    if (!info.isDir()) {
-        return QStringLiteral("%1 is not a directory").arg(place);
-    }
-    return info.isWritable() ? QStringLiteral("%1 does not take a new directory").arg(place)
-                             : QStringLiteral("%1 is not writable").arg(place);
 }

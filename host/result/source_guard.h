@@ -21,6 +21,3 @@ void refuse_planted_links(const result_paths& result, const QString& log_path = 
 
 /// Creates a folder with those above it. Throws a failure that says what is in the way.
 void make_folder(const QString& path);
-
-/// Returns why a directory could not be created, found by looking at what is in its way.
-QString reason_for_no_directory(const QString& path);

@@ -44,9 +44,7 @@ void remove_own(const QDir& directory, const QString& name)
 void make_ready(const QDir& directory)
 {
     const QString path = directory.path();
-    if (!QDir().mkpath(path)) {
-        refuse(QStringLiteral("cannot create %1: %2").arg(path, reason_for_no_directory(path)));
-    }
+    make_folder(path);
     QFile marker(directory.filePath(QLatin1String(marker_name)));
     if (!marker.exists() && !directory.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
         refuse(
