@@ -32,7 +32,7 @@ class ordered_pipeline
 {
 public:
     /// Completes one item on a thread of the pipeline. `cancelled` is told the bytes of each piece read and answers
-    /// whether to give up.
+    /// whether to give up; several threads may call it at once.
     using worker =
         std::function<void(item& one, pipeline_tools& tools, const std::function<bool(qint64 bytes)>& cancelled)>;
 
@@ -198,7 +198,7 @@ private:
     {
         const qint64 weight = one.readings() == 2 ? 1 : 2;
         const qint64 whole = 2 * one.size();
-        qint64 counted = 0;
+        std::atomic<qint64> counted = 0;
         complete_item(one, tools, [&](qint64 bytes) {
             counted += weight * bytes;
             half_bytes += weight * bytes;

@@ -10,8 +10,11 @@
 
 #include <algorithm>
 #include <array>
+#include <future>
 
 namespace {
+
+constexpr qint64 large_file_bytes = qint64(64) << 20;
 
 /// One entry of the manifest on its way through the pipeline.
 struct recheck_item
@@ -108,16 +111,28 @@ private:
 
     void check(recheck_item& one, pipeline_tools& tools, const std::function<bool(qint64)>& stop) const
     {
+        std::future<void> source_check;
+        if (one.with_source) {
+            // Of a large file copy and source are read side by side.
+            const bool is_large = one.with_copy && one.size() >= large_file_bytes;
+            source_check = std::async(is_large ? std::launch::async | std::launch::deferred : std::launch::deferred,
+                                      [&] { check_source(one, tools.sources, stop); });
+        }
         if (one.with_copy) {
             one.copy_problem = problem_of(result_root, one.entry.copy, link_handling::keep, *one.entry.copy_sha256,
                                           tools.copies, tools.hasher, stop)
                                    .value_or(QByteArray());
         }
-        if (one.with_source) {
-            one.source_problem = problem_of(*request.source, one.entry.path, link_handling::follow,
-                                            *one.entry.source_sha256, tools.sources, tools.hasher, stop)
-                                     .value_or(QByteArray());
+        if (source_check.valid()) {
+            source_check.get();
         }
+    }
+
+    void check_source(recheck_item& one, nearby_files& sources, const std::function<bool(qint64)>& stop) const
+    {
+        one.source_problem = problem_of(*request.source, one.entry.path, link_handling::follow,
+                                        *one.entry.source_sha256, sources, hasher_of_thread(), stop)
+                                 .value_or(QByteArray());
     }
 
     void take_in(const recheck_item& one)

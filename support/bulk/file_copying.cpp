@@ -10,6 +10,9 @@ namespace {
 
 // Large enough that system calls do not count, small enough to stay in a core's cache.
 constexpr qint64 buffer_bytes = 262'144;
+// From here on it is worth a second thread that one piece is hashed while another is read and written.
+constexpr qint64 large_file_bytes = 16 * 1024 * 1024;
+constexpr qint64 large_piece_bytes = 1024 * 1024;
 
 bool fail(copy_outcome& outcome, const char* step, int error, qint64 offset = 0)
 {
@@ -171,6 +174,14 @@ bool file_copier::create(const copy_order& order, int source, new_file& copy, co
 /// writes it.
 bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
 {
+    const bool is_large = outcome.source.size >= large_file_bytes;
+    const qint64 piece_bytes = is_large ? large_piece_bytes : buffer_bytes;
+    if (is_large && !large_buffers) {
+        large_buffers = std::make_unique_for_overwrite<char[]>(std::size_t(2 * large_piece_bytes));
+    }
+    char* piece = is_large ? large_buffers.get() : buffer.get();
+    // Declared behind the buffers' pointers: whatever is left of the work on a piece is waited for.
+    std::future<void> hashing;
     if (hash) {
         hash->begin();
     }
@@ -180,7 +191,7 @@ bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
             return false;
         }
         const ssize_t got =
-            ::read(source, buffer.get(), std::size_t(std::min(buffer_bytes, outcome.source.size - outcome.bytes)));
+            ::read(source, piece, std::size_t(std::min(piece_bytes, outcome.source.size - outcome.bytes)));
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -191,31 +202,51 @@ bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
             break;
         }
         if (hash) {
-            hash->take(buffer.get(), std::size_t(got));
+            hash_piece(piece, got, is_large, hashing);
         }
         if (outcome.bytes == 0) {
-            outcome.beginning = QByteArray(buffer.get(), std::min(qsizetype(got), copied_file::beginning_bytes));
+            outcome.beginning = QByteArray(piece, std::min(qsizetype(got), copied_file::beginning_bytes));
         }
-        if (copy >= 0 && !write_piece(copy, got, outcome)) {
+        if (copy >= 0 && !write_piece(copy, piece, got, outcome)) {
             return false;
         }
         outcome.bytes += got;
         all_bytes_read.fetch_add(got, std::memory_order_relaxed);
+        if (is_large) {
+            piece = piece == large_buffers.get() ? piece + large_piece_bytes : large_buffers.get();
+        }
+    }
+    if (hashing.valid()) {
+        hashing.get();
     }
     outcome.sha256 = hash ? hash->end() : QByteArray();
     return true;
 }
 
-/// Writes what is in the buffer; where the source has holes, zeros are left out.
-bool file_copier::write_piece(int copy, qint64 count, copy_outcome& outcome)
+/// Hashes a piece; of a large file while it is being written, after the piece before.
+void file_copier::hash_piece(const char* piece, qint64 count, bool is_large, std::future<void>& hashing)
+{
+    if (!is_large) {
+        hash->take(piece, std::size_t(count));
+        return;
+    }
+    if (hashing.valid()) {
+        hashing.get();
+    }
+    hashing = std::async(std::launch::async | std::launch::deferred,
+                         [this, piece, count] { hash->take(piece, std::size_t(count)); });
+}
+
+/// Writes a piece; where the source has holes, zeros are left out.
+bool file_copier::write_piece(int copy, const char* piece, qint64 count, copy_outcome& outcome)
 {
     const bool ends_file = outcome.bytes + count == outcome.source.size;
-    if (outcome.source.allocated < outcome.source.size && !ends_file && is_all_zero(buffer.get(), count)) {
+    if (outcome.source.allocated < outcome.source.size && !ends_file && is_all_zero(piece, count)) {
         return true;
     }
     for (qint64 written = 0; written < count;) {
         const ssize_t put =
-            ::pwrite(copy, buffer.get() + written, std::size_t(count - written), off_t(outcome.bytes + written));
+            ::pwrite(copy, piece + written, std::size_t(count - written), off_t(outcome.bytes + written));
         if (put < 0 && errno == EINTR) {
             continue;
         }

@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <optional>
 
@@ -63,7 +64,8 @@ private:
     bool open_both(const copy_order& order, owned_descriptor& source, new_file& copy, copy_outcome& outcome);
     bool create(const copy_order& order, int source, new_file& copy, copy_outcome& outcome);
     bool transfer(int source, int copy, copy_outcome& outcome);
-    bool write_piece(int copy, qint64 count, copy_outcome& outcome);
+    bool write_piece(int copy, const char* piece, qint64 count, copy_outcome& outcome);
+    void hash_piece(const char* piece, qint64 count, bool is_large, std::future<void>& hashing);
     bool settle_changed(new_file& copy, copy_outcome& outcome);
     void finish(int source, new_file& copy, copy_outcome& outcome);
 
@@ -71,6 +73,7 @@ private:
     std::atomic<qint64>& all_bytes_read;
     std::optional<stream_hash> hash;
     std::unique_ptr<char[]> buffer;
+    std::unique_ptr<char[]> large_buffers; ///< two, once a large file came
     quint64 device_without_clones = 0;
     bool has_nameless_files = true;
 };
