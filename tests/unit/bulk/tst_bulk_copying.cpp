@@ -150,8 +150,13 @@ private slots:
         bulk_run run;
         run.hashing = hashes ? content_hashing::sha256 : content_hashing::none;
         QList<QByteArray> contents;
-        for (const int size : {0, 1, 262'143, 262'144, 262'145, 1'000'000}) {
-            contents.append(QByteArray(size, char(size % 251)));
+        for (const int size : {0, 1, 262'143, 262'144, 262'145, 1'000'000, 16'777'216, 18'000'001}) {
+            QByteArray content(size, char(size % 251));
+            // No piece is like another.
+            for (int at = 0; at < size; at += 100'000) {
+                content[at] = char(at / 100'000);
+            }
+            contents.append(content);
             const QString file = write_file(run.source + QString("/d%1/%1").arg(size), contents.last());
             const timespec times[] = {{0, UTIME_OMIT}, {-5 + size, 123'456'789}};
             QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(file).constData(), times, 0), 0);
