@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
@@ -61,11 +62,15 @@ void start_own_program(QProcess& process, const QStringList& arguments, const QS
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(log, QIODevice::Append);
     process.setStandardErrorFile(log, QIODevice::Append);
-    process.setChildProcessModifier([in_child] {
+    process.setChildProcessModifier([in_child, parent = ::getpid()] {
         in_child();
         ::setpgid(0, 0);
 #if defined(__linux__)
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        // Who has died before sends nothing.
+        if (::getppid() != parent) {
+            ::_exit(EXIT_FAILURE);
+        }
 #endif
     });
     process.start(QCoreApplication::applicationFilePath(), arguments);
@@ -86,14 +91,18 @@ void end_at_once(QProcess& process)
     }
 }
 
-QString last_complaint(const QString& log)
+QString last_complaints(const QString& log, qsizetype most)
 {
     const QStringList lines = last_lines(log);
     for (const QString& mark : {complaint_mark(), problem_mark}) {
-        const auto found = std::find_if(lines.crbegin(), lines.crend(),
-                                        [&mark](const QString& line) { return line.startsWith(mark); });
-        if (found != lines.crend()) {
-            return found->mid(mark.size()).trimmed();
+        QStringList complaints;
+        for (const QString& line : lines) {
+            if (line.startsWith(mark)) {
+                complaints.append(line.mid(mark.size()).trimmed());
+            }
+        }
+        if (!complaints.isEmpty()) {
+            return complaints.mid(std::max<qsizetype>(complaints.size() - most, 0)).join(QStringLiteral("; "));
         }
     }
     return {};

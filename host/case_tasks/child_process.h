@@ -17,9 +17,9 @@ void ask_to_end(const QProcess& process);
 /// Kills a process, if it runs, and waits until it is gone.
 void end_at_once(QProcess& process);
 
-/// Returns the last line that a program of ours printed as a complaint, else as a problem, without the word before it;
-/// empty when there is none.
-QString last_complaint(const QString& log);
+/// Returns the last lines that a program of ours printed as complaints, else as problems, without the word before them;
+/// empty when there are none.
+QString last_complaints(const QString& log, qsizetype most = 1);
 
 /// Returns the last whole line that a program of ours printed and that is no complaint: how far it is, as long as it
 /// runs.

@@ -295,7 +295,7 @@ void source_task::take_ending()
     } else if (was_killed) {
         record.reason = QStringLiteral("the extraction was killed");
     } else if (record.state == source_state::failed) {
-        record.reason = last_complaint(current->log());
+        record.reason = last_complaints(current->log());
         if (record.reason.isEmpty()) {
             record.reason = QStringLiteral("the extraction ended with exit code %1").arg(record.exit_code);
         }
@@ -326,7 +326,7 @@ void source_task::take_result()
         record.seal_sha256 = QString::fromLatin1(digest_to_hex(seal->root));
     }
     if (!run || !run->verification || record.manifest_sha256.isEmpty() || record.database_sha256.isEmpty()) {
-        const QString complaint = last_complaint(current->log());
+        const QString complaint = last_complaints(current->log());
         fail(complaint.isEmpty() ? result.root() + QStringLiteral(": the extraction left no sealed result")
                                  : complaint);
         return;

@@ -21,6 +21,7 @@
 namespace {
 
 constexpr unsigned long ms_between_looks = 10;
+constexpr qsizetype most_complaints = 3; // of one result
 
 /// The verification of one result, in a process of its own.
 struct running_verification
@@ -50,7 +51,7 @@ bool conclude(const running_verification& ended, case_progress& shown)
     const bool fits = is_normal && ended.process->exitCode() == exit_code::whole;
     QString text = QStringLiteral("fits its seal");
     if (!fits) {
-        text = last_complaint(ended.log);
+        text = last_complaints(ended.log, most_complaints);
         if (text.isEmpty()) {
             text = is_normal ? QStringLiteral("the verification ended with exit code %1").arg(ended.process->exitCode())
                              : QStringLiteral("the verification did not end");

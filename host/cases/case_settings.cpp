@@ -39,21 +39,22 @@ QJsonObject settings_to_json(const case_settings& settings)
 /// Tries what a file system can do with a file of ours.
 void require_names(const QString& directory, const QString& file)
 {
-    const QString second = file + QStringLiteral("-link");
+    const QString second = file + QStringLiteral("-name");
+    const QString link = file + QStringLiteral("-link");
     const QString renamed = file + QStringLiteral("-whole");
     claim_result result = link_exclusively(file, second);
     const char* what = "a second name for a file";
     if (result.outcome == claim::made) {
-        QFile::remove(second);
         what = "a symbolic link";
-        result = make_link(QFileInfo(file).fileName(), second);
+        result = make_link(QFileInfo(file).fileName(), link);
     }
     if (result.outcome == claim::made) {
         what = "renaming without replacing";
-        result = rename_link_exclusively(second, renamed);
+        result = rename_link_exclusively(link, renamed);
     }
-    QFile::remove(second);
-    QFile::remove(renamed);
+    for (const QString& name : {second, link, renamed}) {
+        QFile::remove(name);
+    }
     if (result.outcome != claim::made) {
         refuse(QStringLiteral("cannot keep a case at %1: the file system refuses %2: %3")
                    .arg(directory, QLatin1String(what), result.error));
