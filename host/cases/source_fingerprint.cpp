@@ -213,14 +213,18 @@ QStringList fingerprint_differences(const source_fingerprint& recorded, const so
     QStringList differences;
     for (const auto& [name, fact] : then) {
         const auto other = now.find(name);
+        if (fact.value.isEmpty()) {
+            // Nobody could tell then, not even whether there was such a thing.
+            continue;
+        }
         if (other == now.end()) {
             differences.append(name + QStringLiteral(" is not there"));
-        } else if (other->second.value != fact.value && !fact.value.isEmpty() && !other->second.value.isEmpty()) {
+        } else if (other->second.value != fact.value && !other->second.value.isEmpty()) {
             differences.append(name + QStringLiteral(" is another"));
         }
     }
     for (const auto& [name, fact] : now) {
-        if (!then.contains(name)) {
+        if (!then.contains(name) && !fact.value.isEmpty()) {
             differences.append(name + QStringLiteral(" was not there"));
         }
     }

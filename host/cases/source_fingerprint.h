@@ -36,7 +36,7 @@ source_fingerprint fingerprint_from_json(const QJsonObject& object);
 /// Returns the SHA-256 of all that it says, as hexadecimal digits.
 QString fingerprint_sum(const source_fingerprint& identity);
 
-/// Returns the facts in which a source differs from what it was; facts that either lacks the permission for are
+/// Returns the facts in which a source differs from what it was; facts that could not be looked at then or now are
 /// left out. Empty when it is the same source.
 QStringList fingerprint_differences(const source_fingerprint& recorded, const source_fingerprint& found);
 
