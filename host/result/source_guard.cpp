@@ -24,11 +24,14 @@ fs::path native_path(const QString& path)
 }
 
 /// What cannot be told might be a place in the source.
-void require_told(const fs::path& path, const std::error_code& error)
+void require_told(const std::error_code& error, const fs::path& path, const fs::path& other = {})
 {
     if (error && error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory) {
-        refuse(QStringLiteral("cannot tell where %1 leads: %2")
-                   .arg(QFile::decodeName(path.c_str()), QString::fromLocal8Bit(error.message().c_str())));
+        const QString place = QFile::decodeName(path.c_str());
+        const QString what = other.empty()
+                                 ? QStringLiteral("where %1 leads").arg(place)
+                                 : QStringLiteral("whether %1 is %2").arg(place, QFile::decodeName(other.c_str()));
+        refuse(QStringLiteral("cannot tell %1: %2").arg(what, QString::fromLocal8Bit(error.message().c_str())));
     }
 }
 
@@ -42,7 +45,7 @@ fs::path resolved(fs::path path)
         path = path.parent_path() / fs::read_symlink(path, error);
     }
     const fs::path canonical = fs::weakly_canonical(path, error);
-    require_told(path, error);
+    require_told(error, path);
     return error ? path : canonical;
 }
 
@@ -60,7 +63,7 @@ bool is_in_directory(const fs::path& inner, const fs::path& outer)
         if (fs::equivalent(place, outer, absent)) {
             return true;
         }
-        require_told(place, absent);
+        require_told(absent, place, outer);
         if (place == place.parent_path()) {
             break;
         }
