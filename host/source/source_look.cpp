@@ -25,8 +25,13 @@ directory_look look_for_directory(const QByteArray& source, const QByteArray& pa
             return {presence::unknown,
                     blocked_look{is_unsearchable ? path.left(begin) : step, facts.error, facts.error_number}};
         }
-        if (facts.kind != entry_kind::directory) {
+        if (facts.kind == entry_kind::absent) {
             return {};
+        }
+        if (facts.kind != entry_kind::directory) {
+            // A Mac has nothing but a directory there: whoever put it there may have something to hide.
+            const QString reason = QStringLiteral("is no directory: ") + kind_text(facts.kind);
+            return {presence::unknown, blocked_look{step, reason, 0}};
         }
     }
     return {presence::present, std::nullopt};

@@ -32,5 +32,5 @@ struct directory_look
 };
 
 /// Looks for the directory at `path` below the source, links followed. A directory on the way that may not be searched
-/// is named itself, not what might lie in it.
+/// is named itself, not what might lie in it; so is anything else in a directory's place.
 directory_look look_for_directory(const QByteArray& source, const QByteArray& path);

@@ -288,6 +288,27 @@ private slots:
         QVERIFY(QDir(source.result()).isEmpty());
     }
 
+    void what_stands_in_a_directorys_place_is_named_data()
+    {
+        QTest::addColumn<QString>("place");
+        for (const char* place :
+             {"Users", "Users/ann/Library", "Users/ann/Library/Mail", "Users/ann/Library/Accounts"}) {
+            QTest::newRow(place) << place;
+        }
+    }
+
+    void what_stands_in_a_directorys_place_is_named()
+    {
+        QFETCH(QString, place);
+        const evidence_source source;
+        source.add_mail("ann", "V9/IMAP-a/1");
+        QDir(source.root() + place).removeRecursively();
+        source.add_file(place);
+        const program_result found = survey(source, {});
+        QVERIFY2(found.exit_code == 3 && found.errors.contains(place.toUtf8() + ": is no directory: file"),
+                 found.errors);
+    }
+
     void links_that_multiply_a_tree_need_more_than_there_is()
     {
         // In 64 bits the room for the records of these 3 * 2^51 files, multiplied out, is negative.
