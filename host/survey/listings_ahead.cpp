@@ -14,7 +14,10 @@ listings_ahead::listings_ahead(const std::vector<QByteArray>& trees)
 {
     try {
         lister = std::thread([this, trees] {
-            std::for_each(trees.begin(), trees.end(), [this](const QByteArray& tree) { list_tree(tree); });
+            tree_lister on_all_cores(trees);
+            for (const QByteArray& tree : trees) {
+                list_tree(tree, on_all_cores);
+            }
             const std::lock_guard lock(guard);
             is_complete = true;
             is_there.notify_all();
@@ -36,13 +39,13 @@ listings_ahead::~listings_ahead()
     }
 }
 
-void listings_ahead::list_tree(const QByteArray& tree)
+void listings_ahead::list_tree(const QByteArray& tree, tree_lister& on_all_cores)
 {
     std::vector<QByteArray> pending{tree};
     while (!pending.empty() && !is_given_up) {
         const QByteArray path = std::move(pending.back());
         pending.pop_back();
-        directory_listing listing = quiet_list(path);
+        directory_listing listing = on_all_cores.next(path);
         const auto earlier = std::ptrdiff_t(pending.size());
         for (const auto& entry : listing.entries) {
             if (entry.facts.kind == entry_kind::directory) {

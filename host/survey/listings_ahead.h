@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/files/file_tree.h"
+#include "host/files/tree_lister.h"
 
 #include <array>
 #include <atomic>
@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-/// Lists directory trees, one after the other, on a thread of its own and ahead of two who walk them: each directory
+/// Lists directory trees, one after the other, on threads of its own and ahead of two who walk them: each directory
 /// once for both. What is kept in memory is bounded.
 class listings_ahead
 {
@@ -40,7 +40,7 @@ private:
         std::size_t entries; ///< also when the listing has been taken away
     };
 
-    void list_tree(const QByteArray& tree);
+    void list_tree(const QByteArray& tree, tree_lister& on_all_cores);
     void add(const QByteArray& path, directory_listing listing);
     bool is_wanted_by_other(reader who) const;
     void drop_what_both_passed();
