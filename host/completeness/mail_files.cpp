@@ -20,6 +20,8 @@ constexpr const char* whole_ending = ".emlx";
 constexpr const char* partial_ending = ".partial";
 // Enough for all cores, few enough to bound the memory.
 constexpr std::size_t candidates_at_once = 1024;
+// To begin a thread takes as long as to look into some of them.
+constexpr std::size_t candidates_for_a_thread = 64;
 
 /// Finder's leavings and the second halves of files on foreign disks hold no mail.
 bool is_foreign(const QByteArray& name)
@@ -208,7 +210,9 @@ private:
         take_looked_into();
         in_work = std::exchange(waiting, {});
         candidates_in_work = std::exchange(candidates_waiting, 0);
-        looking = std::async(std::launch::async | std::launch::deferred, [this] { look_into_all(); });
+        const bool is_worth_it = candidates_in_work >= candidates_for_a_thread;
+        looking = std::async(is_worth_it ? std::launch::async | std::launch::deferred : std::launch::deferred,
+                             [this] { look_into_all(); });
     }
 
     /// Looks into the messages in work on all cores.
