@@ -1,19 +1,21 @@
 #include "host/log/decipher_command.h"
 
+#include "host/files/quiet_reading.h"
 #include "host/log/enciphered_log.h"
 #include "host/terminal/console.h"
 #include "host/terminal/exit_codes.h"
 #include "host/text/failure.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QLoggingCategory>
 
 int decipher_command(const decipher_options& options)
 {
     QFile file(options.file);
-    if (QFileInfo(file).isDir()) {
-        refuse(QStringLiteral("cannot read %1: it is a directory").arg(options.file));
+    // A pipe or a device may never end, or never begin.
+    const entry_facts facts = quiet_stat(QFile::encodeName(options.file), link_handling::follow);
+    if (facts.error.isEmpty() && facts.kind != entry_kind::file) {
+        refuse(QStringLiteral("cannot read %1: is no file: %2").arg(options.file, kind_text(facts.kind)));
     }
     if (!file.open(QIODevice::ReadOnly)) {
         refuse(QStringLiteral("cannot read %1: %2").arg(options.file, file.errorString()));
@@ -37,7 +39,7 @@ int decipher_command(const decipher_options& options)
     if (file.error() != QFileDevice::NoError) {
         complain(QStringLiteral("cannot read %1 to its end: %2").arg(options.file, file.errorString()));
         ++problems;
-    } else if (!file.isSequential() && file.pos() < file.size()) {
+    } else if (file.pos() < file.size()) {
         complain(QStringLiteral("%1: it ended at byte %2 of %3").arg(options.file).arg(file.pos()).arg(file.size()));
         ++problems;
     }

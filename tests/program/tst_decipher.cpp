@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 namespace {
 
 const QByteArray marker = "<[{()}]>";
@@ -44,6 +46,18 @@ private slots:
         QCOMPARE(read.exit_code, 0);
         QVERIFY2(read.errors.isEmpty(), read.errors);
         QVERIFY(read.output == plain);
+    }
+
+    void what_may_never_end_is_refused()
+    {
+        const QTemporaryDir folder;
+        const QString pipe = folder.filePath("log");
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        for (const QString& path : {pipe, QString("/dev/zero")}) {
+            const program_result read = run_program({"decipher", path});
+            QCOMPARE(read.exit_code, 1);
+            QVERIFY2(read.errors.contains(path.toUtf8() + ": is no file: "), read.errors);
+        }
     }
 
     void damaged_record_data()
