@@ -11,7 +11,7 @@
 namespace {
 
 // Enough to be worth a thread, few enough not to be felt in memory.
-constexpr std::size_t lines_at_once = 512;
+constexpr std::size_t lines_at_once = 256;
 
 /// A table by its name and its columns; each column's name comes first.
 struct table_declaration

@@ -105,7 +105,7 @@ private:
     static constexpr int foreseen_by_all = 32;
     // So many may be under way: enough that one huge file does not leave the other cores idle for long, and what bounds
     // the memory.
-    static constexpr std::size_t most_under_way = 1024;
+    static constexpr std::size_t most_under_way = 512;
     static constexpr auto report_interval = std::chrono::milliseconds(100);
 
     static int thread_count() { return std::max(1, QThread::idealThreadCount()); }

@@ -11,8 +11,8 @@ namespace {
 // Large enough that system calls do not count, small enough to stay in a core's cache.
 constexpr qint64 buffer_bytes = 262'144;
 // From here on it is worth a second thread that one piece is hashed while another is read and written.
-constexpr qint64 large_file_bytes = 16 * 1024 * 1024;
-constexpr qint64 large_piece_bytes = 1024 * 1024;
+constexpr qint64 large_file_bytes = qint64(16) << 20;
+constexpr qint64 large_piece_bytes = qint64(1) << 20;
 
 bool fail(copy_outcome& outcome, const char* step, int error, qint64 offset = 0)
 {
