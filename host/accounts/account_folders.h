@@ -23,8 +23,8 @@ struct account_folder_found
 };
 
 /// Finds the folders in every Mail version directory of a user, oldest version first. No link is followed.
-/// What could not be looked at is appended to `problems`. Content is read where `copy_of` knows it. What
-/// lies in a folder is taken from `extents` (which may be absent) as far as they know it.
+/// What could not be looked at is appended to `problems`. Content is read where `copy_of` knows it. What lies in a
+/// folder is taken from `extents` (which may be absent) as far as they know it.
 std::vector<account_folder_found> find_account_folders(const QByteArray& source, const QByteArray& user,
                                                        const content_place& copy_of, const folder_extents* extents,
                                                        QStringList& problems);

@@ -180,7 +180,7 @@ bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
         large_buffers = std::make_unique_for_overwrite<char[]>(std::size_t(2 * large_piece_bytes));
     }
     char* piece = is_large ? large_buffers.get() : buffer.get();
-    // Declared behind the buffers' pointers: whatever is left of the work on a piece is waited for.
+    // Whichever way this is left, its end waits for the work on a piece.
     std::future<void> hashing;
     if (hash) {
         hash->begin();
