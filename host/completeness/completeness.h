@@ -13,6 +13,8 @@ struct mailbox_identity
     QByteArray mail_version; ///< the version directory's name, "V10"; empty for mail directly in the Mail directory
     QByteArray account;      ///< the account's folder; where there is none, what the index calls it
     QByteArray mailbox;      ///< "Archive/2019"; empty for messages that lie in none
+
+    bool operator==(const mailbox_identity&) const = default;
 };
 
 /// One mailbox in figures.

@@ -2,6 +2,7 @@
 
 #include "host/completeness/judged_message.h"
 #include "host/completeness/mailbox_names.h"
+#include "host/completeness/message_names.h"
 #include "host/files/all_cores.h"
 #include "host/files/file_tree.h"
 #include "host/source/folder_names.h"
@@ -16,64 +17,43 @@
 
 namespace {
 
-constexpr const char* whole_ending = ".emlx";
-constexpr const char* partial_ending = ".partial";
 // Enough for all cores, few enough to bound the memory.
 constexpr std::size_t candidates_at_once = 1024;
 // To begin a thread takes as long as to look into some of them.
 constexpr std::size_t candidates_for_a_thread = 64;
 
-/// Finder's leavings and the second halves of files on foreign disks hold no mail.
-bool is_foreign(const QByteArray& name)
-{
-    return name == ".DS_Store" || name.startsWith("._");
-}
-
 /// One message file of a directory, and once it was looked into, what that gave.
 struct candidate
 {
-    qint64 number;
-    bool is_partial;
-    const named_entry* entry;
+    message_name name;
+    const named_kind* entry;
     bool begins_pair = false; ///< the next one is the same message, of which the whole form says all there is to say
     judged_message judged = {};
     std::vector<emptied_part> absent = {}; ///< of a readable message, the parts that nothing on disk holds
 
     bool operator<(const candidate& other) const
     {
-        return std::pair(number, is_partial) < std::pair(other.number, other.is_partial);
+        return std::pair(name.number, name.is_partial) < std::pair(other.name.number, other.name.is_partial);
     }
 };
-
-QByteArray name_of(qint64 number, bool is_partial)
-{
-    return QByteArray::number(number) + (is_partial ? partial_ending : "") + whole_ending;
-}
-
-std::optional<candidate> candidate_of(const named_entry& entry)
-{
-    QByteArray stem = entry.name.toLower();
-    if (!stem.endsWith(whole_ending) || is_foreign(entry.name)) {
-        return std::nullopt;
-    }
-    stem.chop(qsizetype(qstrlen(whole_ending)));
-    const bool is_partial = stem.endsWith(partial_ending);
-    stem.chop(is_partial ? qsizetype(qstrlen(partial_ending)) : 0);
-    bool is_number = false;
-    const qint64 number = stem.toLongLong(&is_number);
-    const bool is_canonical = is_number && number >= 0 && QByteArray::number(number) == stem;
-    return candidate{is_canonical ? number : -1, is_partial, &entry, false, {}, {}};
-}
 
 bool holds_content(const QByteArray& directory, const std::function<bool()>& cancelled)
 {
     bool found = false;
     walk_tree(directory, [&](const tree_entry& entry) {
         const QByteArray name = entry.path.mid(entry.path.lastIndexOf('/') + 1);
-        found = entry.facts.kind == entry_kind::file && entry.facts.size > 0 && !is_foreign(name);
+        found = entry.facts.kind == entry_kind::file && entry.facts.size > 0 && !is_foreign_name(name);
         return !found && !cancelled();
     });
     return found;
+}
+
+kinds_listing list_by_name(const QByteArray& directory)
+{
+    kinds_listing listing = quiet_kinds(directory);
+    std::sort(listing.entries.begin(), listing.entries.end(),
+              [](const named_kind& left, const named_kind& right) { return left.name < right.name; });
+    return listing;
 }
 
 class tree_reader
@@ -113,7 +93,7 @@ private:
     struct listed_directory
     {
         QByteArray path;
-        directory_listing listing;
+        kinds_listing listing;             ///< by ascending names
         std::vector<candidate> candidates; ///< point into the listing
         qint32 mailbox = -1;
         std::vector<walk_note> notes;
@@ -121,21 +101,21 @@ private:
 
     void read_directory(const place& here)
     {
-        listed_directory listed{here.path, quiet_list(child_path(files.root, here.path)), {}, -1, {}};
+        listed_directory listed{here.path, list_by_name(child_path(files.root, here.path)), {}, -1, {}};
         if (!listed.listing.error.isEmpty()) {
             listed.notes.push_back({here.path, listed.listing.error});
         }
-        for (const named_entry& entry : listed.listing.entries) {
-            auto message = candidate_of(entry);
-            if (entry.facts.kind == entry_kind::directory) {
+        for (const named_kind& entry : listed.listing.entries) {
+            const auto message = read_message_name(entry.name);
+            if (entry.kind == entry_kind::directory) {
                 add_directory(here, entry.name);
             } else if (message) {
-                listed.candidates.push_back(std::move(*message));
+                listed.candidates.push_back({*message, &entry});
                 ++files.seen;
-            } else if (!entry.facts.error.isEmpty()) {
-                listed.notes.push_back({child_path(here.path, entry.name), entry.facts.error});
-            } else if (entry.facts.kind == entry_kind::link) {
+            } else if (entry.kind == entry_kind::link) {
                 files.links.push_back(child_path(here.path, entry.name));
+            } else if (entry.kind == entry_kind::unknown || entry.kind == entry_kind::absent) {
+                note_unseen(child_path(here.path, entry.name), listed.notes);
             }
         }
         if (!listed.candidates.empty()) {
@@ -148,14 +128,23 @@ private:
         }
     }
 
+    /// Most file systems tell the kind with the name; of what they do not, says why it could not be looked at.
+    void note_unseen(const QByteArray& path, std::vector<walk_note>& notes) const
+    {
+        const QString reason = quiet_stat(child_path(files.root, path)).error;
+        if (!reason.isEmpty()) {
+            notes.push_back({path, reason});
+        }
+    }
+
     static void sort_candidates(std::vector<candidate>& candidates)
     {
         std::sort(candidates.begin(), candidates.end());
         for (std::size_t at = 0; at + 1 < candidates.size(); ++at) {
             candidate& first = candidates[at];
             const candidate& second = candidates[at + 1];
-            first.begins_pair =
-                first.number >= 0 && second.number == first.number && !first.is_partial && second.is_partial;
+            first.begins_pair = first.name.number >= 0 && second.name.number == first.name.number &&
+                                !first.name.is_partial && second.name.is_partial;
         }
     }
 
@@ -210,25 +199,39 @@ private:
         take_looked_into();
         in_work = std::exchange(waiting, {});
         candidates_in_work = std::exchange(candidates_waiting, 0);
-        const bool is_worth_it = candidates_in_work >= candidates_for_a_thread;
+        to_look_into = not_known_to_be_messages();
+        const bool is_worth_it = to_look_into.size() >= candidates_for_a_thread;
         looking = std::async(is_worth_it ? std::launch::async | std::launch::deferred : std::launch::deferred,
                              [this] { look_into_all(); });
+    }
+
+    /// Returns those of the messages in work that have to be opened.
+    std::vector<std::pair<listed_directory*, candidate*>> not_known_to_be_messages()
+    {
+        std::vector<std::pair<listed_directory*, candidate*>> messages;
+        for (listed_directory& listed : in_work) {
+            const QByteArray directory = child_path(files.root, listed.path);
+            for (std::size_t at = 0; at < listed.candidates.size(); at += listed.candidates[at].begins_pair ? 2 : 1) {
+                candidate& message = listed.candidates[at];
+                message.judged.is_read = !message.name.is_partial && message.entry->kind == entry_kind::file &&
+                                         search.begins_as_message &&
+                                         search.begins_as_message(child_path(directory, message.entry->name));
+                if (!message.judged.is_read) {
+                    messages.emplace_back(&listed, &message);
+                }
+            }
+        }
+        return messages;
     }
 
     /// Looks into the messages in work on all cores.
     void look_into_all()
     {
-        std::vector<std::pair<listed_directory*, candidate*>> messages;
-        for (listed_directory& listed : in_work) {
-            for (std::size_t at = 0; at < listed.candidates.size(); at += listed.candidates[at].begins_pair ? 2 : 1) {
-                messages.emplace_back(&listed, &listed.candidates[at]);
-            }
-        }
-        for_each_on_all_cores(messages.size(), [&](std::size_t at) {
+        for_each_on_all_cores(to_look_into.size(), [this](std::size_t at) {
             if (search.cancelled()) {
                 return;
             }
-            const auto& [listed, message] = messages[at];
+            const auto& [listed, message] = to_look_into[at];
             look_into(*listed, *message);
             // The other form matters only where the whole one is damaged.
             if (message->begins_pair && !message->judged.problem.isEmpty()) {
@@ -259,21 +262,15 @@ private:
     void look_into(const listed_directory& listed, candidate& message) const
     {
         const QByteArray path = child_path(child_path(files.root, listed.path), message.entry->name);
-        const bool is_judged = !message.is_partial && message.entry->facts.kind == entry_kind::file &&
-                               search.begins_as_message && search.begins_as_message(path, message.entry->facts);
-        if (is_judged) {
-            message.judged.is_read = true;
-            return;
-        }
-        read_content(path, message.entry->facts, search.copy_of, [&message](const quiet_file& content) {
-            message.judged = judge_message_file(content, message.is_partial);
+        read_content(path, quiet_stat(path), search.copy_of, [&message](const quiet_file& content) {
+            message.judged = judge_message_file(content, message.name.is_partial);
             return message.judged.is_read;
         });
         if (!message.judged.problem.isEmpty()) {
             return;
         }
         for (const emptied_part& part : message.judged.parts) {
-            if (!is_kept(listed.path, listed.listing, message.number, part.number)) {
+            if (!is_kept(listed.path, listed.listing, message.name.number, part.number)) {
                 message.absent.push_back(part);
             }
         }
@@ -307,36 +304,34 @@ private:
     {
         const QByteArray& name = message.entry->name;
         mail_file file;
-        file.number = message.number;
+        file.number = message.name.number;
         file.mailbox = listed.mailbox;
-        file.is_partial = message.is_partial;
-        file.is_in_place = message.number >= 0 && listed.path.endsWith(place_of_message(message.number));
-        if (message.number < 0 || name != name_of(message.number, message.is_partial)) {
+        file.is_partial = message.name.is_partial;
+        file.is_in_place = message.name.number >= 0 && listed.path.endsWith(place_of_message(message.name.number));
+        if (!message.name.is_usual) {
             file.named = qint32(files.names.size());
             files.names.push_back(name);
         }
-        const QByteArray path = child_path(listed.path, name);
         file.judgement = message.judged.problem.isEmpty() ? qint32(message.absent.size())
                                                           : ~problem_position(message.judged.problem);
         if (!message.judged.note.isEmpty()) {
-            files.notes.push_back({path, message.judged.note});
+            files.notes.push_back({child_path(listed.path, name), message.judged.note});
         }
         for (const emptied_part& part : message.absent) {
-            search.on_absent({files.mailboxes[std::size_t(listed.mailbox)], path, part});
+            search.on_absent({files.mailboxes[std::size_t(listed.mailbox)], child_path(listed.path, name), part});
         }
         return file;
     }
 
     /// The content of a part lies decoded in a folder of its own, or encoded beside the message.
-    bool is_kept(const QByteArray& directory, const directory_listing& listing, qint64 number,
-                 const QByteArray& part) const
+    bool is_kept(const QByteArray& directory, const kinds_listing& listing, qint64 number, const QByteArray& part) const
     {
         const QByteArray beside = QByteArray::number(number) + '.' + part + ".emlxpart";
         const auto found =
             std::lower_bound(listing.entries.begin(), listing.entries.end(), beside,
-                             [](const named_entry& entry, const QByteArray& name) { return entry.name < name; });
-        if (found != listing.entries.end() && found->name == beside && found->facts.kind == entry_kind::file &&
-            found->facts.size > 0) {
+                             [](const named_kind& entry, const QByteArray& name) { return entry.name < name; });
+        if (found != listing.entries.end() && found->name == beside && found->kind == entry_kind::file &&
+            quiet_stat(child_path(child_path(files.root, directory), beside)).size > 0) {
             return true;
         }
         const bool is_usual = directory.endsWith("/Messages");
@@ -363,6 +358,7 @@ private:
     std::size_t candidates_waiting = 0;
     std::deque<listed_directory> in_work; // being looked into by other threads
     std::size_t candidates_in_work = 0;
+    std::vector<std::pair<listed_directory*, candidate*>> to_look_into; // of those in work
     QHash<QByteArray, qint32> mailboxes;
     QHash<QString, qint32> problems;
     std::future<void> looking; // ends before what it works on
@@ -372,7 +368,7 @@ private:
 
 QByteArray mail_files::path_of(const mail_file& file) const
 {
-    const QByteArray name = file.named < 0 ? name_of(file.number, file.is_partial) : names[std::size_t(file.named)];
+    const QByteArray name = file.named < 0 ? usual_name(file.number, file.is_partial) : names[std::size_t(file.named)];
     return child_path(directories[std::size_t(file.directory)], name);
 }
 

@@ -48,6 +48,7 @@ public:
         : store(looked_at)
         , request(asked)
         , sink(taker)
+        , root_below_source(below_source(looked_at.root))
     {
         result.user = asked.user;
         result.mail_version = looked_at.mail_version;
@@ -89,10 +90,7 @@ private:
         return identity(lines[std::size_t(line)].account, lines[std::size_t(line)].mailbox);
     }
 
-    QByteArray path_of(const mail_file& file) const
-    {
-        return below_source(child_path(store.root, files.path_of(file)));
-    }
+    QByteArray path_of(const mail_file& file) const { return child_path(root_below_source, files.path_of(file)); }
 
     void find_files()
     {
@@ -365,6 +363,7 @@ private:
     const mail_store& store;
     const completeness_request& request;
     completeness_sink& sink;
+    const QByteArray root_below_source;
     store_completeness result;
     mail_files files;
     std::vector<mailbox_line> lines; // begins with the files' mailboxes

@@ -8,9 +8,9 @@
 /// whose facts are given, holds; nothing where there is no such copy. May be empty, and then there is none.
 using content_place = std::function<QByteArray(const QByteArray& path, const entry_facts& facts)>;
 
-/// True when it is known, without opening the file at `path`, whose facts are given, that it holds what is asked for.
-/// May be empty, and then nothing is known.
-using content_knowledge = std::function<bool(const QByteArray& path, const entry_facts& facts)>;
+/// True when it is known, without looking at the file at `path`, that it holds what is asked for. May be empty, and
+/// then nothing is known.
+using content_knowledge = std::function<bool(const QByteArray& path)>;
 
 /// Calls `read` with the open copy of a file, or where there is none of the same size, or `read` says with false that
 /// it failed, with the file itself, links not followed. What cannot be opened is given with its error.

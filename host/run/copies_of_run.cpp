@@ -40,11 +40,11 @@ public:
         return known_copy(kept, facts) ? child_path(result, kept) : QByteArray();
     }
 
-    bool is_message(const QByteArray& path, const entry_facts& facts) const
+    bool is_message(const QByteArray& path) const
     {
         const QByteArray copy = path.startsWith(source) ? place_of_copy(path.mid(source.size())) : QByteArray();
-        const std::optional<known_source> found = copy.isEmpty() ? std::nullopt : known_copy(copy, facts);
-        return found && found->is_message;
+        const std::optional<known_source> found = copy.isEmpty() ? std::nullopt : known.find(copy);
+        return found && found->problem.isEmpty() && !found->has_changed && found->is_message;
     }
 
 private:
@@ -168,8 +168,9 @@ content_knowledge copies_of_run::messages_in(const QByteArray& source) const
     if (!is_complete) {
         return {};
     }
-    return [places = std::make_shared<const places_in_result>(paths, source, sources)](
-               const QByteArray& path, const entry_facts& facts) { return places->is_message(path, facts); };
+    return [places = std::make_shared<const places_in_result>(paths, source, sources)](const QByteArray& path) {
+        return places->is_message(path);
+    };
 }
 
 file_amount copies_of_run::amount() const

@@ -28,8 +28,8 @@ public:
     /// Returns where the result holds the content of files of the source, whose root is given, that were copied or kept
     /// and are still as they were then. Holds as long as this object; may be asked by several threads.
     content_place content_of(const QByteArray& source) const;
-    /// Returns which files of the source were seen to begin as a message while they were copied, and are still as they
-    /// were then. Holds as long as this object; may be asked by several threads.
+    /// Returns which files of the source were seen to begin as a message while they were copied; whether they are still
+    /// as they were then, the verification says. Holds as long as this object; may be asked by several threads.
     content_knowledge messages_in(const QByteArray& source) const;
     /// Returns the files that were copied, kept or found there already, and their bytes.
     file_amount amount() const;
