@@ -10,8 +10,7 @@
 
 namespace {
 
-// Enough to be worth a thread, few enough not to be felt in memory.
-constexpr std::size_t lines_at_once = 256;
+constexpr qsizetype bytes_at_once = 65'536;
 
 /// A table by its name and its columns; each column's name comes first.
 struct table_declaration
@@ -95,9 +94,14 @@ QVariant or_null(const QString& text)
 }
 
 /// A text that is unknown is empty in a column that must hold one.
-QString name_text(const QByteArray& name)
+QByteArray name_text(const QByteArray& name)
 {
-    return name.isEmpty() ? QStringLiteral("") : display_text(name);
+    return name.isEmpty() ? QByteArray("") : display_utf8(name);
+}
+
+QVariant or_null(const QByteArray& name)
+{
+    return name.isEmpty() ? QVariant() : QVariant(display_utf8(name));
 }
 
 QVariant date_text(const std::optional<qint64>& seconds)
@@ -105,15 +109,21 @@ QVariant date_text(const std::optional<qint64>& seconds)
     return seconds ? QVariant(QDateTime::fromSecsSinceEpoch(*seconds, Qt::UTC).toString(Qt::ISODate)) : QVariant();
 }
 
-QVariantList place_of(const mailbox_identity& mailbox)
-{
-    return {name_text(mailbox.user), name_text(mailbox.mail_version), name_text(mailbox.account),
-            name_text(mailbox.mailbox)};
-}
-
 QVariant number_or_null(qint64 number)
 {
     return number < 0 ? QVariant() : QVariant(number);
+}
+
+QByteArray text_of(const QVariant& value)
+{
+    switch (value.typeId()) {
+    case QMetaType::QByteArray:
+        return value.toByteArray(); // a name, which is shown in the database as it is here
+    case QMetaType::QString:
+        return display_text(value.toString()).toUtf8();
+    default:
+        return value.isNull() ? QByteArray() : QByteArray::number(value.toLongLong());
+    }
 }
 
 QByteArrayList fields_of(const QVariantList& values)
@@ -122,7 +132,7 @@ QByteArrayList fields_of(const QVariantList& values)
     fields.reserve(values.size());
     for (const QVariant& value : values) {
         // Subjects come from strangers: none may be run by a spreadsheet, nor break the line.
-        fields.append(spreadsheet_text(display_text(value.toString()).toUtf8()));
+        fields.append(spreadsheet_text(text_of(value)));
     }
     return fields;
 }
@@ -148,31 +158,18 @@ completeness_table_writer::csv_list::csv_list(const QString& path, const QByteAr
     file.write(csv_line(titles));
 }
 
-void completeness_table_writer::csv_list::add(QVariantList values)
+void completeness_table_writer::csv_list::add(const mailbox_place& place, const QVariantList& values)
 {
-    gathered.push_back(std::move(values));
-    if (gathered.size() == lines_at_once) {
-        write_gathered();
+    lines += place.beginning_of_line;
+    lines += csv_line(fields_of(values));
+    if (lines.size() >= bytes_at_once) {
+        file.write(std::exchange(lines, {}));
     }
-}
-
-void completeness_table_writer::csv_list::write_gathered()
-{
-    if (writing.valid()) {
-        writing.get();
-    }
-    in_work = std::exchange(gathered, {});
-    writing = std::async(std::launch::async | std::launch::deferred, [this] {
-        for (const QVariantList& values : in_work) {
-            file.write(csv_line(fields_of(values)));
-        }
-    });
 }
 
 void completeness_table_writer::csv_list::put_in_place()
 {
-    write_gathered();
-    writing.get();
+    file.write(lines);
     // Tells of every write that failed.
     file.commit();
 }
@@ -192,51 +189,62 @@ completeness_table_writer::completeness_table_writer(mail_database_writer& targe
         QStringLiteral("CREATE INDEX completeness_accounts_by_account ON completeness_accounts(store, account)"));
 }
 
+const completeness_table_writer::mailbox_place& completeness_table_writer::place_of(const mailbox_identity& mailbox)
+{
+    if (last_place.values.isEmpty() || mailbox != last_place.mailbox) {
+        const QVariantList values{name_text(mailbox.user), name_text(mailbox.mail_version), name_text(mailbox.account),
+                                  name_text(mailbox.mailbox)};
+        const QByteArray line = csv_line(fields_of(values));
+        last_place = {mailbox, values, line.chopped(qstrlen("\r\n")) + ','};
+    }
+    return last_place;
+}
+
 void completeness_table_writer::add_index_only(const index_only_message& told)
 {
     const index_message& message = told.message;
-    const QVariantList values =
-        place_of(told.mailbox) + QVariantList{number_or_null(message.number),
-                                              or_null(message.subject),
-                                              or_null(message.sender),
-                                              or_null(message.sender_name),
-                                              date_text(message.sent),
-                                              date_text(message.received),
-                                              int{message.is_deleted},
-                                              or_null(settings.value(told.mailbox.account.toUpper())),
-                                              or_null(display_text(told.other_file)),
-                                              or_null(message.message_id),
-                                              or_null(message.flags),
-                                              or_null(message.sent_as_stored),
-                                              or_null(message.received_as_stored)};
-    writer.insert(into.index_only, values);
-    index_only_list.add(values);
+    const mailbox_place& place = place_of(told.mailbox);
+    const QVariantList values{number_or_null(message.number),
+                              or_null(message.subject),
+                              or_null(message.sender),
+                              or_null(message.sender_name),
+                              date_text(message.sent),
+                              date_text(message.received),
+                              int{message.is_deleted},
+                              or_null(settings.value(told.mailbox.account.toUpper())),
+                              or_null(told.other_file),
+                              or_null(message.message_id),
+                              or_null(message.flags),
+                              or_null(message.sent_as_stored),
+                              or_null(message.received_as_stored)};
+    writer.insert(into.index_only, place.values + values);
+    index_only_list.add(place, values);
 }
 
 void completeness_table_writer::add_disk_message(const disk_message& told)
 {
-    QVariantList values = place_of(told.mailbox) +
-                          QVariantList{display_text(told.path), number_or_null(told.number), int{told.is_partial}};
+    const mailbox_place& place = place_of(told.mailbox);
+    QVariantList values{display_utf8(told.path), number_or_null(told.number), int{told.is_partial}};
     if (told.problem.isEmpty()) {
-        values.append(or_null(display_text(told.other_row)));
-        writer.insert(into.disk_only, values);
-        disk_only_list.add(values);
+        values.append(or_null(told.other_row));
+        writer.insert(into.disk_only, place.values + values);
+        disk_only_list.add(place, values);
     } else {
-        writer.insert(into.unreadable, values + QVariantList{int{told.is_indexed}, told.problem});
+        writer.insert(into.unreadable, place.values + values + QVariantList{int{told.is_indexed}, told.problem});
     }
 }
 
 void completeness_table_writer::add_absent_attachment(const mailbox_identity& mailbox, const QByteArray& path,
                                                       const emptied_part& part)
 {
-    writer.insert(into.absent, place_of(mailbox) + QVariantList{display_text(path), QString::fromLatin1(part.number),
-                                                                number_or_null(part.length)});
+    writer.insert(into.absent, place_of(mailbox).values +
+                                   QVariantList{display_utf8(path), part.number, number_or_null(part.length)});
 }
 
 void completeness_table_writer::add_mailbox(const store_completeness& store, const mailbox_line& line)
 {
     QVariantList values{stores};
-    values += place_of({store.user, store.mail_version, line.account, line.mailbox});
+    values += place_of({store.user, store.mail_version, line.account, line.mailbox}).values;
     values += QVariantList{int{line.is_label}, int{line.has_folder}, int{line.is_in_index}};
     for (const named_figure& figure : figure_names) {
         values.append(line.figures.*figure.value);

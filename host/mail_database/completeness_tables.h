@@ -4,9 +4,6 @@
 #include "host/files/durable_file.h"
 #include "host/mail_database/database_writer.h"
 
-#include <future>
-#include <vector>
-
 /// Where the lists of messages that are not in both places are written beside the database, as CSV.
 struct completeness_lists
 {
@@ -33,21 +30,26 @@ public:
     void put_lists_in_place();
 
 private:
-    /// A list beside the database, written by a thread of its own while the database takes the next rows.
+    /// What the tables say of a mailbox.
+    struct mailbox_place
+    {
+        mailbox_identity mailbox;
+        QVariantList values;
+        QByteArray beginning_of_line; ///< of a list's, with the comma behind it
+    };
+
+    /// A list beside the database.
     class csv_list
     {
     public:
         csv_list(const QString& path, const QByteArrayList& titles);
-        void add(QVariantList values);
+        /// `values` are those after the place's.
+        void add(const mailbox_place& place, const QVariantList& values);
         void put_in_place();
 
     private:
-        void write_gathered();
-
         durable_file file;
-        std::vector<QVariantList> gathered;
-        std::vector<QVariantList> in_work;
-        std::future<void> writing; // ends before what it works on
+        QByteArray lines; ///< not yet written
     };
 
     /// One statement for each table.
@@ -63,6 +65,7 @@ private:
         prepared_insertion absent;
     };
 
+    const mailbox_place& place_of(const mailbox_identity& mailbox);
     void add_mailbox(const store_completeness& store, const mailbox_line& line);
     void add_notes(const char* kind, const QStringList& texts);
 
@@ -72,6 +75,7 @@ private:
     csv_list index_only_list;
     csv_list disk_only_list;
     qint64 stores = 0;
+    mailbox_place last_place; ///< mostly the next message lies there as well
 };
 
 /// The words for what became of an index: "read", "incomplete", "refused", "absent".

@@ -40,6 +40,12 @@ int bind(sqlite3_stmt* statement, int position, const QVariant& value)
                               : sqlite3_bind_text16(statement, position, text->utf16(),
                                                     int(text->size() * qsizetype(sizeof(QChar))), SQLITE_STATIC);
     }
+    case QMetaType::QByteArray: {
+        const auto* text = static_cast<const QByteArray*>(value.constData());
+        return text->isNull()
+                   ? sqlite3_bind_null(statement, position)
+                   : sqlite3_bind_text(statement, position, text->constData(), int(text->size()), SQLITE_STATIC);
+    }
     default:
         return sqlite3_bind_int64(statement, position, value.toLongLong());
     }
@@ -84,7 +90,9 @@ mail_database_writer::~mail_database_writer()
 void mail_database_writer::open()
 {
     sqlite3* opened = nullptr;
-    const int code = sqlite3_open_v2(QFile::encodeName(temporary).constData(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    // One thread at a time writes here; a lock for each call would be felt.
+    const int code = sqlite3_open_v2(QFile::encodeName(temporary).constData(), &opened,
+                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     connection.reset(opened);
     if (code != SQLITE_OK) {
         fail_as_told();

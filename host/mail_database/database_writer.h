@@ -26,7 +26,7 @@ private:
 };
 
 /// Writes a database of the program's own beside its place under a temporary name; it takes its place whole, or not at
-/// all. Everything here throws a failure that names the path and the reason.
+/// all. To be used by one thread at a time. Everything here throws a failure that names the path and the reason.
 class mail_database_writer
 {
 public:
@@ -41,7 +41,8 @@ public:
     void execute(const QString& statement);
     /// Returns a statement to be given rows with insert().
     prepared_insertion prepare(const QString& statement);
-    /// Runs a prepared statement with one row's values: texts (a null one is NULL), numbers, flags, and nothing.
+    /// Runs a prepared statement with one row's values: texts (also in UTF-8; a null one is NULL), numbers, flags,
+    /// and nothing.
     void insert(prepared_insertion& into, const QVariantList& values);
 
     /// Commits, checks that everything is on the disk and renames the database to its place.

@@ -1,14 +1,23 @@
 #include "host/text/csv.h"
 
 #include <algorithm>
+#include <numeric>
 #include <string_view>
+
+namespace {
+
+bool needs_quotes(const QByteArray& text)
+{
+    return std::any_of(text.begin(), text.end(), [](char character) {
+        return character == '"' || character == ',' || character == '\r' || character == '\n';
+    });
+}
+
+} // namespace
 
 QByteArray csv_field(QByteArray text)
 {
-    const bool needs_quotes = std::any_of(text.begin(), text.end(), [](char character) {
-        return character == '"' || character == ',' || character == '\r' || character == '\n';
-    });
-    return needs_quotes ? '"' + text.replace("\"", "\"\"") + '"' : text;
+    return needs_quotes(text) ? '"' + text.replace("\"", "\"\"") + '"' : text;
 }
 
 QByteArray spreadsheet_text(const QByteArray& text)
@@ -26,12 +35,14 @@ QByteArray spreadsheet_text(const QByteArray& text)
 QByteArray csv_line(const QByteArrayList& texts)
 {
     QByteArray line;
+    line.reserve(std::accumulate(texts.begin(), texts.end(), texts.size() + 2,
+                                 [](qsizetype size, const QByteArray& text) { return size + text.size(); }));
     for (const QByteArray& text : texts) {
-        line += csv_field(text);
+        line += needs_quotes(text) ? csv_field(text) : text;
         line += ',';
     }
     line.chop(1);
-    return line + "\r\n";
+    return line += "\r\n";
 }
 
 std::optional<QByteArrayList> csv_fields(const QByteArray& line)

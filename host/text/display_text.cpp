@@ -94,6 +94,11 @@ QString display_text(const QByteArray& raw)
     return shown;
 }
 
+QByteArray display_utf8(const QByteArray& raw)
+{
+    return std::all_of(raw.begin(), raw.end(), is_plain) ? raw : display_text(raw).toUtf8();
+}
+
 QString display_text(const QString& text)
 {
     const auto is_plain_ascii = [](QChar character) { return character >= u' ' && character <= u'~'; };

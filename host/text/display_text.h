@@ -8,6 +8,8 @@
 /// control characters, line separators and marks that change the writing direction as "\n", "\t" or "\u{NNNN}", a
 /// backslash as "\\", so that two different names never look alike. Quotes nothing and shortens nothing.
 QString display_text(const QByteArray& raw);
+/// The same in UTF-8.
+QByteArray display_utf8(const QByteArray& raw);
 /// The same for a text that is decoded already, but leaves a backslash as it is: applied once more it changes nothing,
 /// so that a message may hold names that are shown like this.
 QString display_text(const QString& text);
