@@ -5,6 +5,8 @@
 #include <QDir>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <unistd.h>
@@ -22,6 +24,31 @@ struct record
     bool is_message;
 };
 
+/// Records that lie beside each other are mostly asked for one after the other.
+struct record_block
+{
+    static constexpr std::size_t most = 64;
+
+    quint64 owner = 0; ///< whose they are; 0 for nobody
+    std::size_t first = 0;
+    std::size_t count = 0;
+    std::array<record, most> records;
+};
+
+/// Returns a record of a file of them, until the thread asks for the next one; nullptr when it cannot be read.
+const record* read_record(int file, quint64 owner, std::size_t number)
+{
+    thread_local record_block block;
+    if (block.owner != owner || number < block.first || number - block.first >= block.count) {
+        block.owner = owner;
+        block.first = number - number % record_block::most;
+        const ssize_t got = ::pread(file, block.records.data(), sizeof block.records,
+                                    static_cast<off_t>(block.first) * static_cast<off_t>(sizeof(record)));
+        block.count = got > 0 ? static_cast<std::size_t>(got) / sizeof(record) : 0;
+    }
+    return number - block.first < block.count ? &block.records[number - block.first] : nullptr;
+}
+
 sha256_digest name_of(const QByteArray& copy)
 {
     thread_local file_hasher hasher;
@@ -35,7 +62,15 @@ quint32 key_of(const sha256_digest& name)
     return key;
 }
 
+quint64 next_identity()
+{
+    static std::atomic<quint64> given{0};
+    return ++given;
+}
+
 } // namespace
+
+known_sources::known_sources() : identity(next_identity()) {}
 
 void known_sources::add(const QByteArray& copy, const known_source& known)
 {
@@ -82,12 +117,11 @@ std::optional<known_source> known_sources::find(const QByteArray& copy) const
     const sha256_digest name = name_of(copy);
     const auto range = std::equal_range(entries.begin(), entries.end(), entry{key_of(name), 0});
     for (auto found = range.first; found != range.second; ++found) {
-        record one{};
-        const auto place = static_cast<off_t>(found->number) * static_cast<off_t>(sizeof one);
-        if (::pread(records.handle(), &one, sizeof one, place) != static_cast<ssize_t>(sizeof one) ||
-            !std::equal(one.name.begin(), one.name.end(), name.begin())) {
+        const record* kept = read_record(records.handle(), identity, found->number);
+        if (kept == nullptr || !std::equal(kept->name.begin(), kept->name.end(), name.begin())) {
             continue;
         }
+        const record& one = *kept;
         known_source known{one.size, one.modified, {}, one.has_changed, {}, one.is_message};
         if (one.has_digest) {
             known.digest = one.digest;

@@ -28,6 +28,8 @@ struct known_source
 class known_sources
 {
 public:
+    known_sources();
+
     /// Takes what is known of the source of a copy, whose path is relative to the result.
     void add(const QByteArray& copy, const known_source& known);
     /// Makes the collection ready to be asked, by several threads if need be. Throws a failure when it could not be
@@ -50,6 +52,7 @@ private:
         bool operator<(const entry& other) const { return key < other.key; }
     };
 
+    const quint64 identity; ///< no other has it, be it in the same place
     file_amount known_amount;
     bool any_has_changed = false;
     QTemporaryFile records;
