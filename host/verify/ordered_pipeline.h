@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -47,14 +48,15 @@ public:
         std::function<bool()> cancelled;                          ///< as often; true ends the work
     };
 
-    /// Starts the threads.
-    ordered_pipeline(foreseer foreseeing, worker completing, listener who_is_told)
+    /// Starts as many threads, or fewer where there are fewer cores.
+    ordered_pipeline(foreseer foreseeing, worker completing, listener who_is_told,
+                     int most_threads = std::numeric_limits<int>::max())
         : foresee_item(std::move(foreseeing))
         , complete_item(std::move(completing))
         , told(std::move(who_is_told))
     {
         since_reported.start();
-        for (int i = 0; i < thread_count(); ++i) {
+        for (int i = 0; i < std::min(most_threads, thread_count()); ++i) {
             workers.emplace_back([this] { work(); });
         }
     }
