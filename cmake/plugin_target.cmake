@@ -41,6 +41,8 @@ add_library(extractor_objects OBJECT
     support/bulk/copy_crew.h
     support/bulk/file_copying.cpp
     support/bulk/file_copying.h
+    support/bulk/large_transfer.cpp
+    support/bulk/large_transfer.h
     support/bulk/platform_copying.cpp
     support/bulk/platform_copying.h
     support/bulk/stream_hash.cpp

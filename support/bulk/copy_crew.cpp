@@ -86,7 +86,7 @@ copy_order copy_job::order_for(std::size_t number)
     };
     return {source->descriptor(),  destination->descriptor.get(), destination->error,
             file.name.constData(), opened[number].exchange(-1),   file.is_link,
-            fits(source_path),     fits(destination_path)};
+            fits(source_path),     fits(destination_path),        &permissions};
 }
 
 copy_crew::copy_crew(const std::atomic<bool>& cancelled, content_hashing hashing)

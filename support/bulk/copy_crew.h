@@ -48,6 +48,7 @@ private:
     copy_order order_for(std::size_t file);
     void ask_ahead(std::size_t begun);
 
+    given_permissions permissions;
     walked_directory_ptr source;
     std::shared_ptr<const copy_directory_end> destination;
     std::unique_ptr<std::atomic<bool>[]> ready;

@@ -1,8 +1,9 @@
 #include "support/bulk/file_copying.h"
 
+#include "support/bulk/large_transfer.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 #include <unistd.h>
 
@@ -29,12 +30,19 @@ bool keep_existing(copy_outcome& outcome)
     return false;
 }
 
-bool is_all_zero(const char* bytes, qint64 count)
-{
-    return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, std::size_t(count - 1)) == 0;
-}
-
 } // namespace
+
+bool given_permissions::are(unsigned wanted, int new_file)
+{
+    const unsigned so_far = known.load(std::memory_order_relaxed);
+    if (so_far == wanted || so_far == withheld) {
+        return so_far == wanted;
+    }
+    content_status status;
+    const bool has_them = status_of(new_file, status) && status.permissions == wanted;
+    known.store(has_them ? wanted : withheld, std::memory_order_relaxed);
+    return has_them;
+}
 
 /// A copy in the making, which is taken away again unless it is kept.
 class file_copier::new_file
@@ -73,6 +81,7 @@ public:
     owned_descriptor descriptor;
     bool has_name = false;
     bool is_clone = false;
+    bool was_made_with_permissions = false;
 
 private:
     const int directory;
@@ -101,7 +110,7 @@ copy_outcome file_copier::copy(const copy_order& order)
     new_file copy(order);
     if (open_both(order, source, copy, outcome) &&
         transfer(source.get(), copy.is_clone ? -1 : copy.descriptor.get(), outcome)) {
-        finish(source.get(), copy, outcome);
+        finish(order, source.get(), copy, outcome);
     }
     outcome.is_left = !copy.take_away();
     return outcome;
@@ -157,8 +166,8 @@ bool file_copier::create(const copy_order& order, int source, new_file& copy, co
         has_nameless_files = copy.descriptor.is_open();
     }
     if (!copy.descriptor.is_open()) {
-        copy.descriptor = create_file(order.destination_directory, order.name);
-        copy.has_name = copy.descriptor.is_open();
+        copy.descriptor = create_file(order.destination_directory, order.name, permissions_of_copy(status));
+        copy.has_name = copy.was_made_with_permissions = copy.descriptor.is_open();
     }
     if (!copy.descriptor.is_open()) {
         return errno == EEXIST ? keep_existing(outcome) : fail(outcome, "create", errno);
@@ -175,6 +184,9 @@ bool file_copier::create(const copy_order& order, int source, new_file& copy, co
 bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
 {
     const bool is_large = outcome.source.size >= large_file_bytes;
+    if (is_large && !hash && copy >= 0 && can_take_turns()) {
+        return transfer_large(source, copy, outcome);
+    }
     const qint64 piece_bytes = is_large ? large_piece_bytes : buffer_bytes;
     if (is_large && !large_buffers) {
         large_buffers = std::make_unique_for_overwrite<char[]>(std::size_t(2 * large_piece_bytes));
@@ -207,8 +219,10 @@ bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
         if (outcome.bytes == 0) {
             outcome.beginning = QByteArray(piece, std::min(qsizetype(got), copied_file::beginning_bytes));
         }
-        if (copy >= 0 && !write_piece(copy, piece, got, outcome)) {
-            return false;
+        qint64 written = 0;
+        const int error = copy < 0 ? 0 : write_piece(copy, piece, got, outcome.bytes, outcome.source, written);
+        if (error != 0) {
+            return fail(outcome, "write", error, outcome.bytes + written);
         }
         outcome.bytes += got;
         all_bytes_read.fetch_add(got, std::memory_order_relaxed);
@@ -237,25 +251,17 @@ void file_copier::hash_piece(const char* piece, qint64 count, bool is_large, std
                          [this, piece, count] { hash->take(piece, std::size_t(count)); });
 }
 
-/// Writes a piece; where the source has holes, zeros are left out.
-bool file_copier::write_piece(int copy, const char* piece, qint64 count, copy_outcome& outcome)
+bool file_copier::transfer_large(int source, int copy, copy_outcome& outcome)
 {
-    const bool ends_file = outcome.bytes + count == outcome.source.size;
-    if (outcome.source.allocated < outcome.source.size && !ends_file && is_all_zero(piece, count)) {
-        return true;
+    large_transfer_outcome done =
+        transfer_in_turns(source, outcome.source, copy, copied_file::beginning_bytes, cancel_requested, all_bytes_read);
+    outcome.bytes = done.bytes;
+    outcome.beginning = std::move(done.beginning);
+    if (done.was_cancelled) {
+        outcome.result = copied_file::outcome::cancelled;
+        return false;
     }
-    for (qint64 written = 0; written < count;) {
-        const ssize_t put =
-            ::pwrite(copy, piece + written, std::size_t(count - written), off_t(outcome.bytes + written));
-        if (put < 0 && errno == EINTR) {
-            continue;
-        }
-        if (put <= 0) {
-            return fail(outcome, "write", put < 0 ? errno : ENOSPC, outcome.bytes + written);
-        }
-        written += put;
-    }
-    return true;
+    return done.error == 0 || fail(outcome, done.step, done.error, done.bytes);
 }
 
 /// Sees to it that the copy of a file that changed meanwhile is what was hashed.
@@ -275,8 +281,22 @@ bool file_copier::settle_changed(new_file& copy, copy_outcome& outcome)
     return transfer(copy.descriptor.get(), -1, outcome);
 }
 
+/// Returns 0 or an error number.
+int file_copier::set_attributes(const copy_order& order, const new_file& copy, const content_status& source)
+{
+    const int descriptor = copy.descriptor.get();
+    const unsigned permissions = permissions_of_copy(source);
+    const bool has_permissions = copy.was_made_with_permissions && order.permissions->are(permissions, descriptor);
+    int error = 0;
+    if (!has_permissions && !set_permissions(descriptor, permissions)) {
+        error = errno;
+    }
+    // The time comes last: it shows that a copy is whole.
+    return set_time(descriptor, source.modified) ? error : errno;
+}
+
 /// Looks whether the source is still what it was, and makes the copy stay.
-void file_copier::finish(int source, new_file& copy, copy_outcome& outcome)
+void file_copier::finish(const copy_order& order, int source, new_file& copy, copy_outcome& outcome)
 {
     content_status now;
     if (!status_of(source, now)) {
@@ -289,10 +309,7 @@ void file_copier::finish(int source, new_file& copy, copy_outcome& outcome)
         return;
     }
     outcome.result = has_changed ? copied_file::outcome::changed : copied_file::outcome::copied;
-    int attribute_error = 0;
-    if (!set_time_and_permissions(copy.descriptor.get(), outcome.source.modified, outcome.source.permissions)) {
-        attribute_error = errno;
-    }
+    const int attribute_error = set_attributes(order, copy, outcome.source);
     if (!copy.keep()) {
         if (errno == EEXIST && !copy.has_name) {
             keep_existing(outcome);

@@ -11,6 +11,20 @@
 #include <memory>
 #include <optional>
 
+/// Learns from the first file that is made in a directory whether the permissions asked for are those that it gets, so
+/// that they need not be set once more for each.
+class given_permissions
+{
+public:
+    /// True when a file just made with these permissions has them; asks the system no more often than it must.
+    bool are(unsigned wanted, int new_file);
+
+private:
+    static constexpr unsigned unknown = ~0U;
+    static constexpr unsigned withheld = ~1U;
+    std::atomic<unsigned> known{unknown};
+};
+
 /// What a copy is made of, and what it is to be called.
 struct copy_order
 {
@@ -22,6 +36,7 @@ struct copy_order
     bool is_link = false;         ///< the source's content is behind a link
     bool source_path_fits = true; ///< the system takes the paths as they are, which descriptors do not show
     bool destination_path_fits = true;
+    given_permissions* permissions = nullptr; ///< of files made in the destination's directory
 };
 
 /// What became of a copy, without its paths.
@@ -64,10 +79,11 @@ private:
     bool open_both(const copy_order& order, owned_descriptor& source, new_file& copy, copy_outcome& outcome);
     bool create(const copy_order& order, int source, new_file& copy, copy_outcome& outcome);
     bool transfer(int source, int copy, copy_outcome& outcome);
-    bool write_piece(int copy, const char* piece, qint64 count, copy_outcome& outcome);
+    bool transfer_large(int source, int copy, copy_outcome& outcome);
     void hash_piece(const char* piece, qint64 count, bool is_large, std::future<void>& hashing);
     bool settle_changed(new_file& copy, copy_outcome& outcome);
-    void finish(int source, new_file& copy, copy_outcome& outcome);
+    static int set_attributes(const copy_order& order, const new_file& copy, const content_status& source);
+    void finish(const copy_order& order, int source, new_file& copy, copy_outcome& outcome);
 
     const std::atomic<bool>& cancel_requested;
     std::atomic<qint64>& all_bytes_read;

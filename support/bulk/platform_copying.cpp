@@ -123,23 +123,26 @@ int current_directory()
     return AT_FDCWD;
 }
 
-owned_descriptor create_file(int directory, const char* name)
+unsigned permissions_of_copy(const content_status& source)
 {
-    return open_at(directory, name, O_RDWR | O_CREAT | O_EXCL, owner_only);
+    // A copy that its owner could not read would be of no use.
+    return source.permissions | S_IRUSR;
 }
 
-bool set_time_and_permissions(int descriptor, const timespec& modified, unsigned permissions)
+owned_descriptor create_file(int directory, const char* name, unsigned permissions)
+{
+    return open_at(directory, name, O_RDWR | O_CREAT | O_EXCL, mode_t(permissions));
+}
+
+bool set_permissions(int descriptor, unsigned permissions)
+{
+    return uninterrupted([&] { return ::fchmod(descriptor, mode_t(permissions)); }) == 0;
+}
+
+bool set_time(int descriptor, const timespec& modified)
 {
     const timespec times[] = {{0, UTIME_OMIT}, modified};
-    const bool time_is_set = uninterrupted([&] { return ::futimens(descriptor, times); }) == 0;
-    const int time_error = errno;
-    // A copy that its owner could not read would be of no use.
-    const bool permissions_are_set =
-        uninterrupted([&] { return ::fchmod(descriptor, mode_t(permissions | S_IRUSR)); }) == 0;
-    if (!time_is_set) {
-        errno = time_error;
-    }
-    return time_is_set && permissions_are_set;
+    return uninterrupted([&] { return ::futimens(descriptor, times); }) == 0;
 }
 
 #ifdef Q_OS_MACOS

@@ -88,8 +88,11 @@ void ask_for_beginning(int descriptor);
 /// Stands for the directory that relative paths begin at.
 int current_directory();
 
-/// Creates a file that only its owner may read, for reading and writing; errno is EEXIST when anything has that name.
-owned_descriptor create_file(int directory, const char* name);
+/// Returns the permissions of a copy: the source's, and that its owner may read it.
+unsigned permissions_of_copy(const content_status& source);
+/// Creates a file for reading and writing; errno is EEXIST when anything has that name. Of the permissions the process
+/// or the directory may withhold some.
+owned_descriptor create_file(int directory, const char* name, unsigned permissions);
 /// Creates a file that has no name and goes away with its descriptor; not open where the file system offers none.
 owned_descriptor create_nameless_file(int directory);
 /// Gives a nameless file its name; errno is EEXIST when anything has that name.
@@ -101,7 +104,9 @@ owned_descriptor create_clone(int source, int directory, const char* name);
 /// file systems do not do this, and the file is as it was.
 bool share_content(int source, int descriptor);
 
-/// Sets modification time and permissions; false when either failed.
-bool set_time_and_permissions(int descriptor, const timespec& modified, unsigned permissions);
+/// Sets the permissions of an open file; false when that failed.
+bool set_permissions(int descriptor, unsigned permissions);
+/// Sets the modification time of an open file; false when that failed.
+bool set_time(int descriptor, const timespec& modified);
 /// Waits until everything on the file system of a directory is on the disk.
 bool sync_file_system(const char* directory);

@@ -1,4 +1,5 @@
 #include "support/bulk/bulk_copying.h"
+#include "tests/common/file_size_limit.h"
 #include "tests/common/files.h"
 
 #include <QCryptographicHash>
@@ -6,7 +7,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <fcntl.h>
 #include <functional>
 #include <sys/resource.h>
@@ -24,7 +24,7 @@ struct bulk_run
     const QString source = folder.filePath("source");
     const QString destination = folder.filePath("copy/of/it");
     std::atomic<bool> cancelled = false;
-    content_hashing hashing = content_hashing::sha256;
+    bool hashes = true; ///< a large file is copied by other code where it is not hashed
     std::function<void(const copied_file&)> on_report = [](const copied_file&) {};
     std::function<void()> on_wait = [] {};
     std::vector<copied_file> reports;
@@ -34,7 +34,7 @@ struct bulk_run
     {
         reports.clear();
         bulk_copier copier(
-            cancelled, hashing,
+            cancelled, hashes ? content_hashing::sha256 : content_hashing::none,
             [this](const copied_file& file) {
                 reports.push_back(file);
                 on_report(file);
@@ -112,23 +112,12 @@ public:
     Q_DISABLE_COPY_MOVE(ordinary_user)
 };
 
-/// No file may become longer than this.
-class file_size_limit
+void either_way()
 {
-public:
-    explicit file_size_limit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &earlier);
-        const rlimit limit{bytes, earlier.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~file_size_limit() { ::setrlimit(RLIMIT_FSIZE, &earlier); }
-    Q_DISABLE_COPY_MOVE(file_size_limit)
-
-private:
-    rlimit earlier = {};
-};
+    QTest::addColumn<bool>("hashes");
+    QTest::newRow("with hashes") << true;
+    QTest::newRow("without hashes") << false;
+}
 
 } // namespace
 
@@ -140,15 +129,18 @@ private slots:
     void every_copy_is_told_whole_data()
     {
         QTest::addColumn<bool>("hashes");
-        QTest::newRow("with hashes") << true;
-        QTest::newRow("without hashes") << false;
+        QTest::addColumn<mode_t>("withheld");
+        QTest::newRow("with hashes") << true << mode_t(0);
+        QTest::newRow("without hashes") << false << mode_t(0);
+        QTest::newRow("permissions withheld by the process") << true << mode_t(0077);
     }
 
     void every_copy_is_told_whole()
     {
-        QFETCH(bool, hashes);
+        QFETCH(const bool, hashes);
+        QFETCH(const mode_t, withheld);
         bulk_run run;
-        run.hashing = hashes ? content_hashing::sha256 : content_hashing::none;
+        run.hashes = hashes;
         QList<QByteArray> contents;
         for (const int size : {0, 1, 262'143, 262'144, 262'145, 1'000'000, 16'777'216, 18'000'001}) {
             QByteArray content(size, char(size % 251));
@@ -160,9 +152,11 @@ private slots:
             const QString file = write_file(run.source + QString("/d%1/%1").arg(size), contents.last());
             const timespec times[] = {{0, UTIME_OMIT}, {-5 + size, 123'456'789}};
             QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(file).constData(), times, 0), 0);
-            QCOMPARE(::chmod(QFile::encodeName(file).constData(), 0440), 0);
+            QCOMPARE(::chmod(QFile::encodeName(file).constData(), 0440 | mode_t(size % 2)), 0);
         }
+        const mode_t earlier = ::umask(withheld);
         run.copy();
+        ::umask(earlier);
         QCOMPARE(run.reports.size(), std::size_t(contents.size()));
         for (const copied_file& file : run.reports) {
             const QByteArray content = content_of(QFile::decodeName(file.destination_path));
@@ -178,7 +172,7 @@ private slots:
             QCOMPARE(file.modified_ns, 123'456'789);
             struct stat status = {};
             QCOMPARE(::stat(file.destination_path.constData(), &status), 0);
-            QCOMPARE(status.st_mode & 07777, 0440U);
+            QCOMPARE(status.st_mode & 07777, 0440U | mode_t(content.size() % 2));
             QCOMPARE(QFileInfo(QFile::decodeName(file.destination_path)).lastModified(),
                      QFileInfo(QFile::decodeName(file.source_path)).lastModified());
         }
@@ -266,17 +260,22 @@ private slots:
         }
     }
 
+    void a_copy_that_fails_leaves_nothing_data() { either_way(); }
     void a_copy_that_fails_leaves_nothing()
     {
+        QFETCH(const bool, hashes);
         bulk_run run;
+        run.hashes = hashes;
         write_file(run.source + "/short", QByteArray(200'000, 'x'));
         write_file(run.source + "/long", QByteArray(900'000, 'x'));
+        write_file(run.source + "/longer", QByteArray(30'000'000, 'x'));
         write_file(run.source + "/fits", "x");
         {
             const file_size_limit limit(150'000);
             run.copy();
         }
-        QCOMPARE(run.told(), QStringList({"fits copied", "long failed (write)", "short failed (write)"}));
+        QCOMPARE(run.told(),
+                 QStringList({"fits copied", "long failed (write)", "longer failed (write)", "short failed (write)"}));
         QCOMPARE(run.entries_copied(), 1);
         for (const copied_file& file : run.reports) {
             QCOMPARE(file.offset, file.result == outcome::copied ? 0 : 150'000);
@@ -287,17 +286,23 @@ private slots:
 
     void a_file_that_does_not_stay_as_it_was_data()
     {
+        QTest::addColumn<bool>("hashes");
         QTest::addColumn<qint64>("then");
-        QTest::newRow("grows") << qint64(700'000'000);
-        QTest::newRow("shrinks") << qint64(300'000);
-        QTest::newRow("ends where the disk says it should not") << qint64(-1);
+        QTest::newRow("grows") << true << qint64(700'000'000);
+        QTest::newRow("shrinks") << true << qint64(300'000);
+        QTest::newRow("ends where the disk says it should not") << true << qint64(-1);
+        QTest::newRow("grows, not hashed") << false << qint64(7'000'000'000);
+        QTest::newRow("shrinks, not hashed") << false << qint64(300'000);
+        QTest::newRow("shrinks in the middle of a piece, not hashed") << false << qint64(590'000'001);
     }
 
     void a_file_that_does_not_stay_as_it_was()
     {
+        QFETCH(const bool, hashes);
         QFETCH(const qint64, then);
-        constexpr qint64 size = 600'000'000;
+        const qint64 size = hashes ? 600'000'000 : 6'000'000'000;
         bulk_run run;
+        run.hashes = hashes;
         if (then < 0) {
             // The kernel's own files say a page and hold a few bytes.
             const QByteArray pretender = "/sys/kernel/uevent_seqnum";
@@ -322,15 +327,18 @@ private slots:
         QVERIFY(copy.open(QIODevice::ReadOnly));
         stream_hash hash;
         hash.begin();
-        for (QByteArray piece = copy.read(1'000'000); !piece.isEmpty(); piece = copy.read(1'000'000)) {
+        for (QByteArray piece = copy.read(1'000'000); hashes && !piece.isEmpty(); piece = copy.read(1'000'000)) {
             hash.take(piece.constData(), std::size_t(piece.size()));
         }
-        QCOMPARE(told.sha256, hash.end());
+        QCOMPARE(told.sha256, hashes ? hash.end() : QByteArray());
     }
 
+    void cancelled_in_a_long_file_data() { either_way(); }
     void cancelled_in_a_long_file()
     {
+        QFETCH(const bool, hashes);
         bulk_run run;
+        run.hashes = hashes;
         write_long_file(run.source + "/long", 200'000'000'000);
         run.on_wait = [&run] { run.cancelled = true; };
         run.copy();
