@@ -151,21 +151,17 @@ entry_facts known_facts(const entry_status_record& status, const QByteArray& nam
     return facts;
 }
 
-/// Calls `take` for each entry but "." and ".."; a failure is told by the listing.
+using directory_stream = std::unique_ptr<DIR, int (*)(DIR*)>;
+
+/// Calls `take` for each entry but "." and ".."; a failure is told by the listing. Returns the directory, still open.
 template <typename listing_type, typename visitor>
-void read_directory(const QByteArray& path, listing_type& listing, const visitor& take)
+directory_stream read_directory(const QByteArray& path, listing_type& listing, const visitor& take)
 {
     file_descriptor descriptor(open_quietly(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr,
-                                                     ::closedir);
-    if (!stream) {
-        listing.error_number = errno;
-        listing.error = system_error_text(listing.error_number);
-        return;
-    }
-    const int directory = descriptor.release();
-    errno = 0;
-    while (const dirent* entry = ::readdir(stream.get())) {
+    directory_stream stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr, ::closedir);
+    const int directory = stream ? descriptor.release() : -1;
+    errno = stream ? 0 : errno;
+    while (const dirent* entry = stream ? ::readdir(stream.get()) : nullptr) {
         const std::string_view name(entry->d_name);
         if (name != "." && name != "..") {
             take(directory, *entry);
@@ -176,6 +172,7 @@ void read_directory(const QByteArray& path, listing_type& listing, const visitor
         listing.error_number = errno;
         listing.error = system_error_text(listing.error_number);
     }
+    return stream;
 }
 
 QString refusal(entry_kind kind)
@@ -248,13 +245,15 @@ entry_facts quiet_stat_at(int directory, const QByteArray& name, link_handling l
 directory_listing quiet_list(const QByteArray& path)
 {
     directory_listing listing;
-    read_directory(path, listing, [&listing](int directory, const dirent& entry) {
-        QByteArray name(entry.d_name);
-        entry_facts facts = quiet_stat_at(directory, name, link_handling::keep);
+    std::vector<QByteArray> names; // which are sorted more easily than with all that is known of each
+    const directory_stream directory =
+        read_directory(path, listing, [&names](int, const dirent& entry) { names.emplace_back(entry.d_name); });
+    std::sort(names.begin(), names.end());
+    listing.entries.reserve(names.size());
+    for (QByteArray& name : names) {
+        entry_facts facts = quiet_stat_at(::dirfd(directory.get()), name, link_handling::keep);
         listing.entries.push_back({std::move(name), std::move(facts)});
-    });
-    std::sort(listing.entries.begin(), listing.entries.end(),
-              [](const named_entry& left, const named_entry& right) { return left.name < right.name; });
+    }
     return listing;
 }
 
