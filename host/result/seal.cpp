@@ -1,5 +1,6 @@
 #include "host/result/seal.h"
 
+#include "host/files/all_cores.h"
 #include "host/files/durable_file.h"
 #include "host/files/file_tree.h"
 #include "host/text/failure.h"
@@ -8,6 +9,8 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
 
 namespace {
 
@@ -23,18 +26,19 @@ bool is_left_out(const result_paths& result, const QByteArray& path)
            (QFileInfo(whole).path() == result.products() && path.contains(unfinished_ending));
 }
 
-sha256_digest digest_of(const result_paths& result, const QByteArray& path,
+/// Returns nothing of use and says why in `problem` when a file cannot be read.
+sha256_digest digest_of(const result_paths& result, const QByteArray& path, QString& problem,
                         const std::function<void(qint64 bytes)>& more_read)
 {
-    QString problem;
-    const auto digest = sha256_of_file(child_path(result.native_root(), path), problem, [&more_read](qint64 bytes) {
+    QString unreadable;
+    const auto digest = sha256_of_file(child_path(result.native_root(), path), unreadable, [&more_read](qint64 bytes) {
         more_read(bytes);
         return false;
     });
     if (!digest) {
-        refuse(QStringLiteral("cannot read %1: %2").arg(result.below(QFile::decodeName(path)), problem));
+        problem = QStringLiteral("cannot read %1: %2").arg(result.below(QFile::decodeName(path)), unreadable);
     }
-    return *digest;
+    return digest.value_or(sha256_digest{});
 }
 
 sha256_digest digest_of_text(const QByteArray& text)
@@ -70,19 +74,31 @@ std::vector<QByteArray> sealed_paths(const result_paths& result)
 
 result_seal seal_result(const result_paths& result, const std::function<void(file_amount done)>& progress)
 {
+    const std::vector<QByteArray> paths = sealed_paths(result);
     result_seal seal;
-    file_amount done;
-    const auto more_read = [&](qint64 bytes) {
-        done += {0, bytes};
-        if (progress) {
-            progress(done);
+    seal.files.resize(paths.size());
+    std::vector<QString> problems(paths.size());
+    std::atomic<qint64> files = 0;
+    std::atomic<qint64> bytes = 0;
+    const auto more_read = [&, caller = std::this_thread::get_id()](qint64 more) {
+        bytes += more;
+        if (progress && std::this_thread::get_id() == caller) {
+            progress({files, bytes});
         }
     };
+    for_each_on_all_cores(
+        paths.size(),
+        [&](std::size_t at) {
+            seal.files[at] = {digest_of(result, paths[at], problems[at], more_read), paths[at]};
+            ++files;
+        },
+        1);
     QByteArray text;
-    for (const QByteArray& path : sealed_paths(result)) {
-        seal.files.push_back({digest_of(result, path, more_read), path});
-        done += {1, 0};
-        text += sums_line(seal.files.back().digest, path);
+    for (std::size_t at = 0; at < paths.size(); ++at) {
+        if (!problems[at].isEmpty()) {
+            refuse(problems[at]);
+        }
+        text += sums_line(seal.files[at].digest, paths[at]);
     }
     write_durably(result.path(product::seal), text);
     seal.root = digest_of_text(text);
