@@ -102,6 +102,8 @@ signals:
     void signal_copy_progress_of_plugin_macos(qint64 files, qint64 bytes);
     /// What became of one file of a bulk copy.
     void signal_copied_file_of_plugin_macos(const copied_file& file);
+    /// All files of a bulk copy have been told, and it was not cancelled.
+    void signal_bulk_copied_of_plugin_macos();
 
 private:
     struct account_store_step;

@@ -45,6 +45,8 @@ apple_mail_extractor::apple_mail_extractor(QWidget* parent)
             &apple_mail_extractor::signal_copy_progress_of_plugin_overall);
     connect(extractor_macos, &macos::signal_copied_file_of_plugin_macos, this,
             &apple_mail_extractor::signal_copied_file_of_plugin_overall);
+    connect(extractor_macos, &macos::signal_bulk_copied_of_plugin_macos, this,
+            &apple_mail_extractor::signal_bulk_copied_of_plugin_overall);
 }
 
 apple_mail_extractor::~apple_mail_extractor() = default;

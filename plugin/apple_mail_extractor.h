@@ -109,6 +109,8 @@ signals:
     void signal_copy_progress_of_plugin_overall(qint64 files, qint64 bytes);
     /// What became of one file of the whole-tree copy; only with bulk_copying. Files come in the order of the walk.
     void signal_copied_file_of_plugin_overall(const copied_file& file);
+    /// The whole-tree copy has told all its files and was not cancelled; only with bulk_copying.
+    void signal_bulk_copied_of_plugin_overall();
 
 private slots:
     void slot_m_process_finished(int status);

@@ -13,7 +13,7 @@ void folder_extent::add(const tree_entry& entry)
     }
 }
 
-void folder_extents::add(const tree_entry& entry)
+void folder_extents::add(const tree_entry& entry, const file_amount& files)
 {
     const qsizetype version_end = entry.relative_path.indexOf('/');
     if (version_end < 0) {
@@ -30,6 +30,7 @@ void folder_extents::add(const tree_entry& entry)
         last = &*extents.try_emplace(folder).first;
     }
     last->second.add(entry);
+    last->second.amount += files;
 }
 
 const folder_extent* folder_extents::find(const QByteArray& path) const

@@ -25,8 +25,9 @@ public:
     folder_extents& operator=(const folder_extents&) = delete;
     ~folder_extents() = default;
 
-    /// Takes one entry that walk_tree() met below a Mail directory. Those of one folder come together.
-    void add(const tree_entry& entry);
+    /// Takes one entry that walk_tree() met below a Mail directory; those of one folder come together. Of a directory
+    /// whose files do not come as entries, `files` are what lies directly in it.
+    void add(const tree_entry& entry, const file_amount& files = {});
     /// Returns what lies below a folder; nullptr when nobody walked there.
     const folder_extent* find(const QByteArray& path) const;
 

@@ -102,7 +102,7 @@ file_amount expected_copies(const QList<source_user>& users)
 } // namespace
 
 qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style,
-               const std::function<void(const copied_file& file)>& copied)
+               const bulk_listener& listener)
 {
     const QList<plugin_task> tasks = tasks_of(settings);
     progress shown(QStringLiteral("copying"), expected_copies(settings.users), style);
@@ -111,7 +111,8 @@ qint64 extract(const plugin_library& library, const extraction_settings& setting
     interruption::wait_is_for(QStringLiteral("the file at work"));
     file_amount done_before;
     qint64 rows = 0;
-    for (const plugin_task& task : tasks) {
+    for (qsizetype number = 0; number < tasks.size(); ++number) {
+        const plugin_task& task = tasks[number];
         if (interruption::requested()) {
             break;
         }
@@ -121,7 +122,13 @@ qint64 extract(const plugin_library& library, const extraction_settings& setting
             done += done_before;
             shown.update(done);
         };
-        const signal_receiver receiver(*plugin, show, copied);
+        const auto end_copying = [&] {
+            if (number + 1 == tasks.size()) {
+                shown.finish();
+                listener.all_copied();
+            }
+        };
+        const signal_receiver receiver(*plugin, show, listener.copied, end_copying);
         plugin->pub_find_source_file();
         plugin->pub_extract_artifacts();
         plugin->pub_remove_temporary_asthetics();

@@ -33,9 +33,15 @@ struct extraction_settings
     QList<source_user> users;
 };
 
+/// Who is told what of a copy in bulk, on the calling thread.
+struct bulk_listener
+{
+    std::function<void(const copied_file& file)> copied; ///< what became of each file
+    std::function<void()> all_copied;                    ///< no file of any user is still to come; not after a cancel
+};
+
 /// Runs the plug-in over all users of the settings and shows how far it is. Returns early when interrupted; what is
 /// done by then stays. The plug-in tells its failures in its log only. Returns how many rows it says it has written.
-/// `copied` is told what became of each file of a copy in bulk, on the calling thread. What was copied in bulk is not
-/// synced.
+/// What was copied in bulk is not synced.
 qint64 extract(const plugin_library& library, const extraction_settings& settings, progress_style style,
-               const std::function<void(const copied_file& file)>& copied);
+               const bulk_listener& listener);

@@ -76,8 +76,12 @@ void guard_run(run_plan& plan, bool follow_links_outside)
     const QByteArray source = QFile::encodeName(settings.source_root);
     const std::vector<QByteArray> mail_directories = mail_directories_of(source, names);
     tree_lister lister(mail_directories);
-    copy_forecast forecast =
-        forecast_copies(source, mail_directories, [&](const QByteArray& path) { return lister.next(path); });
+    plan.seen = directory_notes(mail_directories);
+    copy_forecast forecast = forecast_copies(source, mail_directories, [&](const QByteArray& path) {
+        directory_listing listing = lister.next(path);
+        plan.seen.add(path, listing);
+        return listing;
+    });
     if (forecast.link_problems.empty()) {
         for (std::size_t i = 0; i < names.size(); ++i) {
             settings.users[static_cast<qsizetype>(i)].expected_copies =

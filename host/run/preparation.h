@@ -6,6 +6,7 @@
 #include "host/run/earlier_run.h"
 #include "host/run/run_options.h"
 #include "host/source/copy_walk.h"
+#include "host/source/directory_notes.h"
 
 /// What a run works with once everything that can be checked beforehand is checked.
 struct run_plan
@@ -18,6 +19,7 @@ struct run_plan
     case_data about = {};
     earlier_run earlier = earlier_run::none;
     std::map<directory_identity, qint64> files_of_accounts = {}; ///< by account folder, as far as they are known
+    directory_notes seen = {};                                   ///< of the Mail directories, before the run
     qint64 log_begin = 0;                                        ///< where this run's part of the log begins
 };
 

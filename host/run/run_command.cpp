@@ -33,7 +33,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <functional>
 #include <future>
+#include <memory>
 
 namespace {
 
@@ -62,13 +64,14 @@ QString hex_sha256(const QString& path)
     return digest ? QString::fromLatin1(digest_to_hex(*digest)) : QString();
 }
 
-run_record begin_record(const run_options& options, const run_plan& plan, const plugin_library& library)
+run_record begin_record(const run_options& options, const run_plan& plan, const plugin_library& library,
+                        std::future<QString>& program_sha256)
 {
     run_record record = begin_run_record(QCoreApplication::arguments());
     record.plugin_path = library.path();
     record.plugin_version = library.version();
     record.plugin_sha256 = hex_sha256(library.path());
-    record.program_sha256 = hex_sha256(QCoreApplication::applicationFilePath());
+    record.program_sha256 = program_sha256.get();
     record.source = QDir::cleanPath(plan.settings.source_root);
     record.identity = plan.identity;
     record.source_time_zone = system_time_zone(QFile::encodeName(plan.settings.source_root));
@@ -146,6 +149,31 @@ std::future<void> begin_flush(const run_plan& plan)
     return std::async(std::launch::async | std::launch::deferred, flush_file_system, plan.result.root());
 }
 
+/// Keeps what no copy holds, and begins to find out who the accounts are and what their messages are.
+std::unique_ptr<account_notes> begin_notes(run_plan& plan, copies_of_run& copies, progress_style style,
+                                           run_record& record)
+{
+    folder_extents extents = keep_witnesses(plan, copies.known(), style, record);
+    plan.seen = {};
+    copies.complete(record);
+    const QByteArray source = QFile::encodeName(plan.settings.source_root);
+    return std::make_unique<account_notes>(mail_database_request{plan.settings.source_root, plan.settings.users,
+                                                                 plan.result, copies.content_of(source),
+                                                                 copies.messages_in(source), std::move(extents)},
+                                           copies.messages(), style);
+}
+
+/// A failure must not pass through the plug-in; what is tried again after it fails then.
+std::function<void()> tried_now_or_later(const std::function<void()>& work)
+{
+    return [work] {
+        try {
+            work();
+        } catch (const failure&) { // NOLINT(bugprone-empty-catch): told when it is tried again
+        }
+    };
+}
+
 /// Waits for that, and for what was written since: only what is on the disk can be read back from it.
 void flush_copies(std::future<void>& begun, account_notes& notes, const run_plan& plan, run_record& record)
 try {
@@ -177,13 +205,20 @@ try {
     record.add_error(unread.message());
 }
 
-source_snapshot snapshot_of(const extraction_settings& settings)
+source_snapshot snapshot_of(const extraction_settings& settings, const directory_notes& seen = {})
 {
     std::vector<QByteArray> users;
     for (const source_user& user : settings.users) {
         users.push_back(QFile::encodeName(user.name));
     }
-    return {QFile::encodeName(settings.source_root), users};
+    return {QFile::encodeName(settings.source_root), users, seen};
+}
+
+/// Returns what of the source could not be looked at, and what is not as it was at first.
+QStringList changes_since(const source_snapshot& at_first, const extraction_settings& settings)
+{
+    const source_snapshot at_last = snapshot_of(settings);
+    return at_first.problems() + at_last.problems() + at_last.differences_from(at_first);
 }
 
 int exit_code_of(const run_record& record, const QString& scheme)
@@ -258,49 +293,53 @@ int finish_report(const run_plan& plan, bool as_json)
 
 int run_command(const run_options& options)
 {
+    // Beside what one core alone does until the source is walked.
+    std::future<QString> program_sha256 =
+        std::async(std::launch::async | std::launch::deferred, hex_sha256, QCoreApplication::applicationFilePath());
     run_plan plan = prepare_run(options);
     if (plan.earlier == earlier_run::unreported) {
         return finish_report(plan, options.json);
     }
     const plugin_library library(options.plugin_file);
     const bool holds_mail = plan.settings.scheme == macos_scheme;
-    // Both go through all Mail directories.
-    std::future<source_snapshot> first_look =
-        std::async(std::launch::async | std::launch::deferred, snapshot_of, plan.settings);
     if (holds_mail) {
         guard_run(plan, options.follow_links_outside);
     }
+    const source_snapshot at_first = snapshot_of(plan.settings, plan.seen);
     // Until here nothing is changed, and a signal ends the program at once.
     interruption::watch();
     const exclusive_lock lock = create_result(options, plan);
 
-    const source_snapshot at_first = first_look.get();
-
-    run_journal journal(plan.result, begin_record(options, plan, library));
+    run_journal journal(plan.result, begin_record(options, plan, library, program_sha256));
     journal.begin([&] { remove_earlier_results(options, plan); });
     const QDate begun = QDate::currentDate();
     copies_of_run copies(plan.result);
     const progress_style style = progress_style_for(options.quiet);
+    std::future<void> flushing;
+    std::unique_ptr<account_notes> notes;
+    const auto look_into_copies = [&] {
+        if (holds_mail && !notes && !interruption::requested()) {
+            // The disk has something to do while accounts and messages are looked at.
+            flushing = begin_flush(plan);
+            notes = begin_notes(plan, copies, style, journal.record());
+        }
+    };
     const qint64 signalled_rows =
-        extract(library, plan.settings, style, [&copies](const copied_file& file) { copies.take(file); });
+        extract(library, plan.settings, style,
+                {[&copies](const copied_file& file) { copies.take(file); }, tried_now_or_later(look_into_copies)});
     copies.tell(journal.record());
     add_errors(journal.record(), QStringList(clear_left_scratch(plan.result)));
-    // The disk has something to do while accounts and messages are looked at.
-    std::future<void> flushing = begin_flush(plan);
     take_stock(plan, begun, signalled_rows, copies, journal.record());
-    if (holds_mail && !interruption::requested()) {
-        folder_extents extents = keep_witnesses(plan, copies.known(), style, journal.record());
-        copies.complete(journal.record());
-        const QByteArray source = QFile::encodeName(plan.settings.source_root);
-        account_notes notes({plan.settings.source_root, plan.settings.users, plan.result, copies.content_of(source),
-                             copies.messages_in(source), std::move(extents)},
-                            copies.messages(), style);
-        flush_copies(flushing, notes, plan, journal.record());
+    look_into_copies();
+    if (notes && !interruption::requested()) {
+        flush_copies(flushing, *notes, plan, journal.record());
         verify_run(journal.record(), options, plan, copies);
-        note_accounts(journal.record(), plan, notes, at_first);
     }
-    const source_snapshot at_last = snapshot_of(plan.settings);
-    add_errors(journal.record(), at_first.problems() + at_last.problems() + at_last.differences_from(at_first));
+    // Beside the messages' rows, which are still being written by one core.
+    add_errors(journal.record(), changes_since(at_first, plan.settings));
+    if (notes) {
+        note_accounts(journal.record(), plan, *notes, at_first);
+    }
     finish(journal, plan.settings.scheme);
     const QString root_hash = seal_and_report(journal, plan.result, copies.amounts_by_folder(), style);
 

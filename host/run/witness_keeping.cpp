@@ -2,7 +2,6 @@
 
 #include "host/files/file_copy.h"
 #include "host/files/file_tree.h"
-#include "host/files/tree_lister.h"
 #include "host/source/source_users.h"
 #include "host/source/witnesses.h"
 #include "host/terminal/interruption.h"
@@ -13,6 +12,16 @@
 namespace {
 
 constexpr qint64 most_named_problems = 20;
+
+directory_listing directories_alone(const directory_note& note)
+{
+    directory_listing listing;
+    for (const QByteArray& name : note.directories) {
+        listing.entries.push_back({name, {}});
+        listing.entries.back().facts.kind = entry_kind::directory;
+    }
+    return listing;
+}
 
 class witness_keeper
 {
@@ -28,23 +37,33 @@ public:
     void keep(const witness& one) { keep(one.path, one.facts, link_handling::follow); }
 
     /// Keeps the files of a Mail directory that no copy takes.
-    void keep_left_out(const QByteArray& mail_directory, tree_lister& lister)
+    void keep_left_out(const QByteArray& mail_directory, const directory_notes& seen)
     {
-        const auto list = [&lister](const QByteArray& path) { return lister.next(path); };
+        const QByteArray root = child_path(source, mail_directory);
+        // Where nothing is hidden, nothing is to be kept but what lies in the Mail directory itself.
+        const auto passed_over = [&](const QByteArray& path) {
+            const directory_note* note = path == root ? nullptr : seen.find(path);
+            return note != nullptr && note->is_plain ? note : nullptr;
+        };
+        const auto list = [&](const QByteArray& path) {
+            const directory_note* note = passed_over(path);
+            return note != nullptr ? directories_alone(*note) : quiet_list(path);
+        };
         const auto visit = [&](const tree_entry& entry) {
             const QString& unseen = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
             if (!unseen.isEmpty()) {
                 note(entry.relative_path.isEmpty() ? mail_directory : child_path(mail_directory, entry.relative_path),
                      unseen);
             }
-            extents.add(entry);
+            const directory_note* note = entry.facts.kind == entry_kind::directory ? passed_over(entry.path) : nullptr;
+            extents.add(entry, note != nullptr ? note->amount : file_amount());
             const bool is_loose = !entry.relative_path.contains('/');
             if (entry.facts.kind == entry_kind::file && (entry.hidden || is_loose)) {
                 keep(child_path(mail_directory, entry.relative_path), entry.facts, link_handling::keep);
             }
             return !interruption::requested();
         };
-        walk_tree(child_path(source, mail_directory), visit, list);
+        walk_tree(root, visit, list);
     }
 
     folder_extents take_extents() { return std::move(extents); }
@@ -107,18 +126,6 @@ private:
     qint64 problem_count = 0;
 };
 
-std::vector<QByteArray> mail_directories_of(const run_plan& plan)
-{
-    std::vector<QByteArray> directories;
-    for (const source_user& user : plan.settings.users) {
-        if (user.mail_directory != presence::absent) {
-            directories.push_back(child_path(QFile::encodeName(plan.settings.source_root),
-                                             mail_directory_of(QFile::encodeName(user.name))));
-        }
-    }
-    return directories;
-}
-
 } // namespace
 
 folder_extents keep_witnesses(const run_plan& plan, known_sources& known, progress_style style, run_record& record)
@@ -128,7 +135,6 @@ folder_extents keep_witnesses(const run_plan& plan, known_sources& known, progre
     for (const witness& one : system_witnesses(source)) {
         keeper.keep(one);
     }
-    tree_lister lister(mail_directories_of(plan));
     for (const source_user& user : plan.settings.users) {
         if (interruption::requested()) {
             break;
@@ -138,7 +144,7 @@ folder_extents keep_witnesses(const run_plan& plan, known_sources& known, progre
             keeper.keep(one);
         }
         if (user.mail_directory != presence::absent) {
-            keeper.keep_left_out(mail_directory_of(name), lister);
+            keeper.keep_left_out(mail_directory_of(name), plan.seen);
         }
     }
     keeper.tell(record);

@@ -1,55 +1,93 @@
 #include "host/source/source_snapshot.h"
 
+#include "host/files/all_cores.h"
 #include "host/files/file_tree.h"
 #include "host/source/account_stores.h"
 #include "host/source/folder_names.h"
 #include "host/source/source_users.h"
 #include "host/text/display_text.h"
 
+#include <optional>
+#include <utility>
+
 namespace {
 
 constexpr qsizetype most_differences = 20;
 
+struct listing_look
+{
+    std::optional<directory_note> note; ///< nothing when the directory is not there or cannot be listed
+    bool is_blocked = false;            ///< cannot be listed, for the reason that follows
+    QString error = {};
+    int error_number = 0;
+};
+
+listing_look look_into(const QByteArray& directory)
+{
+    const kinds_listing listing = quiet_kinds(directory);
+    if (listing.error.isEmpty()) {
+        return {note_of(listing)};
+    }
+    const entry_kind kind = quiet_stat(directory, link_handling::follow).kind;
+    const bool is_blocked = kind == entry_kind::directory || kind == entry_kind::unknown;
+    return {{}, is_blocked, listing.error, listing.error_number};
+}
+
 } // namespace
 
-source_snapshot::source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users) : root(source)
+source_snapshot::source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users,
+                                 const directory_notes& seen)
+    : root(source)
 {
     for (const QByteArray& user : users) {
-        look_at(mail_directory_of(user), true);
-        look_at("Users/" + user + '/' + accounts_directory, false);
+        look_at(mail_directory_of(user), true, seen);
+        look_at("Users/" + user + '/' + accounts_directory, false, seen);
     }
 }
 
-void source_snapshot::look_at(const QByteArray& path, bool and_below)
+void source_snapshot::note_account_folders(const QByteArray& directory, const std::vector<QByteArray>& names,
+                                           qsizetype mail_directory_size)
 {
-    std::vector<QByteArray> waiting{path};
-    while (!waiting.empty()) {
-        const QByteArray directory = std::move(waiting.back());
-        waiting.pop_back();
-        const kinds_listing listing = quiet_kinds(child_path(root, directory));
-        if (!listing.error.isEmpty()) {
-            const entry_kind kind = quiet_stat(child_path(root, directory), link_handling::follow).kind;
-            if (kind == entry_kind::directory || kind == entry_kind::unknown) {
-                blocked.push_back({directory, listing.error, listing.error_number});
-            }
-            continue;
+    for (const QByteArray& name : names) {
+        const folder_naming naming = naming_of(name);
+        if (naming == folder_naming::imap || naming == folder_naming::pop) {
+            account_names.push_back({child_path(directory, name), mail_directory_size});
         }
-        shape& found = shapes[directory];
-        for (const named_kind& entry : listing.entries) {
-            const bool is_inner = entry.kind == entry_kind::directory;
-            found.files += entry.kind == entry_kind::file ? 1 : 0;
-            found.directories += is_inner ? 1 : 0;
-            found.links += entry.kind == entry_kind::link ? 1 : 0;
-            found.others += entry.kind != entry_kind::file && !is_inner && entry.kind != entry_kind::link ? 1 : 0;
-            if (is_inner && and_below) {
-                waiting.push_back(child_path(directory, entry.name));
+    }
+}
+
+void source_snapshot::look_at(const QByteArray& path, bool and_below, const directory_notes& seen)
+{
+    std::vector<QByteArray> level{path};
+    while (!level.empty()) {
+        std::vector<listing_look> looks(level.size());
+        for_each_on_all_cores(level.size(), [&](std::size_t at) {
+            const QByteArray directory = child_path(root, level[at]);
+            const directory_note* note = seen.find(directory);
+            looks[at] = note != nullptr ? listing_look{*note} : look_into(directory);
+        });
+        std::vector<QByteArray> next;
+        for (std::size_t at = 0; at < level.size(); ++at) {
+            const QByteArray& directory = level[at];
+            if (looks[at].is_blocked) {
+                blocked.push_back({directory, looks[at].error, looks[at].error_number});
             }
-            const folder_naming naming = naming_of(entry.name);
-            const bool may_be_folder = is_inner || entry.kind == entry_kind::link;
-            if (and_below && may_be_folder && (naming == folder_naming::imap || naming == folder_naming::pop)) {
-                account_names.push_back({child_path(directory, entry.name), path.size()});
+            if (!looks[at].note) {
+                continue;
             }
+            const directory_note& here = *looks[at].note;
+            shapes[directory] = {here.amount.files, qint64(here.directories.size()), qint64(here.links.size()),
+                                 here.others};
+            if (!and_below) {
+                continue;
+            }
+            for (const QByteArray& inner : here.directories) {
+                next.push_back(child_path(directory, inner));
+            }
+            note_account_folders(directory, here.directories, path.size());
+            note_account_folders(directory, here.links, path.size());
         }
+        level = std::move(next);
     }
 }
 

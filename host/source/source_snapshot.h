@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/source/directory_notes.h"
 #include "host/source/source_look.h"
 
 #include <QByteArray>
@@ -14,8 +15,8 @@ class source_snapshot
 {
 public:
     /// Looks at the Mail directory of each user with everything below it, and at the directory of his account stores.
-    /// Follows no link below them and opens nothing but directories.
-    source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users);
+    /// Follows no link below them and opens nothing but directories, and of them none that was `seen` a moment ago.
+    source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users, const directory_notes& seen = {});
 
     /// Says, a line each and the first of many only, which directories are no longer as `earlier` saw them.
     QStringList differences_from(const source_snapshot& earlier) const;
@@ -46,7 +47,9 @@ private:
         qsizetype mail_directory_size = 0; ///< of the beginning of the path
     };
 
-    void look_at(const QByteArray& path, bool and_below);
+    void look_at(const QByteArray& path, bool and_below, const directory_notes& seen);
+    void note_account_folders(const QByteArray& directory, const std::vector<QByteArray>& names,
+                              qsizetype mail_directory_size);
     bool is_hidden(const account_name& folder) const;
 
     const QByteArray root;
