@@ -264,7 +264,7 @@ void add_self_test(CLI::App& program, chosen_command& chosen, self_test_options&
 std::unique_ptr<QCoreApplication> widget_application(int& argc, char** argv)
 {
     // Nothing is ever shown, so no display is needed either.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QPA_PLATFORM", "minimal;offscreen");
     // What Qt says about the desktop session is of no interest without one.
     static QtMessageHandler usual_handler = nullptr;
     usual_handler = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& text) {
