@@ -19,7 +19,7 @@ struct run_plan
     case_data about = {};
     earlier_run earlier = earlier_run::none;
     std::map<directory_identity, qint64> files_of_accounts = {}; ///< by account folder, as far as they are known
-    directory_notes seen = {};                                   ///< of the Mail directories, before the run
+    directory_notes seen = {};                                   ///< of the Mail directories, a moment ago
     qint64 log_begin = 0;                                        ///< where this run's part of the log begins
 };
 

@@ -108,13 +108,15 @@ void add_what_no_manifest_tells(const verification_result& found, bool has_manif
     }
 }
 
-void verify_run(run_record& record, const run_options& options, const run_plan& plan, const copies_of_run& copies)
+/// Takes note of the source's directories where they are looked at a moment before the end.
+void verify_run(run_record& record, const run_options& options, run_plan& plan, const copies_of_run& copies)
 try {
     verification_request request{record.source, plan.result, {}, options.users.isEmpty()};
     for (const user_record& user : record.users) {
         request.users.append(user.name);
     }
     request.without_reading = options.no_verify;
+    request.seen = options.no_verify ? &plan.seen : nullptr;
     if (plan.settings.in_bulk) {
         request.expected = copies.amount();
     }
@@ -150,11 +152,10 @@ std::future<void> begin_flush(const run_plan& plan)
 }
 
 /// Keeps what no copy holds, and begins to find out who the accounts are and what their messages are.
-std::unique_ptr<account_notes> begin_notes(run_plan& plan, copies_of_run& copies, progress_style style,
+std::unique_ptr<account_notes> begin_notes(const run_plan& plan, copies_of_run& copies, progress_style style,
                                            run_record& record)
 {
     folder_extents extents = keep_witnesses(plan, copies.known(), style, record);
-    plan.seen = {};
     copies.complete(record);
     const QByteArray source = QFile::encodeName(plan.settings.source_root);
     return std::make_unique<account_notes>(mail_database_request{plan.settings.source_root, plan.settings.users,
@@ -215,9 +216,9 @@ source_snapshot snapshot_of(const extraction_settings& settings, const directory
 }
 
 /// Returns what of the source could not be looked at, and what is not as it was at first.
-QStringList changes_since(const source_snapshot& at_first, const extraction_settings& settings)
+QStringList changes_since(const source_snapshot& at_first, const run_plan& plan)
 {
-    const source_snapshot at_last = snapshot_of(settings);
+    const source_snapshot at_last = snapshot_of(plan.settings, plan.seen);
     return at_first.problems() + at_last.problems() + at_last.differences_from(at_first);
 }
 
@@ -331,12 +332,13 @@ int run_command(const run_options& options)
     add_errors(journal.record(), QStringList(clear_left_scratch(plan.result)));
     take_stock(plan, begun, signalled_rows, copies, journal.record());
     look_into_copies();
+    plan.seen = {}; // was before the run, and is a moment ago no more
     if (notes && !interruption::requested()) {
         flush_copies(flushing, *notes, plan, journal.record());
         verify_run(journal.record(), options, plan, copies);
     }
     // Beside the messages' rows, which are still being written by one core.
-    add_errors(journal.record(), changes_since(at_first, plan.settings));
+    add_errors(journal.record(), changes_since(at_first, plan));
     if (notes) {
         note_accounts(journal.record(), plan, *notes, at_first);
     }

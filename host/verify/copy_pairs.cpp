@@ -104,7 +104,11 @@ private:
 
     bool walk(const directory_pair& directory, const entry_facts& facts)
     {
-        const directory_listing listing = quiet_list(in_source(directory.source));
+        const QByteArray path = in_source(directory.source);
+        const directory_listing listing = quiet_list(path);
+        if (visitor.listed) {
+            visitor.listed(path, listing);
+        }
         if (!listing.error.isEmpty() && !report(directory.source + '/', facts, entry_status::unreadable,
                                                 "the directory cannot be read: " + listing.error.toUtf8())) {
             return false;

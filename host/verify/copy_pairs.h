@@ -34,11 +34,12 @@ struct copy_pair
     int readings() const { return task == pair_task::compare ? 2 : 1; }
 };
 
-/// What a walk over source and copies reports; both are called on the walking thread, and false stops the walk.
+/// What a walk over source and copies reports, on the walking thread; false stops the walk.
 struct pair_visitor
 {
     std::function<bool(copy_pair&& pair)> pair;
     std::function<bool(const QByteArray& copy)> surplus; ///< a copy, relative to the result, that has no source
+    std::function<void(const QByteArray& path, const directory_listing& listing)> listed = {}; ///< in the source
 };
 
 /// Walks the users' Mail directories side by side with their copies, and the witnesses side by side with the evidence

@@ -49,10 +49,20 @@ const record* read_record(int file, quint64 owner, std::size_t number)
     return number - block.first < block.count ? &block.records[number - block.first] : nullptr;
 }
 
+/// Stands for a path: the hash of its directory's hash and its last part. Most paths have the directory of the one
+/// before, and what is left to be hashed is short.
 sha256_digest name_of(const QByteArray& copy)
 {
     thread_local file_hasher hasher;
-    return hasher.hash(copy);
+    thread_local QByteArray directory;
+    thread_local QByteArray beginning;
+    const qsizetype slash = copy.lastIndexOf('/');
+    if (beginning.isEmpty() || QByteArrayView(copy).first(slash + 1) != QByteArrayView(directory)) {
+        directory = copy.first(slash + 1);
+        const sha256_digest digest = hasher.hash(directory);
+        beginning = QByteArray(reinterpret_cast<const char*>(digest.data()), qsizetype(digest.size()));
+    }
+    return hasher.hash(beginning + copy.sliced(slash + 1));
 }
 
 quint32 key_of(const sha256_digest& name)

@@ -124,7 +124,12 @@ verification_result verify_copies(const verification_request& request,
         // Looks take a core less: who lists has as much to do as who looks.
         const int threads = std::max(1, QThread::idealThreadCount() - (request.without_reading ? 1 : 0));
         ordered_pipeline<copy_pair> pipeline(foresee, complete_one, {finished, progress, cancelled}, threads);
-        const pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); }, add_surplus};
+        pair_visitor visitor{[&](copy_pair&& pair) { return pipeline.add(std::move(pair)); }, add_surplus};
+        if (request.seen != nullptr) {
+            visitor.listed = [&request](const QByteArray& path, const directory_listing& listing) {
+                request.seen->add(path, listing);
+            };
+        }
         found.cancelled = !walk_copy_pairs(source, result, assignment.users, visitor) || !pipeline.drain() ||
                           !find_stray_files(request.result, copy_directories_of(assignment), kept, add_surplus);
     }

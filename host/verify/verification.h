@@ -4,6 +4,7 @@
 #include "host/result/manifest.h"
 #include "host/result/result_paths.h"
 #include "host/result/run_record.h"
+#include "host/source/directory_notes.h"
 #include "host/verify/known_sources.h"
 
 #include <QByteArray>
@@ -22,6 +23,7 @@ struct verification_request
     const known_sources* known = nullptr; ///< of files that were copied; the others are read. May be absent
     bool unnamed_users = true;            ///< also users whose names are not UTF-8, whose mail no run can copy
     file_amount expected = {};            ///< for the progress; where nothing is given, it is counted first
+    directory_notes* seen = nullptr;      ///< takes what was seen of each directory of the source; may be absent
 };
 
 /// What a verification found. Manifest and sums are in place unless it was cancelled.
