@@ -60,6 +60,7 @@ driven_plugin::driven_plugin(const evidence_source& evidence, const run_settings
     connect(plugin.get(), SIGNAL(signal_copy_progress_of_plugin_overall(qint64, qint64)),
             SLOT(take_copied(qint64, qint64)));
     connect(plugin.get(), SIGNAL(signal_copied_file_of_plugin_overall(copied_file)), SLOT(take_file(copied_file)));
+    connect(plugin.get(), SIGNAL(signal_bulk_copied_of_plugin_overall()), SLOT(take_bulk_end()));
 }
 
 driven_plugin::~driven_plugin()

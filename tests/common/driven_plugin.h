@@ -56,6 +56,7 @@ public:
     QStringList events;                           ///< the two overall signals so far: "records 3", "tabs 1"
     QStringList copied;                           ///< every copy progress so far: "copied 1 120" (files, bytes)
     QList<copied_file> copies;                    ///< what became of the files of a bulk copy
+    QList<qsizetype> bulk_ends;                   ///< how many of them there were as a bulk copy was said to have ended
     std::function<void(const QString&)> on_event; ///< called as a signal of either kind arrives
     QString plugin_directory;
     QString database_path;
@@ -64,6 +65,7 @@ private slots:
     void take_records(qint64 records) { take(events, QStringLiteral("records %1").arg(records)); }
     void take_tabs(int tabs) { take(events, QStringLiteral("tabs %1").arg(tabs)); }
     void take_file(const copied_file& file) { copies.append(file); }
+    void take_bulk_end() { bulk_ends.append(copies.size()); }
     void take_copied(qint64 files, qint64 bytes) { take(copied, QString("copied %1 %2").arg(files).arg(bytes)); }
 
 private:

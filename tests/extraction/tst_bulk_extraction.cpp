@@ -37,6 +37,7 @@ struct extraction
     QStringList copies; ///< paths below the plug-in's directory; files with their content's hash
     QString first_signal, last_signal, total;
     QList<copied_file> told;
+    QList<qsizetype> ends;
 };
 
 QStringList tree_of(const QString& directory)
@@ -84,7 +85,7 @@ extraction extract(const evidence_source& source, run_settings settings, cancel_
     plugin.run();
     return {plugin.rows(),         plugin.log(),         tree_of(plugin.plugin_directory),
             plugin.events.first(), plugin.events.last(), plugin.copied.isEmpty() ? QString() : plugin.copied.last(),
-            plugin.copies};
+            plugin.copies,         plugin.bulk_ends};
 }
 
 /// Qt lists neither, nor can it remove them.
@@ -182,7 +183,8 @@ private slots:
         settings.bulk_copying = true;
         const extraction bulk = extract(source, settings, cancel_point(cancel));
 
-        QVERIFY(prescribed.told.isEmpty());
+        QVERIFY(prescribed.told.isEmpty() && prescribed.ends.isEmpty());
+        QCOMPARE(bulk.ends, cancel == int(cancel_point::first_copy) ? QList<qsizetype>() : QList{bulk.told.size()});
         QVERIFY(!prescribed.copies.isEmpty());
         QCOMPARE(bulk.rows, prescribed.rows);
         QCOMPARE(bulk.log, prescribed.log);
