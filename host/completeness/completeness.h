@@ -114,6 +114,7 @@ struct completeness_request
     evidence_limits limits = index_limits();
     QHash<QByteArray, QString> settings = {}; ///< by an account's identifier, upper case
     content_place copy_of = {}; ///< where messages and index need not be read in the source; names are always its own
+    qint64 most_messages = 0;   ///< about so many are there, or fewer; 0 when nobody knows
     content_knowledge begins_as_message = {}; ///< which files judge_message_head() found no problem in already
     std::function<void(qint64 messages)> looked_into = {}; ///< is told now and then how many more were; may be empty
 

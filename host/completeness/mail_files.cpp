@@ -376,6 +376,7 @@ mail_files find_mail_files(const QByteArray& root, const mail_file_search& searc
 {
     mail_files files;
     files.root = root;
+    files.files.reserve(std::size_t(std::max<qint64>(search.most_expected, 0)));
     const directory_listing listing = quiet_list(root);
     if (!listing.error.isEmpty()) {
         files.notes.push_back({{}, listing.error});

@@ -64,6 +64,7 @@ struct mail_file_search
     content_place copy_of = {};                                     ///< where messages need not be read in the tree
     content_knowledge begins_as_message = {};                       ///< those whose beginning need not be read at all
     std::function<void(qint64 messages)> looked_into = {};          ///< a directory's messages at a time; may be empty
+    qint64 most_expected = 0; ///< messages for which room is made beforehand, which takes none until it is used
 };
 
 /// The messages of a tree of accounts.

@@ -107,6 +107,7 @@ private:
         search.copy_of = request.copy_of;
         search.begins_as_message = request.begins_as_message;
         search.looked_into = request.looked_into;
+        search.most_expected = std::min(request.most_messages, most_reserved);
         files = find_mail_files(store.root, search);
         for (const mailbox_folder& folder : files.mailboxes) {
             const qint32 line = line_of(folder.account, mailbox_path(folder.names));

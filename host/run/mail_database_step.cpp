@@ -56,6 +56,7 @@ void write_completeness(mail_database_writer& writer, const mail_database_reques
         check.settings = settings;
         check.copy_of = request.copy_of;
         check.begins_as_message = request.begins_as_message;
+        check.most_messages = request.messages;
         check.looked_into = [&](qint64 more) { progress(messages += more); };
         for (const store_completeness& store : check_completeness(check, tables)) {
             tables.add_store(store);
@@ -103,8 +104,8 @@ void show_until_ready(progress& shown, const std::atomic<qint64>& looked_into, c
 
 } // namespace
 
-account_notes::account_notes(mail_database_request request, qint64 messages, progress_style style)
-    : shown(QStringLiteral("reading mail"), {messages, 0}, style)
+account_notes::account_notes(mail_database_request request, progress_style style)
+    : shown(QStringLiteral("reading mail"), {request.messages, 0}, style)
     , awaited(std::async(std::launch::async | std::launch::deferred, [this, request = std::move(request)] {
         return write_mail_database(request, [this](qint64 so_far) { looked_into = so_far; });
     }))

@@ -30,6 +30,7 @@ struct mail_database_request
     content_place copy_of;               ///< of mail files that need not be read in the source
     content_knowledge begins_as_message; ///< mail files that need not be read at all to know that
     folder_extents extents;              ///< of account folders that need not be gone through
+    qint64 messages;                     ///< so many are expected; 0 when nobody knows
 };
 
 /// Reads who the users' accounts are, and what their messages are, and writes that to mail.sqlite of the result, on a
@@ -38,8 +39,8 @@ struct mail_database_request
 class account_notes
 {
 public:
-    /// Begins; `messages` are expected for the progress, 0 when nobody knows.
-    account_notes(mail_database_request request, qint64 messages, progress_style style);
+    /// Begins.
+    account_notes(mail_database_request request, progress_style style);
 
     /// Shows how far it is until something else is done.
     void show_until(const std::future<void>& other);

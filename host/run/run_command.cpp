@@ -158,10 +158,10 @@ std::unique_ptr<account_notes> begin_notes(const run_plan& plan, copies_of_run& 
     folder_extents extents = keep_witnesses(plan, copies.known(), style, record);
     copies.complete(record);
     const QByteArray source = QFile::encodeName(plan.settings.source_root);
-    return std::make_unique<account_notes>(mail_database_request{plan.settings.source_root, plan.settings.users,
-                                                                 plan.result, copies.content_of(source),
-                                                                 copies.messages_in(source), std::move(extents)},
-                                           copies.messages(), style);
+    return std::make_unique<account_notes>(
+        mail_database_request{plan.settings.source_root, plan.settings.users, plan.result, copies.content_of(source),
+                              copies.messages_in(source), std::move(extents), copies.messages()},
+        style);
 }
 
 /// A failure must not pass through the plug-in; what is tried again after it fails then.
@@ -206,7 +206,7 @@ try {
     record.add_error(unread.message());
 }
 
-source_snapshot snapshot_of(const extraction_settings& settings, const directory_notes& seen = {})
+source_snapshot snapshot_of(const extraction_settings& settings, const directory_notes& seen)
 {
     std::vector<QByteArray> users;
     for (const source_user& user : settings.users) {
@@ -216,10 +216,10 @@ source_snapshot snapshot_of(const extraction_settings& settings, const directory
 }
 
 /// Returns what of the source could not be looked at, and what is not as it was at first.
-QStringList changes_since(const source_snapshot& at_first, const run_plan& plan)
+QStringList changes_since(source_snapshot& at_first, const run_plan& plan)
 {
-    const source_snapshot at_last = snapshot_of(plan.settings, plan.seen);
-    return at_first.problems() + at_last.problems() + at_last.differences_from(at_first);
+    const QStringList unseen = at_first.problems();
+    return unseen + at_first.changes_until_now(plan.seen);
 }
 
 int exit_code_of(const run_record& record, const QString& scheme)
@@ -306,7 +306,7 @@ int run_command(const run_options& options)
     if (holds_mail) {
         guard_run(plan, options.follow_links_outside);
     }
-    const source_snapshot at_first = snapshot_of(plan.settings, plan.seen);
+    source_snapshot at_first = snapshot_of(plan.settings, plan.seen);
     // Until here nothing is changed, and a signal ends the program at once.
     interruption::watch();
     const exclusive_lock lock = create_result(options, plan);
@@ -324,6 +324,7 @@ int run_command(const run_options& options)
             flushing = begin_flush(plan);
             notes = begin_notes(plan, copies, style, journal.record());
         }
+        plan.seen = {}; // was before the run, and is a moment ago no more
     };
     const qint64 signalled_rows =
         extract(library, plan.settings, style,
@@ -332,7 +333,6 @@ int run_command(const run_options& options)
     add_errors(journal.record(), QStringList(clear_left_scratch(plan.result)));
     take_stock(plan, begun, signalled_rows, copies, journal.record());
     look_into_copies();
-    plan.seen = {}; // was before the run, and is a moment ago no more
     if (notes && !interruption::requested()) {
         flush_copies(flushing, *notes, plan, journal.record());
         verify_run(journal.record(), options, plan, copies);

@@ -7,12 +7,15 @@
 #include "host/source/source_users.h"
 #include "host/text/display_text.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
 namespace {
 
 constexpr qsizetype most_differences = 20;
+// Enough for all cores, few enough not to be felt in memory.
+constexpr std::size_t directories_at_once = 256;
 
 struct listing_look
 {
@@ -38,10 +41,22 @@ listing_look look_into(const QByteArray& directory)
 source_snapshot::source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users,
                                  const directory_notes& seen)
     : root(source)
+    , user_names(users)
 {
-    for (const QByteArray& user : users) {
-        look_at(mail_directory_of(user), true, seen);
-        look_at("Users/" + user + '/' + accounts_directory, false, seen);
+    look_at_all(seen, [this](const QByteArray& directory, const shape& found) { shapes[directory] = found; });
+}
+
+source_snapshot::source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users)
+    : root(source)
+    , user_names(users)
+{
+}
+
+void source_snapshot::look_at_all(const directory_notes& seen, const shape_taker& take)
+{
+    for (const QByteArray& user : user_names) {
+        look_at(mail_directory_of(user), true, seen, take);
+        look_at("Users/" + user + '/' + accounts_directory, false, seen, take);
     }
 }
 
@@ -56,38 +71,39 @@ void source_snapshot::note_account_folders(const QByteArray& directory, const st
     }
 }
 
-void source_snapshot::look_at(const QByteArray& path, bool and_below, const directory_notes& seen)
+void source_snapshot::look_at(const QByteArray& path, bool and_below, const directory_notes& seen,
+                              const shape_taker& take)
 {
-    std::vector<QByteArray> level{path};
-    while (!level.empty()) {
-        std::vector<listing_look> looks(level.size());
-        for_each_on_all_cores(level.size(), [&](std::size_t at) {
-            const QByteArray directory = child_path(root, level[at]);
+    std::vector<QByteArray> waiting{path};
+    while (!waiting.empty()) {
+        const std::size_t count = std::min(waiting.size(), directories_at_once);
+        const std::vector<QByteArray> some(waiting.end() - std::ptrdiff_t(count), waiting.end());
+        waiting.resize(waiting.size() - count);
+        std::vector<listing_look> looks(count);
+        for_each_on_all_cores(count, [&](std::size_t at) {
+            const QByteArray directory = child_path(root, some[at]);
             const directory_note* note = seen.find(directory);
             looks[at] = note != nullptr ? listing_look{*note} : look_into(directory);
         });
-        std::vector<QByteArray> next;
-        for (std::size_t at = 0; at < level.size(); ++at) {
-            const QByteArray& directory = level[at];
+        for (std::size_t at = 0; at < count; ++at) {
             if (looks[at].is_blocked) {
-                blocked.push_back({directory, looks[at].error, looks[at].error_number});
+                blocked.push_back({some[at], looks[at].error, looks[at].error_number});
             }
             if (!looks[at].note) {
                 continue;
             }
             const directory_note& here = *looks[at].note;
-            shapes[directory] = {here.amount.files, qint64(here.directories.size()), qint64(here.links.size()),
-                                 here.others};
+            take(some[at],
+                 {here.amount.files, qint64(here.directories.size()), qint64(here.links.size()), here.others});
             if (!and_below) {
                 continue;
             }
             for (const QByteArray& inner : here.directories) {
-                next.push_back(child_path(directory, inner));
+                waiting.push_back(child_path(some[at], inner));
             }
-            note_account_folders(directory, here.directories, path.size());
-            note_account_folders(directory, here.links, path.size());
+            note_account_folders(some[at], here.directories, path.size());
+            note_account_folders(some[at], here.links, path.size());
         }
-        level = std::move(next);
     }
 }
 
@@ -127,6 +143,11 @@ QStringList source_snapshot::problems() const
     return lines;
 }
 
+bool source_snapshot::shape::is_as(const shape& other) const
+{
+    return files == other.files && directories == other.directories && links == other.links && others == other.others;
+}
+
 QString source_snapshot::shape::text() const
 {
     return QStringLiteral("%1 files, %2 folders, %3 links, %4 others")
@@ -136,8 +157,24 @@ QString source_snapshot::shape::text() const
         .arg(others);
 }
 
-QStringList source_snapshot::differences_from(const source_snapshot& earlier) const
+QStringList source_snapshot::changes_until_now(const directory_notes& seen)
 {
+    // What did not change is not kept a second time.
+    std::map<QByteArray, shape> changed;
+    std::map<QByteArray, shape> fresh;
+    source_snapshot now(root, user_names);
+    now.look_at_all(seen, [&](const QByteArray& directory, const shape& found) {
+        const auto then = shapes.find(directory);
+        if (then == shapes.end()) {
+            fresh.emplace(directory, found);
+            return;
+        }
+        then->second.is_there_still = true;
+        if (!then->second.is_as(found)) {
+            changed.emplace(directory, found);
+        }
+    });
+
     QStringList lines;
     qint64 count = 0;
     const auto add = [&](const QByteArray& path, const QString& text) {
@@ -145,22 +182,20 @@ QStringList source_snapshot::differences_from(const source_snapshot& earlier) co
             lines.append(QStringLiteral("%1: the source changed during the run: %2").arg(display_text(path), text));
         }
     };
-    for (const auto& [path, then] : earlier.shapes) {
-        const auto now = shapes.find(path);
-        if (now == shapes.end()) {
+    for (const auto& [path, then] : shapes) {
+        const auto found = changed.find(path);
+        if (!then.is_there_still) {
             add(path, QStringLiteral("the directory is no longer there (it held %1)").arg(then.text()));
-        } else if (!(now->second == then)) {
-            add(path, QStringLiteral("%1 at first, %2 at last").arg(then.text(), now->second.text()));
+        } else if (found != changed.end()) {
+            add(path, QStringLiteral("%1 at first, %2 at last").arg(then.text(), found->second.text()));
         }
     }
-    for (const auto& [path, now] : shapes) {
-        if (earlier.shapes.count(path) == 0) {
-            add(path, QStringLiteral("a directory that was not there at first (%1)").arg(now.text()));
-        }
+    for (const auto& [path, found] : fresh) {
+        add(path, QStringLiteral("a directory that was not there at first (%1)").arg(found.text()));
     }
     if (count > lines.size()) {
         lines.append(QStringLiteral("%1 more directories of the source changed during the run")
                          .arg(display_number(count - lines.size())));
     }
-    return lines;
+    return now.problems() + lines;
 }

@@ -6,20 +6,22 @@
 #include <QByteArray>
 #include <QStringList>
 
+#include <functional>
 #include <map>
 #include <vector>
 
 /// What the users' Mail directories and account stores consisted of at one moment: how many entries of which kind each
-/// directory held. Two of them show that somebody was at work in the source in between.
+/// directory held. A second look shows whether somebody was at work in the source in between.
 class source_snapshot
 {
 public:
     /// Looks at the Mail directory of each user with everything below it, and at the directory of his account stores.
     /// Follows no link below them and opens nothing but directories, and of them none that was `seen` a moment ago.
-    source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users, const directory_notes& seen = {});
+    source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users, const directory_notes& seen);
 
-    /// Says, a line each and the first of many only, which directories are no longer as `earlier` saw them.
-    QStringList differences_from(const source_snapshot& earlier) const;
+    /// Looks again, but at nothing that was `seen` a moment ago, and says, a line each and the first of many only,
+    /// which directories could not be listed, or are no longer as they were; to be asked once.
+    QStringList changes_until_now(const directory_notes& seen);
 
     /// Says, a line each and the first of many only, which directories could not be listed.
     QStringList problems() const;
@@ -35,10 +37,13 @@ private:
         qint64 directories = 0;
         qint64 links = 0;
         qint64 others = 0;
+        bool is_there_still = false; ///< when everything was looked at again
 
-        bool operator==(const shape&) const = default;
+        bool is_as(const shape& other) const;
         QString text() const;
     };
+
+    using shape_taker = std::function<void(const QByteArray& directory, const shape& found)>;
 
     /// A folder or a link that is named as an account's, whether hidden or not.
     struct account_name
@@ -47,12 +52,17 @@ private:
         qsizetype mail_directory_size = 0; ///< of the beginning of the path
     };
 
-    void look_at(const QByteArray& path, bool and_below, const directory_notes& seen);
+    /// Has looked at nothing yet.
+    source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users);
+
+    void look_at_all(const directory_notes& seen, const shape_taker& take);
+    void look_at(const QByteArray& path, bool and_below, const directory_notes& seen, const shape_taker& take);
     void note_account_folders(const QByteArray& directory, const std::vector<QByteArray>& names,
                               qsizetype mail_directory_size);
     bool is_hidden(const account_name& folder) const;
 
     const QByteArray root;
+    const std::vector<QByteArray> user_names;
     std::vector<account_name> account_names;
     std::vector<blocked_look> blocked;
     std::map<QByteArray, shape> shapes; ///< by path relative to the source

@@ -20,7 +20,7 @@ QStringList checked(const evidence_source& source, bool as_suite = false)
         dossier.users.push_back(QFile::encodeName(user.name));
     }
     const copy_forecast forecast = forecast_copies(root, mail_directories_of(root, dossier.users));
-    const source_snapshot seen(root, dossier.users);
+    const source_snapshot seen(root, dossier.users, {});
     const account_dossier read = read_dossier(dossier);
     return problems_of_rows({root, users, as_suite, seen, read.stores, forecast.files_of_accounts},
                             result_paths(source.result()));
