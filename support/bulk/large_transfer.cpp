@@ -46,6 +46,7 @@ public:
             }
             if (cancel_requested.load(std::memory_order_relaxed)) {
                 was_cancelled = true;
+                end_at(offset, "", 0);
                 return;
             }
             copy_piece(piece.get(), offset);
@@ -85,7 +86,7 @@ private:
         }
     }
 
-    /// What counts is the first place where something went wrong.
+    /// What counts is the first place where something went wrong, or nothing was done any more.
     void end_at(qint64 offset, const char* failed_step, int failed_error)
     {
         const std::lock_guard lock(mutex);
@@ -119,9 +120,9 @@ large_transfer_outcome transfer_in_turns(int source, const content_status& statu
 {
     transfer_work work(source, status, copy, beginning_bytes, cancelled, bytes_read);
     {
-        const auto other = std::async(std::launch::async | std::launch::deferred, [&work] { work.take_turns(); });
+        auto other = std::async(std::launch::async | std::launch::deferred, [&work] { work.take_turns(); });
         work.take_turns();
-        other.wait();
+        other.get(); // a piece that it could not copy for want of memory must not be taken for copied
     }
     large_transfer_outcome outcome = work.outcome();
     bytes_read.fetch_sub(work.bytes_read() - outcome.bytes);
