@@ -28,15 +28,15 @@ bool apple_mail_extractor_macos::copy_mail_directories_in_bulk()
             bulk.sync(QFile::encodeName(destination_root_path));
         }
         copier = nullptr;
-        if (!cancel_requested) {
-            emit signal_bulk_copied_of_plugin_macos();
-        }
-        return true;
     } catch (const std::runtime_error& error) {
         plugin_static_function::app_debug(
             QStringLiteral("bulk copying --------FAILED------- ") + QString::fromLocal8Bit(error.what()), Q_FUNC_INFO);
         return false;
     }
+    if (!cancel_requested) {
+        emit signal_bulk_copied_of_plugin_macos();
+    }
+    return true;
 }
 
 void apple_mail_extractor_macos::count_files_of(const QString& folder)

@@ -124,7 +124,6 @@ qint64 extract(const plugin_library& library, const extraction_settings& setting
         };
         const auto end_copying = [&] {
             if (number + 1 == tasks.size()) {
-                shown.finish();
                 listener.all_copied();
             }
         };

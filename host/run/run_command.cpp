@@ -33,7 +33,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <functional>
 #include <future>
 #include <memory>
 
@@ -162,17 +161,6 @@ std::unique_ptr<account_notes> begin_notes(const run_plan& plan, copies_of_run& 
         mail_database_request{plan.settings.source_root, plan.settings.users, plan.result, copies.content_of(source),
                               copies.messages_in(source), std::move(extents), copies.messages()},
         style);
-}
-
-/// A failure must not pass through the plug-in; what is tried again after it fails then.
-std::function<void()> tried_now_or_later(const std::function<void()>& work)
-{
-    return [work] {
-        try {
-            work();
-        } catch (const failure&) { // NOLINT(bugprone-empty-catch): told when it is tried again
-        }
-    };
 }
 
 /// Waits for that, and for what was written since: only what is on the disk can be read back from it.
@@ -317,22 +305,23 @@ int run_command(const run_options& options)
     copies_of_run copies(plan.result);
     const progress_style style = progress_style_for(options.quiet);
     std::future<void> flushing;
-    std::unique_ptr<account_notes> notes;
-    const auto look_into_copies = [&] {
-        if (holds_mail && !notes && !interruption::requested()) {
-            // The disk has something to do while accounts and messages are looked at.
-            flushing = begin_flush(plan);
-            notes = begin_notes(plan, copies, style, journal.record());
-        }
-        plan.seen = {}; // was before the run, and is a moment ago no more
-    };
+    // The disk has something to do while accounts and messages are looked at.
+    const auto flush = [&] { flushing = begin_flush(plan); };
     const qint64 signalled_rows =
-        extract(library, plan.settings, style,
-                {[&copies](const copied_file& file) { copies.take(file); }, tried_now_or_later(look_into_copies)});
+        extract(library, plan.settings, style, {[&copies](const copied_file& file) { copies.take(file); }, flush});
     copies.tell(journal.record());
     add_errors(journal.record(), QStringList(clear_left_scratch(plan.result)));
+    if (!flushing.valid()) {
+        flush();
+    }
     take_stock(plan, begun, signalled_rows, copies, journal.record());
-    look_into_copies();
+    // Not before: what is read under a memory limit of SQLite's, be it by the plug-in, is read alone, for the limit
+    // holds for the whole process.
+    std::unique_ptr<account_notes> notes;
+    if (holds_mail && !interruption::requested()) {
+        notes = begin_notes(plan, copies, style, journal.record());
+    }
+    plan.seen = {}; // was before the run, and is a moment ago no more
     if (notes && !interruption::requested()) {
         flush_copies(flushing, *notes, plan, journal.record());
         verify_run(journal.record(), options, plan, copies);
