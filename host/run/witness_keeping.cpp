@@ -40,14 +40,13 @@ public:
     void keep_left_out(const QByteArray& mail_directory, const directory_notes& seen)
     {
         const QByteArray root = child_path(source, mail_directory);
-        // Where nothing is hidden, nothing is to be kept but what lies in the Mail directory itself.
-        const auto passed_over = [&](const QByteArray& path) {
-            const directory_note* note = path == root ? nullptr : seen.find(path);
-            return note != nullptr && note->is_plain ? note : nullptr;
-        };
+        // Where nothing is hidden, and was not since, nothing is to be kept but what lies in the Mail directory itself.
+        const directory_note* passed_over = nullptr; // of the directory listed last
         const auto list = [&](const QByteArray& path) {
-            const directory_note* note = passed_over(path);
-            return note != nullptr ? directories_alone(*note) : quiet_list(path);
+            const directory_note* note = path == root ? nullptr : seen.find(path);
+            const bool is_plain = note != nullptr && note->is_plain && quiet_stat(path).changed == note->changed;
+            passed_over = is_plain ? note : nullptr;
+            return is_plain ? directories_alone(*note) : quiet_list(path);
         };
         const auto visit = [&](const tree_entry& entry) {
             const QString& unseen = entry.facts.error.isEmpty() ? entry.listing_error : entry.facts.error;
@@ -55,8 +54,8 @@ public:
                 note(entry.relative_path.isEmpty() ? mail_directory : child_path(mail_directory, entry.relative_path),
                      unseen);
             }
-            const directory_note* note = entry.facts.kind == entry_kind::directory ? passed_over(entry.path) : nullptr;
-            extents.add(entry, note != nullptr ? note->amount : file_amount());
+            const bool stands_for_files = entry.facts.kind == entry_kind::directory && passed_over != nullptr;
+            extents.add(entry, stands_for_files ? passed_over->amount : file_amount());
             const bool is_loose = !entry.relative_path.contains('/');
             if (entry.facts.kind == entry_kind::file && (entry.hidden || is_loose)) {
                 keep(child_path(mail_directory, entry.relative_path), entry.facts, link_handling::keep);

@@ -40,19 +40,22 @@ directory_notes::directory_notes(const std::vector<QByteArray>& trees) : roots(t
 
 void directory_notes::add(const QByteArray& path, const directory_listing& listing)
 {
-    if (!listing.error.isEmpty()) {
+    const bool is_whole =
+        listing.error.isEmpty() && std::all_of(listing.entries.begin(), listing.entries.end(),
+                                               [](const named_entry& entry) { return entry.facts.error.isEmpty(); });
+    if (!is_whole) {
         return;
     }
     kept_note kept;
-    kept.is_visible = is_visible(path);
+    look_from_above(path, kept);
     kept.note.is_plain = kept.is_visible;
     for (const named_entry& entry : listing.entries) {
         const entry_facts& facts = entry.facts;
         add_entry(kept.note, entry.name, facts.kind);
         kept.note.amount += {0, facts.kind == entry_kind::file ? facts.size : 0};
-        kept.note.is_plain = kept.note.is_plain && !facts.hidden && facts.error.isEmpty();
-        if (facts.hidden && facts.kind == entry_kind::directory) {
-            kept.hidden_directories.push_back(entry.name);
+        kept.note.is_plain = kept.note.is_plain && !facts.hidden;
+        if (facts.kind == entry_kind::directory) {
+            kept.inner.push_back({facts.hidden, facts.changed});
         }
     }
     notes.insert(path, std::move(kept));
@@ -64,16 +67,24 @@ const directory_note* directory_notes::find(const QByteArray& path) const
     return found == notes.constEnd() ? nullptr : &found->note;
 }
 
-bool directory_notes::is_visible(const QByteArray& path) const
+void directory_notes::look_from_above(const QByteArray& path, kept_note& kept) const
 {
     if (std::binary_search(roots.begin(), roots.end(), path)) {
-        return true;
+        kept.is_visible = true;
+        return;
     }
     const qsizetype slash = path.lastIndexOf('/');
-    const auto parent = notes.constFind(path.left(slash));
-    if (slash < 0 || parent == notes.constEnd() || !parent->is_visible) {
-        return false;
+    const auto above = notes.constFind(path.left(slash));
+    if (slash < 0 || above == notes.constEnd() || !above->is_visible) {
+        return;
     }
-    const std::vector<QByteArray>& hidden = parent->hidden_directories;
-    return std::find(hidden.begin(), hidden.end(), path.mid(slash + 1)) == hidden.end();
+    const std::vector<QByteArray>& names = above->note.directories;
+    const QByteArray name = path.mid(slash + 1);
+    const auto found = std::lower_bound(names.begin(), names.end(), name);
+    if (found == names.end() || *found != name) {
+        return;
+    }
+    const inner_directory& told = above->inner[std::size_t(found - names.begin())];
+    kept.is_visible = !told.is_hidden;
+    kept.note.changed = told.changed;
 }

@@ -13,10 +13,10 @@ struct directory_note
 {
     std::vector<QByteArray> directories; ///< the names of those directly in it
     std::vector<QByteArray> links;       ///< the same of links, not followed
-    file_amount amount; ///< of the files directly in it; without their bytes where only kinds were listed
-    qint64 others = 0;  ///< neither file nor directory nor link
-    bool is_plain =
-        false; ///< known to be in nothing hidden, and to hold nothing hidden and nothing that cannot be looked at
+    file_amount amount;    ///< of the files directly in it; without their bytes where only kinds were listed
+    qint64 others = 0;     ///< neither file nor directory nor link
+    bool is_plain = false; ///< known to be in nothing hidden, and to hold nothing hidden
+    file_time changed; ///< of the directory itself, of a plain one: when it is another, the note is of an earlier time
 };
 
 /// Returns what kinds alone say, which is never known to be plain.
@@ -30,20 +30,27 @@ public:
     /// Of trees whose roots are taken for not hidden.
     explicit directory_notes(const std::vector<QByteArray>& trees);
 
-    /// Takes the listing of a directory after that of the one that it lies in. One that is not whole is not kept.
+    /// Takes the listing of a directory after that of the one that it lies in. One that is not whole, or names what
+    /// could not be looked at, is not kept.
     void add(const QByteArray& path, const directory_listing& listing);
     /// Returns what was seen of a directory; nullptr when nothing was.
     const directory_note* find(const QByteArray& path) const;
 
 private:
+    struct inner_directory
+    {
+        bool is_hidden = false;
+        file_time changed;
+    };
     struct kept_note
     {
         directory_note note;
-        bool is_visible = false; ///< known to be neither hidden nor in anything hidden
-        std::vector<QByteArray> hidden_directories;
+        bool is_visible = false;            ///< known to be neither hidden nor in anything hidden
+        std::vector<inner_directory> inner; ///< of the note's directories, in their order, which is that of the names
     };
 
-    bool is_visible(const QByteArray& path) const;
+    /// Fills in what the directory that it lies in tells of a directory.
+    void look_from_above(const QByteArray& path, kept_note& kept) const;
 
     std::vector<QByteArray> roots; ///< sorted
     QHash<QByteArray, kept_note> notes;

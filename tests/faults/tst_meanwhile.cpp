@@ -89,6 +89,22 @@ private slots:
         }
     }
 
+    // Neither the number of files nor that of folders tells of it, and no copy holds it any more.
+    void a_message_that_is_hidden_meanwhile_is_kept()
+    {
+        const trial_ground ground;
+        const QString folder = "Users/ben/Library/Mail/V9/POP-ben@pop.example.org/";
+        const auto hide = [&] {
+            QVERIFY(QFile::rename(ground.source.root() + folder + "6.emlx", ground.source.root() + folder + ".6.emlx"));
+        };
+        const trial_ending ending = ground.run(
+            ground.run_arguments(),
+            {"mkdir", "case/Artifacts_Result/Apple_Mail_Extractor/Apple_Mail_Extractor_anna_*", "1", "signal:19"},
+            hide);
+        QVERIFY(ending.met);
+        QVERIFY(QFile::exists(ground.result() + "/mail-extract/evidence/" + folder + ".6.emlx"));
+    }
+
     void one_result_takes_one_run_at_a_time()
     {
         const trial_ground ground;
