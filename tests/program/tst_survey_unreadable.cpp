@@ -86,6 +86,7 @@ private slots:
 
         QCOMPARE(found.exit_code, named.isEmpty() ? 0 : 3);
         QVERIFY2(run.exit_code == found.exit_code, run.errors);
+        QVERIFY2(!run.errors.contains("changed during the run"), run.errors);
         if (named.isEmpty()) {
             return;
         }
