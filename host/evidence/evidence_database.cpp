@@ -36,6 +36,9 @@ constexpr std::array<std::pair<int, int>, 5> switches{{{SQLITE_DBCONFIG_DEFENSIV
 constexpr qint64 stack_a_page = 1024;
 constexpr qint64 largest_stack = qint64(1) << 30;
 
+// So deep is every thread's stack, of which the smallest has half a megabyte: no thread of its own is needed.
+constexpr qint64 pages_of_any_stack = 128;
+
 QByteArray quoted(const QByteArray& name)
 {
     return '\'' + QByteArray(name).replace("'", "''") + '\'';
@@ -221,11 +224,25 @@ evidence_table evidence_database::look_at(const char* name) const
     return found;
 }
 
+QString evidence_database::answer_of_check(const char* name) const
+{
+    try {
+        evidence_rows answer = select("PRAGMA quick_check(" + quoted(name) + ')');
+        return answer.next() && answer.bytes(0) != "ok" ? display_text(answer.text(0).simplified()) : QString();
+    } catch (const evidence_failure& failure) {
+        return failure.message();
+    }
+}
+
 QString evidence_database::first_damage(const char* name) const
 {
-    evidence_rows pages = select("PRAGMA page_size");
-    const qint64 page_size = pages.next() ? std::max<qint64>(512, pages.integer(0)) : 512;
-    const qint64 stack = (qint64(8) << 20) + file_bytes / page_size * stack_a_page;
+    evidence_rows stated = select("PRAGMA page_size");
+    const qint64 page_size = stated.next() ? std::max<qint64>(512, stated.integer(0)) : 512;
+    const qint64 pages = file_bytes / page_size;
+    if (pages <= pages_of_any_stack) {
+        return answer_of_check(name);
+    }
+    const qint64 stack = (qint64(8) << 20) + pages * stack_a_page;
     if (stack > largest_stack) {
         return QStringLiteral("%1 has too many pages to be checked").arg(QLatin1String(name));
     }
@@ -234,14 +251,7 @@ QString evidence_database::first_damage(const char* name) const
     qint64 worked = 0;
     const auto check = [&] {
         end_of_work = thread_time() + left;
-        try {
-            evidence_rows answer = select("PRAGMA quick_check(" + quoted(name) + ')');
-            if (answer.next() && answer.bytes(0) != "ok") {
-                damage = display_text(answer.text(0).simplified());
-            }
-        } catch (const evidence_failure& failure) {
-            damage = failure.message();
-        }
+        damage = answer_of_check(name);
         worked = thread_time();
     };
     const std::unique_ptr<QThread> thread(QThread::create(check));

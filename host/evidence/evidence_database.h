@@ -70,6 +70,7 @@ private:
     void forbid_what_is_not_reading();
     evidence_table look_at(const char* name) const;
     QString first_damage(const char* name) const;
+    QString answer_of_check(const char* name) const;
     bool is_over() const;
     QString what_else_it_is(const char* name) const;
 
