@@ -69,53 +69,11 @@ std::vector<mount> mounts_of(const QByteArray& table)
     return mounts;
 }
 
-/// The table of mounts, read again only when the kernel says that it changed: a guard asks for it with every path.
-class watched_table
-{
-public:
-    QByteArray text()
-    {
-        const std::lock_guard lock(mutex);
-        if (!table.is_open()) {
-            // Only Linux has it.
-            table = file_descriptor(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
-            read_table();
-        }
-        while (is_changed()) {
-            read_table();
-        }
-        return content;
-    }
-
-private:
-    bool is_changed() const
-    {
-        pollfd asked{table.get(), POLLPRI, 0};
-        return table.is_open() && ::poll(&asked, 1, 0) > 0 && (asked.revents & POLLPRI) != 0;
-    }
-
-    void read_table()
-    {
-        content.clear();
-        char piece[16'384];
-        ssize_t count = 0;
-        while ((count = ::pread(table.get(), piece, sizeof piece, content.size())) > 0) {
-            content.append(piece, count);
-        }
-    }
-
-    std::mutex mutex;
-    file_descriptor table;
-    QByteArray content;
-};
-
-} // namespace
-
-std::optional<file_system_place> place_in_mount_table(const QByteArray& table, const QByteArray& path)
+std::optional<file_system_place> place_among(const std::vector<mount>& mounts, const QByteArray& path)
 {
     std::optional<file_system_place> found;
     qsizetype deepest = -1;
-    for (const mount& one : mounts_of(table)) {
+    for (const mount& one : mounts) {
         // Of two mounts at one place the later hides the earlier.
         if (one.point.size() >= deepest && is_at_or_below(path, one.point)) {
             deepest = one.point.size();
@@ -132,6 +90,73 @@ std::optional<file_system_place> place_in_mount_table(const QByteArray& table, c
     return found;
 }
 
+/// The table of mounts, read again only when the kernel says that it changed: a guard asks for it with every path.
+class watched_table
+{
+public:
+    QByteArray text()
+    {
+        const std::lock_guard lock(mutex);
+        keep_up();
+        return content;
+    }
+
+    std::optional<file_system_place> place_of(const QByteArray& path)
+    {
+        const std::lock_guard lock(mutex);
+        keep_up();
+        return place_among(mounts, path);
+    }
+
+private:
+    void keep_up()
+    {
+        if (!table.is_open()) {
+            // Only Linux has it.
+            table = file_descriptor(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+            read_table();
+        }
+        while (is_changed()) {
+            read_table();
+        }
+    }
+
+    bool is_changed() const
+    {
+        pollfd asked{table.get(), POLLPRI, 0};
+        return table.is_open() && ::poll(&asked, 1, 0) > 0 && (asked.revents & POLLPRI) != 0;
+    }
+
+    void read_table()
+    {
+        content.clear();
+        char piece[16'384];
+        ssize_t count = 0;
+        while ((count = ::pread(table.get(), piece, sizeof piece, content.size())) > 0) {
+            content.append(piece, count);
+        }
+        mounts = mounts_of(content);
+    }
+
+    std::mutex mutex;
+    file_descriptor table;
+    QByteArray content;
+    std::vector<mount> mounts; ///< in `content`
+};
+
+watched_table& table_of_process()
+{
+    static watched_table table;
+    return table;
+}
+
+} // namespace
+
+std::optional<file_system_place> place_in_mount_table(const QByteArray& table, const QByteArray& path)
+{
+    return place_among(mounts_of(table), path);
+}
+
 QByteArrayList mounts_in_table(const QByteArray& table, const QByteArray& directory)
 {
     QByteArrayList found;
@@ -145,11 +170,10 @@ QByteArrayList mounts_in_table(const QByteArray& table, const QByteArray& direct
 
 QByteArray mount_table()
 {
-    static watched_table table;
-    return table.text();
+    return table_of_process().text();
 }
 
 std::optional<file_system_place> place_on_file_system(const QByteArray& path)
 {
-    return place_in_mount_table(mount_table(), path);
+    return table_of_process().place_of(path);
 }
