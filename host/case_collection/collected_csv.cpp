@@ -1,5 +1,6 @@
 #include "host/case_collection/collected_csv.h"
 
+#include "host/files/all_cores.h"
 #include "host/text/csv.h"
 #include "host/text/failure.h"
 
@@ -9,7 +10,9 @@
 
 #include <sqlite3.h>
 
+#include <exception>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -52,7 +55,7 @@ public:
     void append_to(QByteArray& text) const
     {
         for (int column = 0; column < sqlite3_column_count(row.get()); ++column) {
-            text += csv_field(field(column));
+            append_field(text, column);
             text += ',';
         }
         text.chop(1);
@@ -60,19 +63,21 @@ public:
     }
 
 private:
-    QByteArray field(int column) const
+    void append_field(QByteArray& line, int column) const
     {
         const int type = sqlite3_column_type(row.get(), column);
         if (type == SQLITE_FLOAT) {
-            return QByteArray::number(sqlite3_column_double(row.get(), column), 'g', QLocale::FloatingPointShortest);
+            line += QByteArray::number(sqlite3_column_double(row.get(), column), 'g', QLocale::FloatingPointShortest);
+            return;
         }
         const auto* bytes = static_cast<const char*>(sqlite3_column_blob(row.get(), column));
         const auto text = QByteArray::fromRawData(bytes, sqlite3_column_bytes(row.get(), column));
         if (type == SQLITE_BLOB) {
-            return "0x" + text.toHex();
+            line += "0x" + text.toHex();
+        } else {
+            // Only a text can be a formula; a number may well begin with "-".
+            append_csv_field(line, type == SQLITE_TEXT ? spreadsheet_text(valid_utf8(text)) : text);
         }
-        // Only a text can be a formula; a number may well begin with "-".
-        return type == SQLITE_TEXT ? spreadsheet_text(valid_utf8(text)) : text;
     }
 
     /// What is no UTF-8 gets the mark for that.
@@ -105,8 +110,9 @@ std::unique_ptr<sqlite3, closer> open_for_reading(const QString& path)
     return database;
 }
 
-void write_table(sqlite3* database, QString table, const QString& path)
+void write_table(const QString& database, QString table, const QString& path)
 {
+    const auto reader = open_for_reading(database);
     QFile file(path);
     const auto require_written = [&file](bool is_done) {
         if (!is_done) {
@@ -117,10 +123,10 @@ void write_table(sqlite3* database, QString table, const QString& path)
     require_written(file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered));
     const auto write_out = [&](QByteArray& text) {
         require_written(file.write(text) == text.size());
-        text.clear();
+        text.resize(0);
     };
-    const stored_rows rows(database, QStringLiteral("SELECT * FROM \"%1\" ORDER BY source_index, rowid")
-                                         .arg(table.replace(QLatin1Char('"'), QStringLiteral("\"\""))));
+    const stored_rows rows(reader.get(), QStringLiteral("SELECT * FROM \"%1\" ORDER BY source_index, rowid")
+                                             .arg(table.replace(QLatin1Char('"'), QStringLiteral("\"\""))));
     QByteArray text = rows.titles();
     while (rows.next()) {
         rows.append_to(text);
@@ -156,8 +162,21 @@ void write_collected_csv(const collected_database& database, const QString& dire
 {
     const QStringList tables = database.tables();
     const QStringList files = file_names_of(tables);
-    const auto reader = open_for_reading(database.path());
-    for (qsizetype i = 0; i < tables.size(); ++i) {
-        write_table(reader.get(), tables[i], directory + QLatin1Char('/') + files[i]);
+    std::vector<std::exception_ptr> thrown(std::size_t(tables.size()));
+    for_each_on_all_cores(
+        thrown.size(),
+        [&](std::size_t number) {
+            const auto at = qsizetype(number);
+            try {
+                write_table(database.path(), tables[at], directory + QLatin1Char('/') + files[at]);
+            } catch (...) {
+                thrown[number] = std::current_exception();
+            }
+        },
+        1);
+    for (const std::exception_ptr& one : thrown) {
+        if (one) {
+            std::rethrow_exception(one);
+        }
     }
 }

@@ -4,20 +4,25 @@
 #include <numeric>
 #include <string_view>
 
-namespace {
-
-bool needs_quotes(const QByteArray& text)
+void append_csv_field(QByteArray& line, QByteArrayView text)
 {
-    return std::any_of(text.begin(), text.end(), [](char character) {
-        return character == '"' || character == ',' || character == '\r' || character == '\n';
-    });
-}
-
-} // namespace
-
-QByteArray csv_field(QByteArray text)
-{
-    return needs_quotes(text) ? '"' + text.replace("\"", "\"\"") + '"' : text;
+    // Without a way out in the middle this is done for many characters at once.
+    bool needs_quotes = false;
+    for (const char character : text) {
+        needs_quotes |= character == '"' || character == ',' || character == '\r' || character == '\n';
+    }
+    if (!needs_quotes) {
+        line.append(text);
+        return;
+    }
+    line += '"';
+    for (const char character : text) {
+        if (character == '"') {
+            line += '"';
+        }
+        line += character;
+    }
+    line += '"';
 }
 
 QByteArray spreadsheet_text(const QByteArray& text)
@@ -38,7 +43,7 @@ QByteArray csv_line(const QByteArrayList& texts)
     line.reserve(std::accumulate(texts.begin(), texts.end(), texts.size() + 2,
                                  [](qsizetype size, const QByteArray& text) { return size + text.size(); }));
     for (const QByteArray& text : texts) {
-        line += needs_quotes(text) ? csv_field(text) : text;
+        append_csv_field(line, text);
         line += ',';
     }
     line.chop(1);

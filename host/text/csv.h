@@ -5,9 +5,9 @@
 
 #include <optional>
 
-/// Returns a text as one field of a line of comma-separated values: in quotes, its own ones doubled, where it holds a
+/// Appends a text as one field of a line of comma-separated values: in quotes, its own ones doubled, where it holds a
 /// quote, a comma or a line break.
-QByteArray csv_field(QByteArray text);
+void append_csv_field(QByteArray& line, QByteArrayView text);
 
 /// Returns a text that no spreadsheet takes for a formula: with an apostrophe before it where it begins with "=", "+",
 /// "-", "@", a tab or a carriage return. Whole numbers with a sign stay as they are.
