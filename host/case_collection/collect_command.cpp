@@ -2,6 +2,7 @@
 
 #include "host/case_collection/collected_csv.h"
 #include "host/case_collection/collected_report.h"
+#include "host/case_collection/copies_ahead.h"
 #include "host/cases/lease_beats.h"
 #include "host/cases/shared_files.h"
 #include "host/files/durable_file.h"
@@ -140,17 +141,18 @@ void move_into_case(const QString& made, const case_paths& paths)
 }
 
 /// Takes the rows of every result that fits what was written down of it; returns what kept others out.
-QHash<int, QString> add_results(collected_database& database, const case_overview& overview, const lease_beats& beats,
-                                bool quiet)
+QHash<int, QString> add_results(collected_database& database, const case_overview& overview, const QString& scratch,
+                                const lease_beats& beats, bool quiet)
 {
     QHash<int, QString> problems;
     progress shown(QStringLiteral("collecting"), {overview.entries.size(), overview.bytes}, progress_style_for(quiet));
     file_amount done;
+    copies_ahead copies(overview, scratch);
     for (const overview_entry& entry : overview.entries) {
         stop_if_interrupted();
         stop_if_lost(beats);
         if (has_result(entry.status.state)) {
-            if (const QString problem = database.add_result(entry); !problem.isEmpty()) {
+            if (const QString problem = database.add_result(*copies.next()); !problem.isEmpty()) {
                 problems.insert(entry.source.index, problem);
             }
             add_count(done.bytes, entry.status.attempt.bytes);
@@ -222,7 +224,7 @@ int collect_command(const collect_options& options)
     const QStringList warnings = version_warnings(overview);
     {
         collected_database database(made);
-        problems = add_results(database, overview, beats, options.quiet);
+        problems = add_results(database, overview, made, beats, options.quiet);
         misplaced = database.misplaced();
         database.finish(overview, problems);
         write_collected_csv(database, made);

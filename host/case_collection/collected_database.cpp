@@ -1,7 +1,6 @@
 #include "host/case_collection/collected_database.h"
 
 #include "host/case_collection/rows.h"
-#include "host/files/quiet_reading.h"
 #include "host/result/result_paths.h"
 #include "host/text/failure.h"
 
@@ -127,62 +126,39 @@ QStringList collected_database::tables() const
     return names;
 }
 
-QString collected_database::add_result(const overview_entry& entry)
+QString collected_database::add_result(const copied_result& result)
 {
-    QList<database_part> parts;
+    if (!result.problem().isEmpty()) {
+        return result.problem();
+    }
     QString problem;
     const auto columns_before = columns_of;
     const auto to_fill_before = columns_to_fill;
     try {
-        const checked_result result(entry.status);
-        parts.append({QStringLiteral("part"), result.paths().database(), {}});
-        // What the program itself found out; absent where that could not be written.
-        if (const QString mail = result.paths().path(product::mail_database);
-            result.is_sealed(mail) || quiet_stat(QFile::encodeName(mail)).kind != entry_kind::absent) {
-            parts.append({QStringLiteral("mail_part"), mail, QStringLiteral("mail_")});
-        }
-        for (const database_part& part : parts) {
-            attach(result, part);
+        for (const database_part& part : result.parts()) {
+            query(QStringLiteral("ATTACH DATABASE '%1' AS %2")
+                      .arg(QString(part.copy).replace(QLatin1Char('\''), QStringLiteral("''")), part.schema));
         }
         query(QStringLiteral("BEGIN"));
         require_accounts();
-        for (const database_part& part : parts) {
-            add_part(entry.source.index, part);
+        for (const database_part& part : result.parts()) {
+            add_part(result.source_index(), part);
         }
-        note_misplaced(entry.source.index, result.paths());
+        note_misplaced(result.source_index(), result.paths());
         query(QStringLiteral("COMMIT"));
     } catch (const scratch_failure&) {
         throw;
     } catch (const failure& failed) {
         problem = failed.message();
         QSqlQuery(database).exec(QStringLiteral("ROLLBACK"));
-        misplaced_by_source.remove(entry.source.index);
+        misplaced_by_source.remove(result.source_index());
         columns_of = columns_before;
         columns_to_fill = to_fill_before;
     }
-    for (const database_part& part : parts) {
+    for (const database_part& part : result.parts()) {
         QSqlQuery(database).exec(QStringLiteral("DETACH DATABASE ") + part.schema);
-        QFile::remove(copy_of(part));
     }
     return problem;
-}
-
-QString collected_database::copy_of(const database_part& part) const
-{
-    return directory + QLatin1Char('/') + part.schema + QStringLiteral(".sqlite");
-}
-
-void collected_database::attach(const checked_result& result, const database_part& part) const
-{
-    for (const char* companion : {"-journal", "-wal"}) {
-        const QString beside = part.path + QLatin1String(companion);
-        if (quiet_stat(QFile::encodeName(beside)).kind != entry_kind::absent) {
-            refuse(QStringLiteral("%1: left unfinished, %2 is beside it").arg(part.path, beside));
-        }
-    }
-    result.copy_sealed(part.path, copy_of(part));
-    query(QStringLiteral("ATTACH DATABASE '%1' AS %2")
-              .arg(copy_of(part).replace(QLatin1Char('\''), QStringLiteral("''")), part.schema));
 }
 
 void collected_database::add_part(int source_index, const database_part& part)

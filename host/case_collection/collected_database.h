@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/case_collection/result_check.h"
+#include "host/case_collection/copied_result.h"
 #include "host/case_collection/row_places.h"
 #include "host/cases/case_overview.h"
 
@@ -22,9 +22,8 @@ public:
 
     QString path() const;
 
-    /// Adds the rows of a source's result if it fits what was written down of it; all of them or none. Returns what
-    /// kept them out, one line; empty when nothing did.
-    QString add_result(const overview_entry& entry);
+    /// Adds the rows of a result; all of them or none. Returns what kept them out, one line; empty when nothing did.
+    QString add_result(const copied_result& result);
     /// Writes the table of sources, what is found on several of them, and the indexes. Throws a failure.
     void finish(const case_overview& overview, const QHash<int, QString>& problems);
 
@@ -37,16 +36,6 @@ public:
     QSqlQuery query(const QString& statement) const;
 
 private:
-    /// One of the databases of a result.
-    struct database_part
-    {
-        QString schema; ///< what its attached copy is called
-        QString path;
-        QString prefix_when_taken; ///< for a table whose name another part has
-    };
-
-    QString copy_of(const database_part& part) const;
-    void attach(const checked_result& result, const database_part& part) const;
     void add_part(int source_index, const database_part& part);
     void require_accounts() const;
     void note_misplaced(int source_index, const result_paths& result);

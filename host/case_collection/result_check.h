@@ -14,7 +14,6 @@ public:
     /// Throws a failure with the path of what is not as it was, or cannot be read.
     explicit checked_result(const source_status& status);
 
-    const result_paths& paths() const { return result; }
     /// True for a file that the seal lists.
     bool is_sealed(const QString& path) const { return !sha256_in_seal(seal, result, path).isEmpty(); }
 

@@ -68,7 +68,7 @@ private slots:
                                MAIL_EXTRACT_PROGRAM, fixture.path()});
         QVERIFY(limited.waitForFinished(-1));
         QCOMPARE(limited.exitCode(), 1);
-        QVERIFY(limited.readAllStandardError().contains("mail_part.sqlite: at byte"));
+        QVERIFY(limited.readAllStandardError().contains("mail_part-1.sqlite: at byte"));
         QCOMPARE(report.permissions() & QFile::WriteOwner, QFile::Permissions());
     }
 

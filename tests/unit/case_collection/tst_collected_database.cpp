@@ -95,8 +95,8 @@ private slots:
             {"CREATE TABLE accounts(id, identifier, address)", "INSERT INTO accounts VALUES(1, 'ABC', 'x')"});
         const QString made = results.made();
         collected_database all(made);
-        QCOMPARE(all.add_result(first), QString());
-        QCOMPARE(all.add_result(second), QString());
+        QCOMPARE(all.add_result(copied_result(first, made)), QString());
+        QCOMPARE(all.add_result(copied_result(second, made)), QString());
         all.finish(results.overview, {});
         QCOMPARE(rows_of(all, "SELECT source_index || coalesce(more, '-') FROM accounts"), "1- 2=m");
         QCOMPARE(rows_of(all, "SELECT source_index || identifier || coalesce(address, '-') FROM mail_accounts"),
@@ -124,8 +124,9 @@ private slots:
                          row.arg(3).arg("/x").arg(5), row.arg(4).arg("/y").arg(0), row.arg(5).arg("").arg(5)},
                         {"CREATE TABLE t(y)"});
         QVERIFY(QDir(entry.status.result).mkpath(place.arg(1).mid(1)));
-        collected_database all(results.made());
-        QCOMPARE(all.add_result(entry), QString());
+        const QString made = results.made();
+        collected_database all(made);
+        QCOMPARE(all.add_result(copied_result(entry, made)), QString());
         QCOMPARE(rows_of(all, "SELECT \"INT\" || is_lost || coalesce(place, '-') FROM misplaced_accounts"),
                  "20" + place.arg(1) + " 31-");
         QVERIFY2(all.misplaced().value(1).text().contains("the first of them /x; "),
@@ -158,9 +159,10 @@ private slots:
         const auto sound =
             results.add(1, {accounts, "INSERT INTO accounts VALUES('a', 'b', 1)"}, {"CREATE TABLE t(y)"});
         const auto other = results.add(2, of_result + QStringList{"CREATE TABLE before(x)"}, of_program);
-        collected_database all(results.made());
-        QCOMPARE(all.add_result(sound), QString());
-        const QString problem = all.add_result(other);
+        const QString made = results.made();
+        collected_database all(made);
+        QCOMPARE(all.add_result(copied_result(sound, made)), QString());
+        const QString problem = all.add_result(copied_result(other, made));
         QVERIFY2(problem.contains(reason), qPrintable(problem));
         all.finish(results.overview, {{2, problem}});
         QCOMPARE(rows_of(all, "SELECT source_index FROM accounts"), "1");
@@ -177,9 +179,10 @@ private slots:
         write_file(result.database(), content_of(result.database()).left(100) + QByteArray(8000, '\xff'));
         QFile::remove(result.path(product::seal));
         seal_result(result);
-        collected_database all(results.made());
-        QVERIFY(!all.add_result(damaged).isEmpty());
-        QCOMPARE(all.add_result(sound), QString());
+        const QString made = results.made();
+        collected_database all(made);
+        QVERIFY(!all.add_result(copied_result(damaged, made)).isEmpty());
+        QCOMPARE(all.add_result(copied_result(sound, made)), QString());
         all.finish(results.overview, {});
         QCOMPARE(rows_of(all, "SELECT source_index FROM accounts"), "1");
     }
