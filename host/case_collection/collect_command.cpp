@@ -6,7 +6,6 @@
 #include "host/cases/lease_beats.h"
 #include "host/cases/shared_files.h"
 #include "host/files/durable_file.h"
-#include "host/files/file_copy.h"
 #include "host/files/file_tree.h"
 #include "host/result/source_guard.h"
 #include "host/terminal/command_failure.h"
@@ -93,10 +92,12 @@ void copy_files(const QString& from, const QString& to)
     }
     for (const named_entry& file : files.entries) {
         const QByteArray target = child_path(QFile::encodeName(to), file.name);
-        const file_copy_outcome copied = copy_file(child_path(QFile::encodeName(from), file.name), target,
-                                                   link_handling::keep, [](qint64) { return false; });
-        if (!copied.digest) {
-            refuse(QStringLiteral("cannot write %1: %2").arg(QFile::decodeName(target), copied.problem));
+        std::error_code error;
+        std::filesystem::copy_file(child_path(QFile::encodeName(from), file.name).toStdString(), target.toStdString(),
+                                   error);
+        if (error) {
+            refuse(QStringLiteral("cannot write %1: %2")
+                       .arg(QFile::decodeName(target), QString::fromLocal8Bit(error.message().c_str())));
         }
     }
     flush_file_system(to);

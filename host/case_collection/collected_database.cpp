@@ -88,7 +88,7 @@ collected_database::collected_database(const QString& place) : directory(place)
     }
     // A scratch file, which is thrown away when anything ends this program, and which nobody else opens.
     for (const char* setting : {"locking_mode = EXCLUSIVE", "journal_mode = MEMORY", "synchronous = OFF",
-                                "trusted_schema = OFF", "temp_store = FILE"}) {
+                                "trusted_schema = OFF", "temp_store = FILE", "cache_size = -16384"}) {
         query(QStringLiteral("PRAGMA ") + QLatin1String(setting));
     }
     query(QStringLiteral("CREATE TABLE misplaced_accounts(source_index INTEGER NOT NULL, \"INT\" INTEGER, system_user "
