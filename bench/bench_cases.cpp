@@ -30,7 +30,7 @@
 namespace {
 
 constexpr int small_macs = 100;
-constexpr int rounds = 2;
+constexpr int rounds = 2; // each order once
 constexpr int many_results = 1000;
 constexpr int accounts_of_a_result = 100;
 
@@ -55,16 +55,45 @@ QString program()
     return QCoreApplication::applicationDirPath() + "/mail-extract";
 }
 
-double seconds_of(const QStringList& arguments, const QList<int>& expected_codes)
+/// What something took.
+struct spent
 {
+    double seconds = 0;           ///< by the clock
+    double processor_seconds = 0; ///< of all cores, with those of the processes that it started
+
+    spent& operator+=(const spent& other)
+    {
+        seconds += other.seconds;
+        processor_seconds += other.processor_seconds;
+        return *this;
+    }
+};
+
+rusage usage_of_children()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_CHILDREN, &usage);
+    return usage;
+}
+
+double processor_seconds_of_children()
+{
+    const rusage usage = usage_of_children();
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+spent spent_on(const QStringList& arguments)
+{
+    const double before = processor_seconds_of_children();
     QElapsedTimer timer;
     timer.start();
     QProcess process;
     process.setStandardOutputFile(QProcess::nullDevice());
     process.start(program(), arguments);
-    require(process.waitForFinished(-1) && expected_codes.contains(process.exitCode()),
+    require(process.waitForFinished(-1) && process.exitCode() == 0,
             arguments.join(' ') + ": " + process.readAllStandardError());
-    return static_cast<double>(timer.nsecsElapsed()) / 1e9;
+    return {static_cast<double>(timer.nsecsElapsed()) / 1e9, processor_seconds_of_children() - before};
 }
 
 /// How much there is on each Mac of a case.
@@ -92,58 +121,83 @@ QStringList write_macs(const kind_of_mac& kind, const QString& directory)
     return sources;
 }
 
-/// The seconds that each took in the round that was least disturbed.
-struct least_seconds
+/// What each took in the round that was least disturbed.
+struct least_spent
 {
-    double bare = 1e9; ///< each extraction without a case
-    double one_after_the_other = 1e9;
-    double two_at_a_time = 1e9;
-    double other_commands = 1e9;
+    spent bare; ///< each extraction without a case
+    spent one_after_the_other;
+    spent two_at_a_time;
+    spent other_commands;
 };
 
-void take_least(double& least, double seconds)
+void take_least(spent& least, const spent& measured)
 {
-    least = std::min(least, seconds);
-}
-
-double seconds_of_bare_runs(const QStringList& sources, const QString& results)
-{
-    double seconds = 0;
-    for (qsizetype i = 0; i < sources.size(); ++i) {
-        seconds +=
-            seconds_of({"run", "--source", sources[i], "--result", results + QString::number(i), "--quiet"}, {0});
+    for (const auto part : {&spent::seconds, &spent::processor_seconds}) {
+        least.*part = least.*part > 0 ? std::min(least.*part, measured.*part) : measured.*part;
     }
-    return seconds;
 }
 
-/// Runs a case of Macs in rounds: each without a case, one at a time, two at a time. Nothing is removed meanwhile,
-/// which some disks are busy with long afterwards.
+/// The results lie as deep as in a case: the way to a file takes longer with each folder on it.
+spent spent_on_bare_runs(const QStringList& sources, const QString& place)
+{
+    spent all;
+    for (qsizetype i = 0; i < sources.size(); ++i) {
+        const QString directory = QStringLiteral("%1/bare/results/%2").arg(place).arg(i + 1, 4, 10, QLatin1Char('0'));
+        require(QDir().mkpath(directory), directory);
+        all += spent_on({"run", "--source", sources[i], "--result", directory + "/attempt-1-node", "--quiet"});
+    }
+    return all;
+}
+
+void measure_case(const QStringList& sources, const QString& place, int jobs, least_spent& least)
+{
+    const QString path = QStringLiteral("%1/case%2").arg(place).arg(jobs);
+    spent_on({"case", "new", path});
+    spent others = spent_on(QStringList{"case", "add", path} + sources);
+    take_least(jobs == 1 ? least.one_after_the_other : least.two_at_a_time,
+               spent_on({"case", "run", path, "--quiet", "--jobs", QString::number(jobs)}));
+    others += spent_on({"case", "status", path});
+    others += spent_on({"case", "collect", path, "--quiet"});
+    take_least(least.other_commands, others);
+}
+
+/// What leases, states and starting cost beside the extractions themselves, and what the other commands cost.
+double share_of_own_work(const least_spent& least, double spent::*part)
+{
+    const double own = std::max(least.one_after_the_other.*part - least.bare.*part, 0.0) + least.other_commands.*part;
+    return own / (least.one_after_the_other.*part + least.other_commands.*part);
+}
+
+/// Runs a case of Macs in rounds: each without a case, one at a time, two at a time, and in the next round the other
+/// way round, since who comes later finds a fuller disk. Nothing is removed meanwhile, which some disks are busy with
+/// long afterwards.
 void measure_jobs(const kind_of_mac& kind, const QString& directory)
 {
     const QStringList sources = write_macs(kind, directory + "/sources");
-    least_seconds least;
+    least_spent least;
     for (int round = 1; round <= rounds; ++round) {
         const QString place = QStringLiteral("%1/%2").arg(directory).arg(round);
         require(QDir().mkpath(place), place);
-        take_least(least.bare, seconds_of_bare_runs(sources, place + "/bare"));
-        for (const int jobs : {1, 2}) {
-            const QString path = QStringLiteral("%1/case%2").arg(place).arg(jobs);
-            seconds_of({"case", "new", path}, {0});
-            double others = seconds_of(QStringList{"case", "add", path} + sources, {0});
-            const double seconds = seconds_of({"case", "run", path, "--quiet", "--jobs", QString::number(jobs)}, {0});
-            take_least(jobs == 1 ? least.one_after_the_other : least.two_at_a_time, seconds);
-            others += seconds_of({"case", "status", path}, {0});
-            others += seconds_of({"case", "collect", path, "--quiet"}, {0});
-            take_least(least.other_commands, others);
+        QList<int> jobs_in_order{0, 1, 2};
+        if (round % 2 == 0) {
+            std::reverse(jobs_in_order.begin(), jobs_in_order.end());
+        }
+        for (const int jobs : jobs_in_order) {
+            if (jobs == 0) {
+                take_least(least.bare, spent_on_bare_runs(sources, place));
+            } else {
+                measure_case(sources, place, jobs, least);
+            }
         }
     }
-    std::printf("100 %s: %.2f s without a case, %.2f s in a case, %.2f s two at a time\n", kind.name, least.bare,
-                least.one_after_the_other, least.two_at_a_time);
-    print_figure("  two at a time / one after the other", least.two_at_a_time / least.one_after_the_other, 0.6, "");
-    // What leases, states and starting cost beside the extractions themselves, and what the other commands cost.
-    const double own = std::max(least.one_after_the_other - least.bare, 0.0) + least.other_commands;
+    std::printf("100 %s: %.2f s without a case, %.2f s in a case, %.2f s two at a time\n", kind.name,
+                least.bare.seconds, least.one_after_the_other.seconds, least.two_at_a_time.seconds);
+    print_figure("  two at a time / one after the other",
+                 least.two_at_a_time.seconds / least.one_after_the_other.seconds, 0.6, "");
     print_figure("  own work (add, leases, states, status, collect) / the whole",
-                 own / (least.one_after_the_other + least.other_commands), 0.05, "");
+                 share_of_own_work(least, &spent::seconds), 0.05, "");
+    std::printf("%-62s %8.3f\n", "  the same by the time of the processor",
+                share_of_own_work(least, &spent::processor_seconds));
 }
 
 void execute(const QSqlDatabase& database, const QString& statement)
@@ -218,8 +272,7 @@ void write_large_case(const case_paths& paths)
 
 double peak_memory_of_children_mb()
 {
-    rusage usage{};
-    ::getrusage(RUSAGE_CHILDREN, &usage);
+    const rusage usage = usage_of_children();
 #if defined(__APPLE__)
     return static_cast<double>(usage.ru_maxrss) / 1e6;
 #else
@@ -231,8 +284,8 @@ void measure_large_case(const QTemporaryDir& work)
 {
     const QString path = work.filePath("large");
     write_large_case(case_paths(path));
-    print_figure("status of 1,000 sources", seconds_of({"case", "status", path}, {0}), 1, "s");
-    const double seconds = seconds_of({"case", "collect", path, "--quiet"}, {0});
+    print_figure("status of 1,000 sources", spent_on({"case", "status", path}).seconds, 1, "s");
+    const double seconds = spent_on({"case", "collect", path, "--quiet"}).seconds;
     print_figure("collect of 1,000 results with 100,000 accounts", seconds, 60, "s");
     // The largest of all children so far, of which collect is one.
     print_figure("memory of it, at most", peak_memory_of_children_mb(), 200, "MB");
