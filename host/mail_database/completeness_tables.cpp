@@ -195,7 +195,7 @@ const completeness_table_writer::mailbox_place& completeness_table_writer::place
         const QVariantList values{name_text(mailbox.user), name_text(mailbox.mail_version), name_text(mailbox.account),
                                   name_text(mailbox.mailbox)};
         const QByteArray line = csv_line(fields_of(values));
-        last_place = {mailbox, values, line.chopped(qstrlen("\r\n")) + ','};
+        last_place = {mailbox, values, line.chopped(qsizetype(qstrlen("\r\n"))) + ','};
     }
     return last_place;
 }
