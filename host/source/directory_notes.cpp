@@ -58,7 +58,7 @@ void directory_notes::add(const QByteArray& path, const directory_listing& listi
             kept.inner.push_back({facts.hidden, facts.changed});
         }
     }
-    notes.insert(path, std::move(kept));
+    notes[path] = std::move(kept);
 }
 
 const directory_note* directory_notes::find(const QByteArray& path) const
