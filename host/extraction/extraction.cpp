@@ -2,12 +2,9 @@
 
 #include "host/extraction/plugin_library.h"
 #include "host/extraction/signal_receiver.h"
+#include "host/files/spare_memory.h"
 #include "host/terminal/interruption.h"
 #include "plugin/apple_mail_extractor.h"
-
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 namespace {
 
@@ -136,9 +133,6 @@ qint64 extract(const plugin_library& library, const extraction_settings& setting
         rows += receiver.rows();
     }
     interruption::wait_is_for({});
-#ifdef __GLIBC__
-    // What the threads that copied have left would stay beside what is allocated from now on.
-    ::malloc_trim(0);
-#endif
+    give_spare_memory_back(); // of the threads that copied
     return rows;
 }

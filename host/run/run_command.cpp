@@ -5,6 +5,7 @@
 #include "host/files/durable_file.h"
 #include "host/files/hashing.h"
 #include "host/files/quiet_reading.h"
+#include "host/files/spare_memory.h"
 #include "host/report/document.h"
 #include "host/result/seal.h"
 #include "host/row_check/row_check.h"
@@ -151,10 +152,12 @@ std::future<void> begin_flush(const run_plan& plan)
 }
 
 /// Keeps what no copy holds, and begins to find out who the accounts are and what their messages are.
-std::unique_ptr<account_notes> begin_notes(const run_plan& plan, copies_of_run& copies, progress_style style,
+std::unique_ptr<account_notes> begin_notes(run_plan& plan, copies_of_run& copies, progress_style style,
                                            run_record& record)
 {
     folder_extents extents = keep_witnesses(plan, copies.known(), style, record);
+    plan.seen = {};
+    give_spare_memory_back();
     copies.complete(record);
     const QByteArray source = QFile::encodeName(plan.settings.source_root);
     return std::make_unique<account_notes>(
