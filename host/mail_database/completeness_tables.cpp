@@ -126,15 +126,14 @@ QByteArray text_of(const QVariant& value)
     }
 }
 
-QByteArrayList fields_of(const QVariantList& values)
+/// Appends each value as a field, with a comma behind it.
+void append_fields(QByteArray& line, const QVariantList& values)
 {
-    QByteArrayList fields;
-    fields.reserve(values.size());
     for (const QVariant& value : values) {
         // Subjects come from strangers: none may be run by a spreadsheet, nor break the line.
-        fields.append(spreadsheet_text(text_of(value)));
+        append_csv_field(line, spreadsheet_text(text_of(value)));
+        line += ',';
     }
-    return fields;
 }
 
 } // namespace
@@ -161,7 +160,9 @@ completeness_table_writer::csv_list::csv_list(const QString& path, const QByteAr
 void completeness_table_writer::csv_list::add(const mailbox_place& place, const QVariantList& values)
 {
     lines += place.beginning_of_line;
-    lines += csv_line(fields_of(values));
+    append_fields(lines, values);
+    lines.chop(1);
+    lines += "\r\n";
     if (lines.size() >= bytes_at_once) {
         file.write(std::exchange(lines, {}));
     }
@@ -178,10 +179,10 @@ completeness_table_writer::completeness_table_writer(mail_database_writer& targe
                                                      const QHash<QByteArray, QString>& known_settings)
     : writer(target)
     , settings(known_settings)
-    , into{make_table(target, stores_table),     make_table(target, mailboxes_table),
-           make_table(target, accounts_table),   make_table(target, notes_table),
-           make_table(target, index_only_table), make_table(target, disk_only_table),
-           make_table(target, unreadable_table), make_table(target, absent_table)}
+    , into{make_table(target, stores_table),       make_table(target, mailboxes_table),
+           make_table(target, accounts_table),     make_table(target, notes_table),
+           {make_table(target, index_only_table)}, {make_table(target, disk_only_table)},
+           {make_table(target, unreadable_table)}, {make_table(target, absent_table)}}
     , index_only_list(lists.index_only, titles_of(index_only_table))
     , disk_only_list(lists.disk_only, titles_of(disk_only_table))
 {
@@ -194,10 +195,20 @@ const completeness_table_writer::mailbox_place& completeness_table_writer::place
     if (last_place.values.isEmpty() || mailbox != last_place.mailbox) {
         const QVariantList values{name_text(mailbox.user), name_text(mailbox.mail_version), name_text(mailbox.account),
                                   name_text(mailbox.mailbox)};
-        const QByteArray line = csv_line(fields_of(values));
-        last_place = {mailbox, values, line.chopped(qsizetype(qstrlen("\r\n"))) + ','};
+        last_place = {last_place.number + 1, mailbox, values, {}};
+        append_fields(last_place.beginning_of_line, values);
     }
     return last_place;
+}
+
+void completeness_table_writer::insert(message_insertion& statement, const mailbox_place& place,
+                                       const QVariantList& values)
+{
+    if (statement.place != place.number) {
+        writer.keep_values(statement.insertion, place.values);
+        statement.place = place.number;
+    }
+    writer.insert(statement.insertion, values);
 }
 
 void completeness_table_writer::add_index_only(const index_only_message& told)
@@ -217,28 +228,28 @@ void completeness_table_writer::add_index_only(const index_only_message& told)
                               or_null(message.flags),
                               or_null(message.sent_as_stored),
                               or_null(message.received_as_stored)};
-    writer.insert(into.index_only, place.values + values);
+    insert(into.index_only, place, values);
     index_only_list.add(place, values);
 }
 
 void completeness_table_writer::add_disk_message(const disk_message& told)
 {
     const mailbox_place& place = place_of(told.mailbox);
-    QVariantList values{display_utf8(told.path), number_or_null(told.number), int{told.is_partial}};
+    const QVariant path = display_utf8(told.path);
+    const QVariant number = number_or_null(told.number);
     if (told.problem.isEmpty()) {
-        values.append(or_null(told.other_row));
-        writer.insert(into.disk_only, place.values + values);
+        const QVariantList values{path, number, int{told.is_partial}, or_null(told.other_row)};
+        insert(into.disk_only, place, values);
         disk_only_list.add(place, values);
     } else {
-        writer.insert(into.unreadable, place.values + values + QVariantList{int{told.is_indexed}, told.problem});
+        insert(into.unreadable, place, {path, number, int{told.is_partial}, int{told.is_indexed}, told.problem});
     }
 }
 
 void completeness_table_writer::add_absent_attachment(const mailbox_identity& mailbox, const QByteArray& path,
                                                       const emptied_part& part)
 {
-    writer.insert(into.absent, place_of(mailbox).values +
-                                   QVariantList{display_utf8(path), part.number, number_or_null(part.length)});
+    insert(into.absent, place_of(mailbox), {display_utf8(path), part.number, number_or_null(part.length)});
 }
 
 void completeness_table_writer::add_mailbox(const store_completeness& store, const mailbox_line& line)

@@ -33,9 +33,17 @@ private:
     /// What the tables say of a mailbox.
     struct mailbox_place
     {
+        qint64 number = 0; ///< counts the places that messages were in, one after the other
         mailbox_identity mailbox;
         QVariantList values;
         QByteArray beginning_of_line; ///< of a list's, with the comma behind it
+    };
+
+    /// A statement whose rows begin with a place.
+    struct message_insertion
+    {
+        prepared_insertion insertion;
+        qint64 place = 0; ///< number of the one that it has
     };
 
     /// A list beside the database.
@@ -59,13 +67,15 @@ private:
         prepared_insertion mailbox;
         prepared_insertion account;
         prepared_insertion note;
-        prepared_insertion index_only;
-        prepared_insertion disk_only;
-        prepared_insertion unreadable;
-        prepared_insertion absent;
+        message_insertion index_only;
+        message_insertion disk_only;
+        message_insertion unreadable;
+        message_insertion absent;
     };
 
     const mailbox_place& place_of(const mailbox_identity& mailbox);
+    /// `values` are those after the place's.
+    void insert(message_insertion& into, const mailbox_place& place, const QVariantList& values);
     void add_mailbox(const store_completeness& store, const mailbox_line& line);
     void add_notes(const char* kind, const QStringList& texts);
 

@@ -28,8 +28,8 @@ int synchronise(const QString& path, int flags)
     return descriptor.is_open() && ::fsync(descriptor.get()) == 0 ? 0 : errno;
 }
 
-/// The value must stay as it is until the statement has run.
-int bind(sqlite3_stmt* statement, int position, const QVariant& value)
+/// Unless it is copied (SQLITE_TRANSIENT), the value must stay as it is until the statement has run.
+int bind(sqlite3_stmt* statement, int position, const QVariant& value, sqlite3_destructor_type copying)
 {
     switch (value.typeId()) {
     case QMetaType::UnknownType:
@@ -38,17 +38,26 @@ int bind(sqlite3_stmt* statement, int position, const QVariant& value)
         const auto* text = static_cast<const QString*>(value.constData());
         return text->isNull() ? sqlite3_bind_null(statement, position)
                               : sqlite3_bind_text16(statement, position, text->utf16(),
-                                                    int(text->size() * qsizetype(sizeof(QChar))), SQLITE_STATIC);
+                                                    int(text->size() * qsizetype(sizeof(QChar))), copying);
     }
     case QMetaType::QByteArray: {
         const auto* text = static_cast<const QByteArray*>(value.constData());
-        return text->isNull()
-                   ? sqlite3_bind_null(statement, position)
-                   : sqlite3_bind_text(statement, position, text->constData(), int(text->size()), SQLITE_STATIC);
+        return text->isNull() ? sqlite3_bind_null(statement, position)
+                              : sqlite3_bind_text(statement, position, text->constData(), int(text->size()), copying);
     }
     default:
         return sqlite3_bind_int64(statement, position, value.toLongLong());
     }
+}
+
+/// Binds values to the columns behind the first ones.
+int bind_all(sqlite3_stmt* statement, int first, const QVariantList& values, sqlite3_destructor_type copying)
+{
+    int code = SQLITE_OK;
+    for (int position = 0; position < values.size() && code == SQLITE_OK; ++position) {
+        code = bind(statement, first + position + 1, values[position], copying);
+    }
+    return code;
 }
 
 } // namespace
@@ -141,13 +150,18 @@ prepared_insertion mail_database_writer::prepare(const QString& statement)
     return prepared_insertion(prepared);
 }
 
+void mail_database_writer::keep_values(prepared_insertion& into, const QVariantList& values)
+{
+    if (bind_all(into.statement.get(), 0, values, SQLITE_TRANSIENT) != SQLITE_OK) {
+        fail_as_told();
+    }
+    into.same_values = int(values.size());
+}
+
 void mail_database_writer::insert(prepared_insertion& into, const QVariantList& values)
 {
     sqlite3_stmt* statement = into.statement.get();
-    int code = SQLITE_OK;
-    for (int position = 0; position < values.size() && code == SQLITE_OK; ++position) {
-        code = bind(statement, position + 1, values[position]);
-    }
+    const int code = bind_all(statement, into.same_values, values, SQLITE_STATIC);
     if (code != SQLITE_OK || sqlite3_step(statement) != SQLITE_DONE || sqlite3_reset(statement) != SQLITE_OK) {
         fail_as_told();
     }

@@ -23,6 +23,7 @@ private:
     explicit prepared_insertion(sqlite3_stmt* prepared) : statement(prepared) {}
 
     std::unique_ptr<sqlite3_stmt, finalizer> statement;
+    int same_values = 0; ///< of the first columns, which keep them from row to row
 };
 
 /// Writes a database of the program's own beside its place under a temporary name; it takes its place whole, or not at
@@ -41,8 +42,10 @@ public:
     void execute(const QString& statement);
     /// Returns a statement to be given rows with insert().
     prepared_insertion prepare(const QString& statement);
-    /// Runs a prepared statement with one row's values: texts (also in UTF-8; a null one is NULL), numbers, flags,
-    /// and nothing.
+    /// Gives the first columns values that all rows to come have, in place of those of rows before.
+    void keep_values(prepared_insertion& into, const QVariantList& values);
+    /// Runs a prepared statement with one row's values, but for those that are kept: texts (also in UTF-8; a null one
+    /// is NULL), numbers, flags, and nothing.
     void insert(prepared_insertion& into, const QVariantList& values);
 
     /// Commits, checks that everything is on the disk and renames the database to its place.
