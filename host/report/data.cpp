@@ -111,10 +111,10 @@ void sum_up_accounts(report_user& user)
 
 } // namespace
 
-report_data load_report_data(const result_paths& result, const folder_amounts& known)
+report_data load_report_data(const result_paths& result, const folder_amounts& known, const result_seal* sealed_now)
 {
     report_data data{result};
-    data.proof = load_proof(result);
+    data.proof = load_proof(result, sealed_now);
     add_run_record(data);
     add_users(data);
     add_users_of_run(data);

@@ -28,5 +28,7 @@ struct report_data
 };
 
 /// Reads a result directory. What lies in the folders of accounts is looked at where no manifest tells, unless it is
-/// `known`. Throws a failure when no run has left a trace and the table of accounts cannot be read.
-report_data load_report_data(const result_paths& result, const folder_amounts& known = {});
+/// `known`; what the report is made from is held against the seal, unless that was made a moment ago. Throws a failure
+/// when no run has left a trace and the table of accounts cannot be read.
+report_data load_report_data(const result_paths& result, const folder_amounts& known = {},
+                             const result_seal* sealed_now = nullptr);

@@ -119,10 +119,11 @@ void write_document(report_html& html, const report_data& data, const report_dos
 
 } // namespace
 
-report_outcome write_report(const result_paths& result, const QString& output, const folder_amounts& known)
+report_outcome write_report(const result_paths& result, const QString& output, const folder_amounts& known,
+                            const result_seal* sealed_now)
 {
     const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(output));
-    report_data data = load_report_data(result, known);
+    report_data data = load_report_data(result, known, sealed_now);
     // Into a source that is not there, or whose medium fails, no way leads.
     if (data.run && is_directory(QFile::encodeName(data.run->source)) && lies_inside(path, data.run->source)) {
         refuse(path + QStringLiteral(": the report would lie in the source, which is only read"));

@@ -86,14 +86,16 @@ QString report_proof::sealed_hash(const QByteArray& path) const
     return listed == seal->files.end() ? QString() : QString::fromLatin1(digest_to_hex(listed->digest));
 }
 
-report_proof load_proof(const result_paths& result)
+report_proof load_proof(const result_paths& result, const result_seal* sealed_now)
 {
     report_proof proof;
     proof.verifications = read_verification_records(result);
     try {
-        proof.seal = read_seal(result);
-        if (proof.seal) {
+        proof.seal = sealed_now != nullptr ? *sealed_now : read_seal(result);
+        if (proof.seal && sealed_now == nullptr) {
             compare_with_seal(result, proof);
+        }
+        if (proof.seal) {
             look_beside_databases(result, proof);
         }
     } catch (const failure& unread) {

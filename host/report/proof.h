@@ -27,8 +27,9 @@ struct report_proof
     QString sealed_hash(const QByteArray& path) const;
 };
 
-/// Reads seal and verifications, and compares what the report is made from with the seal. Throws nothing.
-report_proof load_proof(const result_paths& result);
+/// Reads verifications and seal, and compares what the report is made from with it, unless it is a seal that was made a
+/// moment ago. Throws nothing.
+report_proof load_proof(const result_paths& result, const result_seal* sealed_now = nullptr);
 
 /// True for a record that could not be read.
 bool is_unreadable(const verification_record& record);
