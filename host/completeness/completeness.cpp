@@ -4,6 +4,8 @@
 #include "host/files/file_tree.h"
 #include "host/text/display_text.h"
 
+#include <utility>
+
 evidence_limits completeness_request::index_limits()
 {
     evidence_limits limits;
@@ -14,11 +16,30 @@ evidence_limits completeness_request::index_limits()
     return limits;
 }
 
-std::vector<store_completeness> check_completeness(const completeness_request& request, completeness_sink& sink)
+completeness_check::completeness_check(completeness_request asked) : request(std::move(asked))
 {
     const QByteArray mail = child_path(request.source, request.mail_directory);
     const QByteArray resolved = resolved_path(mail);
-    if (!resolved.isEmpty() && !is_at_or_below(resolved, resolved_path(request.source))) {
+    leads_outside = !resolved.isEmpty() && !is_at_or_below(resolved, resolved_path(request.source));
+    if (!leads_outside) {
+        stores = stores_of(mail);
+    }
+}
+
+completeness_check::~completeness_check() = default;
+
+void completeness_check::begin()
+{
+    if (!stores.empty() && quiet_stat(stores.front().root).kind == entry_kind::directory) {
+        first = std::make_unique<store_search>(stores.front(), request);
+        first->begin();
+    }
+}
+
+std::vector<store_completeness> completeness_check::complete(const QHash<QByteArray, QString>& settings,
+                                                             completeness_sink& sink)
+{
+    if (leads_outside) {
         store_completeness outside;
         outside.user = request.user;
         outside.notes.append(display_text(request.mail_directory) +
@@ -26,8 +47,15 @@ std::vector<store_completeness> check_completeness(const completeness_request& r
         return {outside};
     }
     std::vector<store_completeness> checked;
-    for (const mail_store& store : stores_of(mail)) {
-        checked.push_back(check_store(store, request, sink));
+    for (const mail_store& store : stores) {
+        const std::unique_ptr<store_search> search =
+            first ? std::move(first) : std::make_unique<store_search>(store, request);
+        checked.push_back(check_store(store, request, settings, *search, sink));
     }
     return checked;
+}
+
+std::vector<store_completeness> check_completeness(const completeness_request& request, completeness_sink& sink)
+{
+    return completeness_check(request).complete({}, sink);
 }

@@ -1,10 +1,14 @@
 #pragma once
 
 #include "host/completeness/mail_index.h"
+#include "host/completeness/mail_stores.h"
 #include "host/completeness/reconciliation.h"
 #include "host/files/content_place.h"
 
 #include <QHash>
+
+#include <memory>
+#include <vector>
 
 /// Where a mailbox lies.
 struct mailbox_identity
@@ -112,7 +116,6 @@ struct completeness_request
     QByteArray mail_directory; ///< below the source, "Users/anna/Library/Mail"
     QString scratch;           ///< directory outside the source for copies of an index, which go again
     evidence_limits limits = index_limits();
-    QHash<QByteArray, QString> settings = {}; ///< by an account's identifier, upper case
     content_place copy_of = {}; ///< where messages and index need not be read in the source; names are always its own
     qint64 most_messages = 0;   ///< about so many are there, or fewer; 0 when nobody knows
     content_knowledge begins_as_message = {}; ///< which files judge_message_head() found no problem in already
@@ -122,6 +125,31 @@ struct completeness_request
     static evidence_limits index_limits();
 };
 
-/// Compares the files of each store of one user's Mail directory with that store's index, which is only opened as a
-/// copy.
+class store_search;
+
+/// The comparison of the files of each store of one user's Mail directory with that store's index, which is only opened
+/// as a copy.
+class completeness_check
+{
+public:
+    explicit completeness_check(completeness_request request);
+    ~completeness_check();
+    completeness_check(const completeness_check&) = delete;
+    completeness_check& operator=(const completeness_check&) = delete;
+
+    /// Begins to look for the messages of the first store, beside the caller; opens no database. What it calls of the
+    /// request's is then called by another thread.
+    void begin();
+    /// Compares each store; to be called once. `settings` say whether accounts are set to keep their messages on this
+    /// Mac, by the account's identifier in upper case.
+    std::vector<store_completeness> complete(const QHash<QByteArray, QString>& settings, completeness_sink& sink);
+
+private:
+    const completeness_request request;
+    std::vector<mail_store> stores;
+    bool leads_outside = false; ///< the Mail directory does
+    std::unique_ptr<store_search> first;
+};
+
+/// Makes the whole comparison at once, of accounts of which no settings are known.
 std::vector<store_completeness> check_completeness(const completeness_request& request, completeness_sink& sink);

@@ -6,7 +6,6 @@
 #include "host/completeness/store_sums.h"
 #include "host/evidence/evidence_failure.h"
 #include "host/files/file_tree.h"
-#include "host/source/folder_names.h"
 #include "host/text/display_text.h"
 
 #include <QStorageInfo>
@@ -44,9 +43,11 @@ using label_mark = std::pair<qint32, qint32>;
 class store_checker
 {
 public:
-    store_checker(const mail_store& looked_at, const completeness_request& asked, completeness_sink& taker)
+    store_checker(const mail_store& looked_at, const completeness_request& asked, store_search& messages,
+                  completeness_sink& taker)
         : store(looked_at)
         , request(asked)
+        , search(messages)
         , sink(taker)
         , root_below_source(below_source(looked_at.root))
     {
@@ -55,7 +56,7 @@ public:
         result.index.path = below_source(looked_at.index);
     }
 
-    store_completeness check()
+    store_completeness check(const QHash<QByteArray, QString>& settings)
     {
         if (quiet_stat(store.root).kind == entry_kind::link && !store.mail_version.isEmpty()) {
             note_links({store.root}, request.source, result);
@@ -73,7 +74,7 @@ public:
             finish_index();
         }
         arrange_lines();
-        result.accounts = account_witnesses(files.accounts, result.mailboxes, request.settings);
+        result.accounts = account_witnesses(files.accounts, result.mailboxes, settings);
         return result;
     }
 
@@ -94,21 +95,7 @@ private:
 
     void find_files()
     {
-        const bool is_version = !store.mail_version.isEmpty();
-        mail_file_search search;
-        search.is_account = [is_version](const QByteArray& folder) {
-            return folder != mail_data_folder && (is_version || !is_version_name(folder));
-        };
-        search.on_absent = [this](const absent_attachment& absent) {
-            sink.add_absent_attachment(identity(absent.mailbox.account, mailbox_path(absent.mailbox.names)),
-                                       below_source(child_path(store.root, absent.path)), absent.part);
-        };
-        search.cancelled = request.limits.cancelled;
-        search.copy_of = request.copy_of;
-        search.begins_as_message = request.begins_as_message;
-        search.looked_into = request.looked_into;
-        search.most_expected = std::min(request.most_messages, most_reserved);
-        files = find_mail_files(store.root, search);
+        files = search.take(sink);
         for (const mailbox_folder& folder : files.mailboxes) {
             const qint32 line = line_of(folder.account, mailbox_path(folder.names));
             lines[std::size_t(line)].has_folder = true;
@@ -363,6 +350,7 @@ private:
 
     const mail_store& store;
     const completeness_request& request;
+    store_search& search;
     completeness_sink& sink;
     const QByteArray root_below_source;
     store_completeness result;
@@ -384,7 +372,9 @@ private:
 
 } // namespace
 
-store_completeness check_store(const mail_store& store, const completeness_request& request, completeness_sink& sink)
+store_completeness check_store(const mail_store& store, const completeness_request& request,
+                               const QHash<QByteArray, QString>& settings, store_search& search,
+                               completeness_sink& sink)
 {
-    return store_checker(store, request, sink).check();
+    return store_checker(store, request, search, sink).check(settings);
 }

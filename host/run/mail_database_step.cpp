@@ -41,24 +41,48 @@ void add_problems(const store_completeness& store, QStringList& problems)
     }
 }
 
-void write_completeness(mail_database_writer& writer, const mail_database_request& request,
-                        const dossier_request& asked, const account_dossier& dossier,
-                        const std::function<void(qint64)>& progress, QStringList& problems)
+/// Shows how far a work is until a future is there.
+template <typename value>
+void show_until_ready(progress& shown, const std::atomic<qint64>& looked_into, const std::future<value>& work)
+{
+    constexpr auto interval = std::chrono::milliseconds(50);
+    while (work.wait_for(interval) == std::future_status::timeout) {
+        shown.update({looked_into, 0});
+    }
+}
+
+} // namespace
+
+account_notes::account_notes(mail_database_request asked) : request(std::move(asked))
+{
+    if (!request.users.isEmpty()) {
+        first_user = check_of(request.users.first());
+        first_user->begin();
+    }
+}
+
+std::unique_ptr<completeness_check> account_notes::check_of(const source_user& user)
+{
+    const QByteArray name = QFile::encodeName(user.name);
+    completeness_request check{QFile::encodeName(request.source_root), name, mail_directory_of(name), QDir::tempPath()};
+    check.limits.cancelled = interruption::requested;
+    check.copy_of = request.copy_of;
+    check.begins_as_message = request.begins_as_message;
+    check.most_messages = request.messages;
+    check.looked_into = [this](qint64 more) { looked_into += more; };
+    return std::make_unique<completeness_check>(std::move(check));
+}
+
+void account_notes::write_completeness(mail_database_writer& writer, const account_dossier& dossier,
+                                       QStringList& problems)
 {
     const result_paths& result = request.result;
     const QHash<QByteArray, QString> settings = message_settings(dossier);
     completeness_table_writer tables(
         writer, {result.path(product::index_only_list), result.path(product::disk_only_list)}, settings);
-    qint64 messages = 0;
-    for (const QByteArray& user : asked.users) {
-        completeness_request check{asked.source, user, mail_directory_of(user), asked.scratch};
-        check.limits.cancelled = interruption::requested;
-        check.settings = settings;
-        check.copy_of = request.copy_of;
-        check.begins_as_message = request.begins_as_message;
-        check.most_messages = request.messages;
-        check.looked_into = [&](qint64 more) { progress(messages += more); };
-        for (const store_completeness& store : check_completeness(check, tables)) {
+    for (const source_user& user : request.users) {
+        const std::unique_ptr<completeness_check> check = first_user ? std::move(first_user) : check_of(user);
+        for (const store_completeness& store : check->complete(settings, tables)) {
             tables.add_store(store);
             add_problems(store, problems);
         }
@@ -66,8 +90,7 @@ void write_completeness(mail_database_writer& writer, const mail_database_reques
     tables.put_lists_in_place();
 }
 
-mail_database_outcome write_mail_database(const mail_database_request& request,
-                                          const std::function<void(qint64)>& progress)
+mail_database_outcome account_notes::write()
 {
     dossier_request asked;
     asked.source = QFile::encodeName(request.source_root);
@@ -84,7 +107,7 @@ mail_database_outcome write_mail_database(const mail_database_request& request,
     try {
         mail_database_writer writer(request.result.path(product::mail_database));
         write_account_tables(writer, dossier);
-        write_completeness(writer, request, asked, dossier, progress, outcome.problems);
+        write_completeness(writer, dossier, outcome.problems);
         writer.put_in_place();
     } catch (const failure& unwritten) {
         outcome.problems.append(unwritten.message());
@@ -92,34 +115,20 @@ mail_database_outcome write_mail_database(const mail_database_request& request,
     return outcome;
 }
 
-/// Shows how far a work is until a future is there.
-template <typename value>
-void show_until_ready(progress& shown, const std::atomic<qint64>& looked_into, const std::future<value>& work)
+void account_notes::read_databases(progress_style style)
 {
-    constexpr auto interval = std::chrono::milliseconds(50);
-    while (work.wait_for(interval) == std::future_status::timeout) {
-        shown.update({looked_into, 0});
-    }
-}
-
-} // namespace
-
-account_notes::account_notes(mail_database_request request, progress_style style)
-    : shown(QStringLiteral("reading mail"), {request.messages, 0}, style)
-    , awaited(std::async(std::launch::async | std::launch::deferred, [this, request = std::move(request)] {
-        return write_mail_database(request, [this](qint64 so_far) { looked_into = so_far; });
-    }))
-{
+    shown.emplace(QStringLiteral("reading mail"), file_amount{request.messages, 0}, style);
+    awaited = std::async(std::launch::async | std::launch::deferred, [this] { return write(); });
 }
 
 void account_notes::show_until(const std::future<void>& other)
 {
-    show_until_ready(shown, looked_into, other);
+    show_until_ready(*shown, looked_into, other);
 }
 
 mail_database_outcome account_notes::outcome()
 {
-    show_until_ready(shown, looked_into, awaited);
-    shown.finish();
+    show_until_ready(*shown, looked_into, awaited);
+    shown->finish();
     return awaited.get();
 }

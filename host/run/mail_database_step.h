@@ -1,8 +1,11 @@
 #pragma once
 
 #include "host/accounts/account_record.h"
+#include "host/accounts/dossier.h"
 #include "host/accounts/folder_extents.h"
+#include "host/completeness/completeness.h"
 #include "host/files/content_place.h"
+#include "host/mail_database/database_writer.h"
 #include "host/result/result_paths.h"
 #include "host/source/source_users.h"
 #include "host/terminal/progress.h"
@@ -13,6 +16,8 @@
 
 #include <atomic>
 #include <future>
+#include <memory>
+#include <optional>
 
 /// What writing mail.sqlite came across, one line each.
 struct mail_database_outcome
@@ -39,8 +44,11 @@ struct mail_database_request
 class account_notes
 {
 public:
-    /// Begins.
-    account_notes(mail_database_request request, progress_style style);
+    /// Begins with what needs no database, whatever else reads one meanwhile.
+    explicit account_notes(mail_database_request request);
+
+    /// Goes on with the databases; to be called once, and before what is below.
+    void read_databases(progress_style style);
 
     /// Shows how far it is until something else is done.
     void show_until(const std::future<void>& other);
@@ -48,7 +56,13 @@ public:
     mail_database_outcome outcome();
 
 private:
+    std::unique_ptr<completeness_check> check_of(const source_user& user);
+    void write_completeness(mail_database_writer& writer, const account_dossier& dossier, QStringList& problems);
+    mail_database_outcome write();
+
+    const mail_database_request request;
     std::atomic<qint64> looked_into = 0; ///< messages
-    progress shown;
+    std::unique_ptr<completeness_check> first_user;
+    std::optional<progress> shown;
     std::future<mail_database_outcome> awaited;
 };

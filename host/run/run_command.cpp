@@ -151,10 +151,13 @@ std::future<void> begin_flush(const run_plan& plan)
     return std::async(std::launch::async | std::launch::deferred, flush_file_system, plan.result.root());
 }
 
-/// Keeps what no copy holds, and begins to find out who the accounts are and what their messages are.
+/// Keeps what no copy holds, and begins to look for the messages; nothing after a cancel.
 std::unique_ptr<account_notes> begin_notes(run_plan& plan, copies_of_run& copies, progress_style style,
                                            run_record& record)
 {
+    if (plan.settings.scheme != macos_scheme || interruption::requested()) {
+        return nullptr;
+    }
     folder_extents extents = keep_witnesses(plan, copies.known(), style, record);
     plan.seen = {};
     give_spare_memory_back();
@@ -162,8 +165,7 @@ std::unique_ptr<account_notes> begin_notes(run_plan& plan, copies_of_run& copies
     const QByteArray source = QFile::encodeName(plan.settings.source_root);
     return std::make_unique<account_notes>(
         mail_database_request{plan.settings.source_root, plan.settings.users, plan.result, copies.content_of(source),
-                              copies.messages_in(source), std::move(extents), copies.messages()},
-        style);
+                              copies.messages_in(source), std::move(extents), copies.messages()});
 }
 
 /// Waits for that, and for what was written since: only what is on the disk can be read back from it.
@@ -235,24 +237,24 @@ void finish(run_journal& journal, const QString& scheme)
 QString seal_and_report(run_journal& journal, const result_paths& result, const folder_amounts& amounts,
                         progress_style style)
 {
-    QString root_hash;
+    std::optional<result_seal> seal;
     interruption::wait_is_for(QStringLiteral("the seal"));
     if (journal.record().status == run_status::finished) {
         // What the seal speaks for is on the disk before the seal is.
         journal.publish([&] { flush_file_system(result.root()); });
         journal.publish([&] {
             progress shown(QStringLiteral("sealing"), sealed_amount(result), style);
-            const result_seal seal = seal_result(result, [&shown](file_amount done) { shown.update(done); });
-            root_hash = QString::fromLatin1(digest_to_hex(seal.root));
+            seal = seal_result(result, [&shown](file_amount done) { shown.update(done); });
         });
     }
     journal.publish([&] {
-        const report_outcome report = write_report(result, result.path(product::report), amounts);
+        const report_outcome report =
+            write_report(result, result.path(product::report), amounts, seal ? &*seal : nullptr);
         if (!report.unread.isEmpty()) {
             refuse(QStringLiteral("the report lacks what could not be read: ") + report.unread.first());
         }
     });
-    return root_hash;
+    return seal ? QString::fromLatin1(digest_to_hex(seal->root)) : QString();
 }
 
 void print_outcome(const run_record& record, const QString& root_hash, bool as_json)
@@ -308,24 +310,30 @@ int run_command(const run_options& options)
     copies_of_run copies(plan.result);
     const progress_style style = progress_style_for(options.quiet);
     std::future<void> flushing;
-    // The disk has something to do while accounts and messages are looked at.
-    const auto flush = [&] { flushing = begin_flush(plan); };
+    std::unique_ptr<account_notes> notes;
+    // The disk and the other cores have something to do while the plug-in looks for accounts.
+    const auto go_on = [&] {
+        if (!flushing.valid()) {
+            flushing = begin_flush(plan);
+        }
+        notes = begin_notes(plan, copies, style, journal.record());
+    };
     const qint64 signalled_rows =
-        extract(library, plan.settings, style, {[&copies](const copied_file& file) { copies.take(file); }, flush});
+        extract(library, plan.settings, style, {[&copies](const copied_file& file) { copies.take(file); }, go_on});
     copies.tell(journal.record());
     add_errors(journal.record(), QStringList(clear_left_scratch(plan.result)));
-    if (!flushing.valid()) {
-        flush();
+    if (!notes) {
+        go_on();
     }
     take_stock(plan, begun, signalled_rows, copies, journal.record());
-    // Not before: what is read under a memory limit of SQLite's, be it by the plug-in, is read alone, for the limit
-    // holds for the whole process.
-    std::unique_ptr<account_notes> notes;
-    if (holds_mail && !interruption::requested()) {
-        notes = begin_notes(plan, copies, style, journal.record());
-    }
     plan.seen = {}; // was before the run, and is a moment ago no more
-    if (notes && !interruption::requested()) {
+    if (interruption::requested()) {
+        notes.reset();
+    }
+    if (notes) {
+        // Not before: what is read under a memory limit of SQLite's, be it by the plug-in, is read alone, for the limit
+        // holds for the whole process.
+        notes->read_databases(style);
         flush_copies(flushing, *notes, plan, journal.record());
         verify_run(journal.record(), options, plan, copies);
     }

@@ -220,6 +220,31 @@ private slots:
         QCOMPARE(witnesses, QStringList({identifier + " folder address", "removed address"}));
     }
 
+    /// More attachments are absent than a search remembers that nobody listens to yet.
+    void what_is_begun_early_finds_the_same()
+    {
+        checked_source source;
+        for (int number = 1; number <= 1500; ++number) {
+            source.add_message("INBOX.mbox", QString::number(number) + ".partial.emlx", with_two_parts_gone);
+        }
+        const store_completeness alone = source.check_one();
+        QCOMPARE(source.sink.absent.size(), 3000);
+
+        const completeness_request request{QFile::encodeName(source.folder.filePath("src")), "u",
+                                           "Users/u/Library/Mail", source.folder.path()};
+        recording_sink sink;
+        completeness_check check(request);
+        check.begin();
+        const auto stores = check.complete({}, sink);
+        QCOMPARE(stores.size(), std::size_t(1));
+        QCOMPARE(text_of(stores.front().totals), text_of(alone.totals));
+        QCOMPARE(sink.absent, source.sink.absent);
+        QCOMPARE(sink.on_disk, source.sink.on_disk);
+
+        // Ends where nobody asks for what was found.
+        completeness_check(request).begin();
+    }
+
     void dates_are_seconds_since_1970_data()
     {
         QTest::addColumn<qint64>("stored");
