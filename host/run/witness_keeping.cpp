@@ -41,11 +41,11 @@ public:
     {
         const QByteArray root = child_path(source, mail_directory);
         // Where nothing is hidden, and was not since, nothing is to be kept but what lies in the Mail directory itself.
-        const directory_note* passed_over = nullptr; // of the directory listed last
+        file_amount passed_over; // in the directory listed last
         const auto list = [&](const QByteArray& path) {
-            const directory_note* note = path == root ? nullptr : seen.find(path);
-            const bool is_plain = note != nullptr && note->is_plain && quiet_stat(path).changed == note->changed;
-            passed_over = is_plain ? note : nullptr;
+            const std::optional<directory_note> note = path == root ? std::nullopt : seen.find(path);
+            const bool is_plain = note && note->is_plain && quiet_stat(path).changed == note->changed;
+            passed_over = is_plain ? note->amount : file_amount();
             return is_plain ? directories_alone(*note) : quiet_list(path);
         };
         const auto visit = [&](const tree_entry& entry) {
@@ -54,8 +54,7 @@ public:
                 note(entry.relative_path.isEmpty() ? mail_directory : child_path(mail_directory, entry.relative_path),
                      unseen);
             }
-            const bool stands_for_files = entry.facts.kind == entry_kind::directory && passed_over != nullptr;
-            extents.add(entry, stands_for_files ? passed_over->amount : file_amount());
+            extents.add(entry, entry.facts.kind == entry_kind::directory ? passed_over : file_amount());
             const bool is_loose = !entry.relative_path.contains('/');
             if (entry.facts.kind == entry_kind::file && (entry.hidden || is_loose)) {
                 keep(child_path(mail_directory, entry.relative_path), entry.facts, link_handling::keep);

@@ -33,9 +33,11 @@ directory_note note_of(const kinds_listing& listing)
     return note;
 }
 
-directory_notes::directory_notes(const std::vector<QByteArray>& trees) : roots(trees)
+directory_notes::directory_notes(const std::vector<QByteArray>& trees)
 {
-    std::sort(roots.begin(), roots.end());
+    for (const QByteArray& tree : trees) {
+        note_at(paths.add(tree)).is_root = true;
+    }
 }
 
 void directory_notes::add(const QByteArray& path, const directory_listing& listing)
@@ -46,45 +48,74 @@ void directory_notes::add(const QByteArray& path, const directory_listing& listi
     if (!is_whole) {
         return;
     }
-    kept_note kept;
-    look_from_above(path, kept);
-    kept.note.is_plain = kept.is_visible;
+    const quint32 number = paths.add(path);
+    take_back_what_it_told(note_at(number));
+    const bool is_visible = notes[number].is_visible();
+    directory_note note;
+    note.is_plain = is_visible;
+    const std::size_t inner_begin = inner.size();
     for (const named_entry& entry : listing.entries) {
         const entry_facts& facts = entry.facts;
-        add_entry(kept.note, entry.name, facts.kind);
-        kept.note.amount += {0, facts.kind == entry_kind::file ? facts.size : 0};
-        kept.note.is_plain = kept.note.is_plain && !facts.hidden;
+        add_entry(note, entry.name, facts.kind);
+        note.amount += {0, facts.kind == entry_kind::file ? facts.size : 0};
+        note.is_plain = note.is_plain && !facts.hidden;
         if (facts.kind == entry_kind::directory) {
-            kept.inner.push_back({facts.hidden, facts.changed});
+            inner.push_back(paths.add_below(number, entry.name));
+            kept_note& told = note_at(inner.back());
+            told.is_told_visible = is_visible && !facts.hidden;
+            told.changed = facts.changed;
         }
     }
-    notes[path] = std::move(kept);
+    for (const QByteArray& link : note.links) {
+        inner.push_back(paths.add_below(number, link));
+    }
+    kept_note& kept = notes[number];
+    kept.amount = note.amount;
+    kept.others = note.others;
+    kept.inner_begin = inner_begin;
+    kept.directories = quint32(note.directories.size());
+    kept.links = quint32(note.links.size());
+    kept.is_listed = true;
+    kept.is_plain = note.is_plain;
 }
 
-const directory_note* directory_notes::find(const QByteArray& path) const
+std::optional<directory_note> directory_notes::find(const QByteArray& path) const
 {
-    const auto found = notes.constFind(path);
-    return found == notes.constEnd() ? nullptr : &found->note;
+    const std::optional<quint32> number = paths.find(path);
+    if (!number || *number >= notes.size() || !notes[*number].is_listed) {
+        return std::nullopt;
+    }
+    const kept_note& kept = notes[*number];
+    const auto names = [&](std::size_t begin, std::size_t count) {
+        std::vector<QByteArray> found;
+        found.reserve(count);
+        for (std::size_t at = begin; at < begin + count; ++at) {
+            found.push_back(paths.name_of(inner[at]).toByteArray());
+        }
+        return found;
+    };
+    return directory_note{names(kept.inner_begin, kept.directories),
+                          names(kept.inner_begin + kept.directories, kept.links),
+                          kept.amount,
+                          kept.others,
+                          kept.is_plain,
+                          kept.changed};
 }
 
-void directory_notes::look_from_above(const QByteArray& path, kept_note& kept) const
+directory_notes::kept_note& directory_notes::note_at(quint32 number)
 {
-    if (std::binary_search(roots.begin(), roots.end(), path)) {
-        kept.is_visible = true;
-        return;
+    if (number >= notes.size()) {
+        notes.resize(number + std::size_t(1));
     }
-    const qsizetype slash = path.lastIndexOf('/');
-    const auto above = notes.constFind(path.left(slash));
-    if (slash < 0 || above == notes.constEnd() || !above->is_visible) {
-        return;
+    return notes[number];
+}
+
+/// What lies in a directory that is listed again is plain no more until it is listed again as well: its note may be of
+/// an earlier time than what is told of it now.
+void directory_notes::take_back_what_it_told(const kept_note& listed)
+{
+    for (std::size_t at = listed.inner_begin; at < listed.inner_begin + listed.directories; ++at) {
+        notes[inner[at]].is_told_visible = false;
+        notes[inner[at]].is_plain = false;
     }
-    const std::vector<QByteArray>& names = above->note.directories;
-    const QByteArray name = path.mid(slash + 1);
-    const auto found = std::lower_bound(names.begin(), names.end(), name);
-    if (found == names.end() || *found != name) {
-        return;
-    }
-    const inner_directory& told = above->inner[std::size_t(found - names.begin())];
-    kept.is_visible = !told.is_hidden;
-    kept.note.changed = told.changed;
 }

@@ -2,10 +2,11 @@
 
 #include "host/files/file_amount.h"
 #include "host/files/quiet_reading.h"
+#include "host/text/path_numbers.h"
 
 #include <QByteArray>
-#include <QHash>
 
+#include <optional>
 #include <vector>
 
 /// What a listing said of one directory.
@@ -22,7 +23,8 @@ struct directory_note
 /// Returns what kinds alone say, which is never known to be plain.
 directory_note note_of(const kinds_listing& listing);
 
-/// Keeps what a walk saw of the directories of trees, so that another need not list them again.
+/// Keeps what a walk saw of the directories of trees, so that another need not list them again. There may be millions,
+/// which take some hundred bytes of memory each.
 class directory_notes
 {
 public:
@@ -33,25 +35,31 @@ public:
     /// Takes the listing of a directory after that of the one that it lies in. One that is not whole, or names what
     /// could not be looked at, is not kept.
     void add(const QByteArray& path, const directory_listing& listing);
-    /// Returns what was seen of a directory; nullptr when nothing was.
-    const directory_note* find(const QByteArray& path) const;
+    /// Returns what was seen of a directory; nothing when nothing was. May be asked by several threads.
+    std::optional<directory_note> find(const QByteArray& path) const;
 
 private:
-    struct inner_directory
-    {
-        bool is_hidden = false;
-        file_time changed;
-    };
+    /// What is known of one path, be it no more than what the directory that it lies in tells.
     struct kept_note
     {
-        directory_note note;
-        bool is_visible = false;            ///< known to be neither hidden nor in anything hidden
-        std::vector<inner_directory> inner; ///< of the note's directories, in their order, which is that of the names
+        file_amount amount;
+        qint64 others = 0;
+        std::size_t inner_begin = 0; ///< of its directories, then of its links, among `inner`
+        quint32 directories = 0;
+        quint32 links = 0;
+        file_time changed;
+        bool is_root = false;
+        bool is_told_visible = false; ///< by a directory known to be neither hidden nor in anything hidden
+        bool is_listed = false;
+        bool is_plain = false;
+
+        bool is_visible() const { return is_root || is_told_visible; }
     };
 
-    /// Fills in what the directory that it lies in tells of a directory.
-    void look_from_above(const QByteArray& path, kept_note& kept) const;
+    kept_note& note_at(quint32 number);
+    void take_back_what_it_told(const kept_note& listed);
 
-    std::vector<QByteArray> roots; ///< sorted
-    QHash<QByteArray, kept_note> notes;
+    path_numbers paths;
+    std::vector<kept_note> notes; ///< by number of the path; those after the last one are empty
+    std::vector<quint32> inner;   ///< numbers of what lies in the listed directories
 };

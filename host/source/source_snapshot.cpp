@@ -8,6 +8,8 @@
 #include "host/text/display_text.h"
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -23,6 +25,27 @@ struct listing_look
     bool is_blocked = false;            ///< cannot be listed, for the reason that follows
     QString error = {};
     int error_number = 0;
+};
+
+/// What is to be said of directories: the first lines of many by their paths.
+class first_lines
+{
+public:
+    void add(const QByteArray& path, const QString& text)
+    {
+        ++added;
+        lines.emplace(path, text);
+        if (qsizetype(lines.size()) > most_differences) {
+            lines.erase(std::prev(lines.end()));
+        }
+    }
+
+    const std::map<QByteArray, QString>& by_path() const { return lines; }
+    qint64 count() const { return added; }
+
+private:
+    std::map<QByteArray, QString> lines;
+    qint64 added = 0;
 };
 
 listing_look look_into(const QByteArray& directory)
@@ -43,7 +66,12 @@ source_snapshot::source_snapshot(const QByteArray& source, const std::vector<QBy
     : root(source)
     , user_names(users)
 {
-    look_at_all(seen, [this](const QByteArray& directory, const shape& found) { shapes[directory] = found; });
+    look_at_all(seen, [this](const QByteArray& directory, const shape& found) {
+        const quint32 number = paths.add(directory);
+        shapes.resize(std::max(shapes.size(), std::size_t(number) + 1));
+        shapes[number] = found;
+        shapes[number].was_there = true;
+    });
 }
 
 source_snapshot::source_snapshot(const QByteArray& source, const std::vector<QByteArray>& users)
@@ -82,8 +110,8 @@ void source_snapshot::look_at(const QByteArray& path, bool and_below, const dire
         std::vector<listing_look> looks(count);
         for_each_on_all_cores(count, [&](std::size_t at) {
             const QByteArray directory = child_path(root, some[at]);
-            const directory_note* note = seen.find(directory);
-            looks[at] = note != nullptr ? listing_look{*note} : look_into(directory);
+            std::optional<directory_note> note = seen.find(directory);
+            looks[at] = note ? listing_look{std::move(note)} : look_into(directory);
         });
         for (std::size_t at = 0; at < count; ++at) {
             if (looks[at].is_blocked) {
@@ -159,40 +187,38 @@ QString source_snapshot::shape::text() const
 
 QStringList source_snapshot::changes_until_now(const directory_notes& seen)
 {
-    // What did not change is not kept a second time.
-    std::map<QByteArray, shape> changed;
-    std::map<QByteArray, shape> fresh;
+    first_lines changed;
+    first_lines fresh;
     source_snapshot now(root, user_names);
     now.look_at_all(seen, [&](const QByteArray& directory, const shape& found) {
-        const auto then = shapes.find(directory);
-        if (then == shapes.end()) {
-            fresh.emplace(directory, found);
+        const std::optional<quint32> number = paths.find(directory);
+        shape* then = number && *number < shapes.size() && shapes[*number].was_there ? &shapes[*number] : nullptr;
+        if (then == nullptr) {
+            fresh.add(directory, QStringLiteral("a directory that was not there at first (%1)").arg(found.text()));
             return;
         }
-        then->second.is_there_still = true;
-        if (!then->second.is_as(found)) {
-            changed.emplace(directory, found);
+        then->is_there_still = true;
+        if (!then->is_as(found)) {
+            changed.add(directory, QStringLiteral("%1 at first, %2 at last").arg(then->text(), found.text()));
         }
     });
+    for (std::size_t number = 0; number < shapes.size(); ++number) {
+        const shape& then = shapes[number];
+        if (then.was_there && !then.is_there_still) {
+            changed.add(paths.path_of(quint32(number)),
+                        QStringLiteral("the directory is no longer there (it held %1)").arg(then.text()));
+        }
+    }
 
     QStringList lines;
-    qint64 count = 0;
-    const auto add = [&](const QByteArray& path, const QString& text) {
-        if (++count <= most_differences) {
-            lines.append(QStringLiteral("%1: the source changed during the run: %2").arg(display_text(path), text));
-        }
-    };
-    for (const auto& [path, then] : shapes) {
-        const auto found = changed.find(path);
-        if (!then.is_there_still) {
-            add(path, QStringLiteral("the directory is no longer there (it held %1)").arg(then.text()));
-        } else if (found != changed.end()) {
-            add(path, QStringLiteral("%1 at first, %2 at last").arg(then.text(), found->second.text()));
+    for (const first_lines* some : {&changed, &fresh}) {
+        for (const auto& [path, text] : some->by_path()) {
+            if (lines.size() < most_differences) {
+                lines.append(QStringLiteral("%1: the source changed during the run: %2").arg(display_text(path), text));
+            }
         }
     }
-    for (const auto& [path, found] : fresh) {
-        add(path, QStringLiteral("a directory that was not there at first (%1)").arg(found.text()));
-    }
+    const qint64 count = changed.count() + fresh.count();
     if (count > lines.size()) {
         lines.append(QStringLiteral("%1 more directories of the source changed during the run")
                          .arg(display_number(count - lines.size())));

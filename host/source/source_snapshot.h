@@ -2,12 +2,12 @@
 
 #include "host/source/directory_notes.h"
 #include "host/source/source_look.h"
+#include "host/text/path_numbers.h"
 
 #include <QByteArray>
 #include <QStringList>
 
 #include <functional>
-#include <map>
 #include <vector>
 
 /// What the users' Mail directories and account stores consisted of at one moment: how many entries of which kind each
@@ -37,6 +37,7 @@ private:
         qint64 directories = 0;
         qint64 links = 0;
         qint64 others = 0;
+        bool was_there = false;
         bool is_there_still = false; ///< when everything was looked at again
 
         bool is_as(const shape& other) const;
@@ -65,5 +66,6 @@ private:
     const std::vector<QByteArray> user_names;
     std::vector<account_name> account_names;
     std::vector<blocked_look> blocked;
-    std::map<QByteArray, shape> shapes; ///< by path relative to the source
+    path_numbers paths;        ///< relative to the source
+    std::vector<shape> shapes; ///< by number; of directories that were there
 };

@@ -39,18 +39,34 @@ private slots:
                                  "/.hidden/inner/deep", "/unknown/inner"}) {
             notes.add(root + path, quiet_list(root + path));
         }
-        const directory_note* note = notes.find(root + QFile::encodeName(directory));
-        QVERIFY(note != nullptr);
+        const std::optional<directory_note> note = notes.find(root + QFile::encodeName(directory));
+        QVERIFY(note.has_value());
         QCOMPARE(note->is_plain, is_plain);
         QCOMPARE(note->amount.bytes, 5 * note->amount.files);
-        QVERIFY(notes.find(root + "/unknown") == nullptr);
+        QVERIFY(!notes.find(root + "/unknown"));
+    }
+
+    void what_lies_in_a_directory_listed_again_is_plain_once_listed_again()
+    {
+        const QTemporaryDir folder;
+        write_file(folder.filePath("inner/1"), "12345");
+        const QByteArray root = QFile::encodeName(folder.path());
+        directory_notes notes({root});
+        for (const bool is_again : {false, true}) {
+            notes.add(root, quiet_list(root));
+            QCOMPARE(notes.find(root + "/inner").has_value(), is_again);
+            QVERIFY(!is_again || !notes.find(root + "/inner")->is_plain);
+            notes.add(root + "/inner", quiet_list(root + "/inner"));
+            QVERIFY(notes.find(root + "/inner")->is_plain);
+            QCOMPARE(notes.find(root + "/inner")->changed, quiet_stat(root + "/inner").changed);
+        }
     }
 
     void a_directory_that_cannot_be_listed_is_not_kept()
     {
         directory_notes notes({"/nowhere"});
         notes.add("/nowhere", quiet_list("/nowhere"));
-        QVERIFY(notes.find("/nowhere") == nullptr);
+        QVERIFY(!notes.find("/nowhere"));
     }
 };
 
