@@ -2,6 +2,7 @@
 
 #include "host/files/all_cores.h"
 #include "host/files/durable_file.h"
+#include "host/files/file_copy.h"
 #include "host/files/hashing.h"
 #include "host/files/quiet_reading.h"
 

@@ -1,10 +1,12 @@
 #include "host/files/file_copy.h"
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -101,4 +103,13 @@ file_copy_outcome copy_file(const QByteArray& source, const QByteArray& target, 
     }
     ::unlink(target.constData());
     return outcome;
+}
+
+int set_modification_time(int descriptor, const file_time& modified)
+{
+    std::array<timespec, 2> times{};
+    times[0].tv_nsec = UTIME_OMIT;
+    times[1].tv_sec = static_cast<time_t>(modified.seconds);
+    times[1].tv_nsec = modified.nanoseconds;
+    return ::futimens(descriptor, times.data()) == 0 ? 0 : errno;
 }

@@ -25,3 +25,6 @@ struct file_copy_outcome
 /// bytes of each piece. A copy that did not come to its end is removed.
 file_copy_outcome copy_file(const QByteArray& source, const QByteArray& target, link_handling links,
                             const std::function<bool(qint64 bytes)>& cancelled);
+
+/// Gives an open file a modification time; returns the errno of a failure, 0 for none.
+int set_modification_time(int descriptor, const file_time& modified);

@@ -151,28 +151,53 @@ entry_facts known_facts(const entry_status_record& status, const QByteArray& nam
     return facts;
 }
 
-using directory_stream = std::unique_ptr<DIR, int (*)(DIR*)>;
+/// Calls `take` with name and type of each entry of an open directory; returns the errno of a failure, 0 for none.
+template <typename visitor>
+int for_each_name(int directory, const visitor& take)
+{
+#ifdef Q_OS_MACOS
+    file_descriptor descriptor(::dup(directory));
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(descriptor.get()), ::closedir);
+    if (!stream) {
+        return errno;
+    }
+    descriptor.release();
+    errno = 0;
+    while (const dirent* entry = ::readdir(stream.get())) {
+        take(entry->d_name, entry->d_type);
+        errno = 0;
+    }
+    return errno;
+#else
+    // A stream would take three calls more, and memory of its own, for each of very many directories.
+    alignas(dirent64) std::array<char, 32'768> buffer;
+    ssize_t filled = 0;
+    while ((filled = ::getdents64(directory, buffer.data(), buffer.size())) > 0) {
+        for (ssize_t at = 0; at < filled;) {
+            const auto* const entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+            take(entry->d_name, entry->d_type);
+            at += entry->d_reclen;
+        }
+    }
+    return filled == 0 || errno == ENOENT ? 0 : errno; // one that was removed meanwhile has no more entries
+#endif
+}
 
 /// Calls `take` for each entry but "." and ".."; a failure is told by the listing. Returns the directory, still open.
 template <typename listing_type, typename visitor>
-directory_stream read_directory(const QByteArray& path, listing_type& listing, const visitor& take)
+file_descriptor read_directory(const QByteArray& path, listing_type& listing, const visitor& take)
 {
-    file_descriptor descriptor(open_quietly(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    directory_stream stream(descriptor.is_open() ? ::fdopendir(descriptor.get()) : nullptr, ::closedir);
-    const int directory = stream ? descriptor.release() : -1;
-    errno = stream ? 0 : errno;
-    while (const dirent* entry = stream ? ::readdir(stream.get()) : nullptr) {
-        const std::string_view name(entry->d_name);
-        if (name != "." && name != "..") {
-            take(directory, *entry);
+    file_descriptor directory(open_quietly(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto take_child = [&](const char* name, unsigned char type) {
+        if (const std::string_view text(name); text != "." && text != "..") {
+            take(directory.get(), name, type);
         }
-        errno = 0;
-    }
-    if (errno != 0) {
-        listing.error_number = errno;
+    };
+    listing.error_number = directory.is_open() ? for_each_name(directory.get(), take_child) : errno;
+    if (listing.error_number != 0) {
         listing.error = system_error_text(listing.error_number);
     }
-    return stream;
+    return directory;
 }
 
 QString refusal(entry_kind kind)
@@ -207,20 +232,6 @@ QString kind_text(entry_kind kind)
     }
 }
 
-file_descriptor& file_descriptor::operator=(file_descriptor&& other) noexcept
-{
-    if (this != &other) {
-        close();
-        number = other.release();
-    }
-    return *this;
-}
-
-int file_descriptor::release()
-{
-    return std::exchange(number, -1);
-}
-
 void file_descriptor::close()
 {
     if (is_open()) {
@@ -246,12 +257,12 @@ directory_listing quiet_list(const QByteArray& path)
 {
     directory_listing listing;
     std::vector<QByteArray> names; // which are sorted more easily than with all that is known of each
-    const directory_stream directory =
-        read_directory(path, listing, [&names](int, const dirent& entry) { names.emplace_back(entry.d_name); });
+    const file_descriptor directory =
+        read_directory(path, listing, [&names](int, const char* name, unsigned char) { names.emplace_back(name); });
     std::sort(names.begin(), names.end());
     listing.entries.reserve(names.size());
     for (QByteArray& name : names) {
-        entry_facts facts = quiet_stat_at(::dirfd(directory.get()), name, link_handling::keep);
+        entry_facts facts = quiet_stat_at(directory.get(), name, link_handling::keep);
         listing.entries.push_back({std::move(name), std::move(facts)});
     }
     return listing;
@@ -260,12 +271,11 @@ directory_listing quiet_list(const QByteArray& path)
 kinds_listing quiet_kinds(const QByteArray& path)
 {
     kinds_listing listing;
-    read_directory(path, listing, [&listing](int directory, const dirent& entry) {
+    read_directory(path, listing, [&listing](int directory, const char* name, unsigned char type) {
         // Not every file system tells the kind with the name.
-        const entry_kind kind = entry.d_type == DT_UNKNOWN
-                                    ? quiet_stat_at(directory, entry.d_name, link_handling::keep).kind
-                                    : kind_of(static_cast<quint32>(DTTOIF(entry.d_type)));
-        listing.entries.push_back({QByteArray(entry.d_name), kind});
+        const entry_kind kind = type == DT_UNKNOWN ? quiet_stat_at(directory, name, link_handling::keep).kind
+                                                   : kind_of(static_cast<quint32>(DTTOIF(type)));
+        listing.entries.push_back({QByteArray(name), kind});
     });
     return listing;
 }
@@ -373,15 +383,6 @@ void drop_cached_pages(const file_descriptor& descriptor)
 #else
     static_cast<void>(::posix_fadvise(descriptor.get(), 0, 0, POSIX_FADV_DONTNEED));
 #endif
-}
-
-int set_modification_time(int descriptor, const file_time& modified)
-{
-    std::array<timespec, 2> times{};
-    times[0].tv_nsec = UTIME_OMIT;
-    times[1].tv_sec = static_cast<time_t>(modified.seconds);
-    times[1].tv_nsec = modified.nanoseconds;
-    return ::futimens(descriptor, times.data()) == 0 ? 0 : errno;
 }
 
 QByteArray resolved_path(const QByteArray& path)

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 // Looking at evidence without leaving traces. Here and in the .cpp alone stands what differs between the platforms.
@@ -83,14 +84,21 @@ public:
     file_descriptor() = default;
     explicit file_descriptor(int descriptor) : number(descriptor) {}
     file_descriptor(file_descriptor&& other) noexcept : number(other.release()) {}
-    file_descriptor& operator=(file_descriptor&& other) noexcept;
+    file_descriptor& operator=(file_descriptor&& other) noexcept
+    {
+        if (this != &other) {
+            close();
+            number = other.release();
+        }
+        return *this;
+    }
     ~file_descriptor() { close(); }
 
     /// Returns the descriptor, -1 when there is none.
     int get() const { return number; }
     bool is_open() const { return number >= 0; }
     /// Hands the descriptor to the caller, who closes it from then on.
-    int release();
+    int release() { return std::exchange(number, -1); }
     void close();
 
 private:
@@ -118,9 +126,6 @@ entry_facts quiet_facts(const file_descriptor& descriptor);
 /// Has the system forget what it holds in memory of an open file, so that it is read from the disk; changed pages that
 /// are not on the disk yet stay. Best effort.
 void drop_cached_pages(const file_descriptor& descriptor);
-
-/// Gives an open file a modification time; returns the errno of a failure, 0 for none.
-int set_modification_time(int descriptor, const file_time& modified);
 
 /// Returns the system's words for an error number.
 QString system_error_text(int error);

@@ -1,5 +1,6 @@
 #include "host/verify/copy_comparison.h"
 
+#include "host/files/file_copy.h"
 #include "host/files/file_tree.h"
 #include "host/text/utf8.h"
 

@@ -226,6 +226,7 @@ CALL("open", -1, path_at(at, name), int, __openat_2, (int at, const char* name, 
 CALL("opendir", nullptr, path_at(name), DIR*, opendir, (const char* name), (name))
 CALL("opendir", nullptr, path_of(fd), DIR*, fdopendir, (int fd), (fd))
 CALL("readdir", nullptr, path_of(stream), struct dirent*, readdir, (DIR * stream), (stream))
+CALL("readdir", -1, path_of(fd), ssize_t, getdents64, (int fd, void* buffer, size_t size), (fd, buffer, size))
 
 CALL("stat", -1, path_at(name), int, stat, (const char* name, struct stat* buffer), (name, buffer))
 CALL("stat", -1, path_at(name), int, lstat, (const char* name, struct stat* buffer), (name, buffer))
