@@ -6,6 +6,12 @@
 #include <thread>
 #include <vector>
 
+std::size_t core_count()
+{
+    static const std::size_t count = std::max(1U, std::thread::hardware_concurrency());
+    return count;
+}
+
 void for_each_on_all_cores(std::size_t count, const std::function<void(std::size_t number)>& work,
                            std::size_t for_a_thread)
 {
@@ -15,9 +21,8 @@ void for_each_on_all_cores(std::size_t count, const std::function<void(std::size
             work(number);
         }
     };
-    const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
     std::vector<std::thread> helpers;
-    for (std::size_t i = 1; i < std::min(cores, count / for_a_thread); ++i) {
+    for (std::size_t i = 1; i < std::min(core_count(), count / for_a_thread); ++i) {
         try {
             helpers.emplace_back(work_off);
         } catch (const std::system_error&) {

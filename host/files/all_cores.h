@@ -3,6 +3,9 @@
 #include <cstddef>
 #include <functional>
 
+/// Returns how many cores the machine has, at least one. The system is asked once: it opens a file for each answer.
+std::size_t core_count();
+
 /// Calls `work` for every number below `count`, each once, in no order, by as many threads as there are cores; the
 /// calling one is one of them. Returns when all are done. What `work` throws ends the program. A thread is started for
 /// no fewer than `for_a_thread` numbers, which would be done before it begins.

@@ -1,5 +1,7 @@
 #include "host/files/tree_lister.h"
 
+#include "host/files/all_cores.h"
+
 #include <algorithm>
 #include <system_error>
 #include <utility>
@@ -11,7 +13,7 @@ constexpr std::size_t most_entries_listed = 2048;
 /// Who walks lists as well. One also where there is one core: while one waits for the disk the other need not.
 std::size_t thread_count()
 {
-    return std::clamp(std::thread::hardware_concurrency(), 2U, 8U) - 1;
+    return std::clamp<std::size_t>(core_count(), 2, 8) - 1;
 }
 
 std::size_t weight_of(const directory_listing& listing)

@@ -9,7 +9,8 @@ namespace {
 /// One for each core, but a disk wants something to do while a file is being hashed.
 std::size_t thread_count()
 {
-    return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
+    static const std::size_t count = std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
+    return count;
 }
 
 // So many that the disk can put what it reads in an order of its own, few enough for the descriptors of a process.
