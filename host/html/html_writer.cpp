@@ -2,7 +2,25 @@
 
 #include <QIODevice>
 
-report_html::report_html(QIODevice* target) : device(target), xml(target) {}
+namespace {
+
+constexpr qsizetype pending_characters = 16'384;
+
+} // namespace
+
+report_html::report_html(QIODevice* target) : device(target), xml(&pending)
+{
+    pending.reserve(2 * pending_characters);
+}
+
+void report_html::close()
+{
+    xml.writeEndElement();
+    if (--depth == 0 || pending.size() >= pending_characters) {
+        device->write(pending.toUtf8());
+        pending.resize(0); // and keeps its memory
+    }
+}
 
 report_html::open_element report_html::open(const char* name, attributes with)
 {
@@ -13,10 +31,11 @@ report_html::open_element report_html::open(const char* name, attributes with)
     label_cell(name, with);
     // Ends the start tag, so that an element without content is not written "<td/>", which HTML takes for a start tag.
     xml.writeCharacters(QString());
-    return open_element(xml);
+    ++depth;
+    return open_element(*this);
 }
 
-void report_html::label_cell(const QByteArray& name, attributes with)
+void report_html::label_cell(QByteArrayView name, attributes with)
 {
     if (name == "table") {
         columns.clear();
@@ -58,15 +77,15 @@ void report_html::text(const QString& content)
 void report_html::foreign(const QString& displayed)
 {
     const auto whole = open("bdi");
+    // The start tag has ended, so that what comes next may be written beside the writer, which has no quick way.
     qsizetype begin = 0;
     for (qsizetype i = 0; i < displayed.size(); ++i) {
-        if (QStringLiteral("@./-").contains(displayed[i]) && i + 1 < displayed.size()) {
-            text(displayed.mid(begin, i + 1 - begin));
-            empty("wbr", {});
+        if (QStringView(u"@./-").contains(displayed[i]) && i + 1 < displayed.size()) {
+            pending += displayed.mid(begin, i + 1 - begin).toHtmlEscaped() + QLatin1String("<wbr/>");
             begin = i + 1;
         }
     }
-    text(displayed.mid(begin));
+    pending += displayed.mid(begin).toHtmlEscaped();
 }
 
 void report_html::doctype()
@@ -77,5 +96,5 @@ void report_html::doctype()
 void report_html::verbatim(const char* name, const char* content)
 {
     const auto whole = open(name);
-    device->write(content);
+    pending += QString::fromUtf8(content);
 }

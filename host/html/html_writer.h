@@ -19,15 +19,15 @@ public:
     class [[nodiscard]] open_element
     {
     public:
-        explicit open_element(QXmlStreamWriter& writer) : xml(writer) {}
-        ~open_element() { xml.writeEndElement(); }
+        explicit open_element(report_html& writer) : html(writer) {}
+        ~open_element() { html.close(); }
         Q_DISABLE_COPY_MOVE(open_element)
 
     private:
-        QXmlStreamWriter& xml;
+        report_html& html;
     };
 
-    /// Writes to an open device, which must outlive this object.
+    /// Writes to an open device, which must outlive this object and has all of it when the outermost element is closed.
     explicit report_html(QIODevice* target);
 
     /// Opens an element that never stands without an end tag, as HTML asks.
@@ -50,10 +50,13 @@ public:
     void verbatim(const char* name, const char* content);
 
 private:
-    void label_cell(const QByteArray& name, attributes with);
+    void close();
+    void label_cell(QByteArrayView name, attributes with);
 
     QIODevice* device;
+    QString pending; ///< what the device did not get yet: it takes long over each of very many short pieces
     QXmlStreamWriter xml;
+    qsizetype depth = 0;  ///< elements that are open
     QStringList columns;  ///< of the table that is open
     qsizetype column = 0; ///< of the next cell
 };
