@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
+#include <set>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -54,25 +56,68 @@ std::optional<file_system_place> place_of(const fs::path& path)
     return place_on_file_system(QByteArray::fromStdString(path.string()));
 }
 
-/// True when a resolved path, which need not exist, is a directory or lies below it.
-bool is_in_directory(const fs::path& inner, const fs::path& outer)
+/// A directory and, where it is an overlay, its layers: what is written to any layer is seen in it.
+class guarded_directory
 {
-    // Directories are compared as such, not by their names: letter case and mounts make names unreliable.
-    for (fs::path place = inner;; place = place.parent_path()) {
-        std::error_code absent;
-        if (fs::equivalent(place, outer, absent)) {
-            return true;
-        }
-        require_told(absent, place, outer);
-        if (place == place.parent_path()) {
-            break;
+public:
+    explicit guarded_directory(const fs::path& directory) : layers{guarded(directory)}
+    {
+        if (const auto& place = layers.front().place; place && !place->lower.isEmpty()) {
+            for (const QByteArray& part : place->lower + QByteArrayList{place->upper}) {
+                layers.push_back(guarded(resolved(part.toStdString())));
+            }
         }
     }
-    // A part of the directory may be mounted elsewhere, and then none of the places on the way is the directory itself.
-    const auto inner_place = place_of(inner);
-    const auto outer_place = place_of(resolved(outer));
-    return inner_place && outer_place && inner_place->file_system == outer_place->file_system &&
-           is_at_or_below(inner_place->path, outer_place->path);
+
+    /// True when a resolved path, which need not exist, is the directory or lies below it.
+    bool holds(const fs::path& inner)
+    {
+        return std::any_of(layers.begin(), layers.end(), [&inner](layer& one) { return is_in(inner, one); });
+    }
+
+private:
+    struct layer
+    {
+        fs::path path;
+        std::optional<file_system_place> place;
+        std::set<fs::path> others; ///< that are known to be no part of it, nor any directory above them
+    };
+
+    static layer guarded(const fs::path& path) { return {path, place_of(resolved(path)), {}}; }
+
+    static bool is_in(const fs::path& inner, layer& outer)
+    {
+        // Directories are compared as such, not by their names: letter case and mounts make names unreliable.
+        std::vector<fs::path> way;
+        for (fs::path place = inner; !outer.others.contains(place); place = place.parent_path()) {
+            std::error_code absent;
+            if (fs::equivalent(place, outer.path, absent)) {
+                return true;
+            }
+            require_told(absent, place, outer.path);
+            way.push_back(place);
+            if (place == place.parent_path()) {
+                break;
+            }
+        }
+        outer.others.insert(way.begin(), way.end());
+        // A part of the directory may be mounted elsewhere, and then none of the places on the way is the directory
+        // itself.
+        const auto inner_place = place_of(inner);
+        return inner_place && outer.place && inner_place->file_system == outer.place->file_system &&
+               is_at_or_below(inner_place->path, outer.place->path);
+    }
+
+    std::vector<layer> layers;
+};
+
+bool lies_inside(const QString& path, guarded_directory& directory)
+{
+    const fs::path inner = resolved(native_path(path));
+    // What is written to an overlay is written to its upper layer.
+    const auto place = place_of(inner);
+    return directory.holds(inner) ||
+           (place && !place->upper.isEmpty() && directory.holds(resolved(place->upper.toStdString())));
 }
 
 void refuse_link(const QByteArray& path, const entry_facts& facts)
@@ -122,22 +167,8 @@ QString reason_for_no_directory(const QString& path)
 
 bool lies_inside(const QString& path, const QString& directory)
 {
-    const fs::path outer = native_path(directory);
-    const fs::path inner = resolved(native_path(path));
-    // What is written to an overlay is written to its upper layer, and what is written to any layer is seen in it.
-    std::vector<fs::path> written{inner};
-    if (const auto place = place_of(inner); place && !place->upper.isEmpty()) {
-        written.push_back(resolved(place->upper.toStdString()));
-    }
-    std::vector<fs::path> read{outer};
-    if (const auto place = place_of(resolved(outer)); place && !place->lower.isEmpty()) {
-        for (const QByteArray& layer : place->lower + QByteArrayList{place->upper}) {
-            read.push_back(resolved(layer.toStdString()));
-        }
-    }
-    return std::any_of(written.begin(), written.end(), [&read](const fs::path& to) {
-        return std::any_of(read.begin(), read.end(), [&to](const fs::path& from) { return is_in_directory(to, from); });
-    });
+    guarded_directory guarded(native_path(directory));
+    return lies_inside(path, guarded);
 }
 
 void keep_out_of_source(const QString& source, const result_paths& result, const QString& log_path)
@@ -153,8 +184,9 @@ void keep_out_of_source(const QString& source, const result_paths& result, const
             written.append(QFile::decodeName(point));
         }
     }
+    guarded_directory guarded(native_path(source));
     for (const QString& path : written) {
-        if (lies_inside(path, source)) {
+        if (lies_inside(path, guarded)) {
             const QString place = QFile::decodeName(resolved(native_path(path)).c_str());
             refuse(QStringLiteral("cannot write to %1: it lies inside the source %2, which is only read%3")
                        .arg(path, source, place == path ? QString() : QStringLiteral("; it leads to ") + place));
