@@ -8,9 +8,10 @@
 #include "host/files/file_tree.h"
 #include "host/text/display_text.h"
 
-#include <QStorageInfo>
+#include <QFile>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <tuple>
 
@@ -140,7 +141,9 @@ private:
     void require_room() const
     {
         const qint64 needed = quiet_stat(store.index).size + quiet_stat(store.index + "-wal").size + room_to_leave;
-        const qint64 free = QStorageInfo(request.scratch).bytesAvailable();
+        std::error_code unknown;
+        const std::filesystem::path scratch = QFile::encodeName(request.scratch).toStdString();
+        const auto free = static_cast<qint64>(std::filesystem::space(scratch, unknown).available); // -1 if unknown
         if (needed > free) {
             throw evidence_failure(QStringLiteral("%1: no room for its copy in %2: %3 needed, %4 free")
                                        .arg(display_text(below_source(store.index)), display_text(request.scratch),
