@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <map>
 #include <memory>
 
@@ -78,6 +79,7 @@ private:
     qint64 file_bytes = 0;
     evidence_limits limits;
     mutable qint64 end_of_work; ///< by the thread that reads
+    mutable std::chrono::steady_clock::time_point not_over_before;
     memory_limit memory;
     confined_files files;
     std::unique_ptr<sqlite3, closer> connection;
