@@ -168,7 +168,34 @@ std::unique_ptr<account_notes> begin_notes(run_plan& plan, copies_of_run& copies
                               copies.messages_in(source), std::move(extents), copies.messages()});
 }
 
-/// Waits for that, and for what was written since: only what is on the disk can be read back from it.
+/// Runs the plug-in and takes stock. As soon as everything is copied, it is begun to be flushed, and what needs no
+/// database is begun with. Returns the notes begun; nothing after a cancel.
+std::unique_ptr<account_notes> extract_and_take_stock(const plugin_library& library, run_plan& plan,
+                                                      copies_of_run& copies, progress_style style, run_record& record,
+                                                      std::future<void>& flushing)
+{
+    const QDate begun = QDate::currentDate();
+    std::unique_ptr<account_notes> notes;
+    // The disk and the other cores have something to do while the plug-in looks for accounts.
+    const auto go_on = [&] {
+        if (!flushing.valid()) {
+            flushing = begin_flush(plan);
+        }
+        notes = begin_notes(plan, copies, style, record);
+    };
+    const qint64 signalled_rows =
+        extract(library, plan.settings, style, {[&copies](const copied_file& file) { copies.take(file); }, go_on});
+    copies.tell(record);
+    add_errors(record, QStringList(clear_left_scratch(plan.result)));
+    if (!notes) {
+        go_on();
+    }
+    take_stock(plan, begun, signalled_rows, copies, record);
+    plan.seen = {}; // was before the run, and is a moment ago no more
+    return interruption::requested() ? nullptr : std::move(notes);
+}
+
+/// Waits for the flush, and for what was written since: only what is on the disk can be read back from it.
 void flush_copies(std::future<void>& begun, account_notes& notes, const run_plan& plan, run_record& record)
 try {
     if (begun.valid()) {
@@ -306,30 +333,11 @@ int run_command(const run_options& options)
 
     run_journal journal(plan.result, begin_record(options, plan, library, program_sha256));
     journal.begin([&] { remove_earlier_results(options, plan); });
-    const QDate begun = QDate::currentDate();
     copies_of_run copies(plan.result);
     const progress_style style = progress_style_for(options.quiet);
     std::future<void> flushing;
-    std::unique_ptr<account_notes> notes;
-    // The disk and the other cores have something to do while the plug-in looks for accounts.
-    const auto go_on = [&] {
-        if (!flushing.valid()) {
-            flushing = begin_flush(plan);
-        }
-        notes = begin_notes(plan, copies, style, journal.record());
-    };
-    const qint64 signalled_rows =
-        extract(library, plan.settings, style, {[&copies](const copied_file& file) { copies.take(file); }, go_on});
-    copies.tell(journal.record());
-    add_errors(journal.record(), QStringList(clear_left_scratch(plan.result)));
-    if (!notes) {
-        go_on();
-    }
-    take_stock(plan, begun, signalled_rows, copies, journal.record());
-    plan.seen = {}; // was before the run, and is a moment ago no more
-    if (interruption::requested()) {
-        notes.reset();
-    }
+    const std::unique_ptr<account_notes> notes =
+        extract_and_take_stock(library, plan, copies, style, journal.record(), flushing);
     if (notes) {
         // Not before: what is read under a memory limit of SQLite's, be it by the plug-in, is read alone, for the limit
         // holds for the whole process.
