@@ -8,6 +8,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
@@ -50,11 +51,11 @@ QString at_offset(const QString& reason, qint64 offset)
 
 copy_outcome copy_content(const quiet_file& file, int target, const evidence_limits& limits)
 {
-    // Not filled with zeros: most stores are far smaller.
-    QByteArray piece(piece_size, Qt::Uninitialized);
+    // Most stores are far smaller; one byte more shows that one has grown.
+    QByteArray piece(std::min(piece_size, qsizetype(file.facts.size) + 1), Qt::Uninitialized);
     copy_outcome done;
     while (!limits.cancelled()) {
-        const ssize_t got = ::read(file.descriptor.get(), piece.data(), std::size_t(piece_size));
+        const ssize_t got = ::read(file.descriptor.get(), piece.data(), std::size_t(piece.size()));
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -138,13 +139,14 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
     if (!resolved.isEmpty() && !is_at_or_below(resolved, resolved_path(source))) {
         throw evidence_failure(QStringLiteral("%1: a link on the way leads out of the source").arg(origin_text));
     }
-    for (const char* name : {whole_directory, alone_directory}) {
+    const auto make_directory = [&](const char* name) {
         const QByteArray directory = child_path(root, name);
         if (::mkdir(directory.constData(), S_IRWXU) != 0) {
             throw evidence_failure(problem_of(
                 path, QStringLiteral("cannot be copied: %1").arg(problem_of(directory, system_error_text(errno)))));
         }
-    }
+    };
+    make_directory(whole_directory);
     const copy_outcome database_copy = copy_file(path, copy_of, database(log_use::with_log), limits);
     if (!database_copy.error.isEmpty()) {
         throw evidence_failure(problem_of(path, database_copy.error));
@@ -176,6 +178,7 @@ evidence_copies::evidence_copies(const QByteArray& source, const QByteArray& pat
         }
     }
     if (log_found && limits.also_alone) {
+        make_directory(alone_directory);
         const copy_outcome second =
             copy_file(quiet_open(database(log_use::with_log)), database(log_use::alone), limits);
         if (!second.error.isEmpty()) {
