@@ -18,6 +18,9 @@ int main(int argc, char** argv)
     // By itself it would rise with what is given back, and lists that grow with the files would leave holes behind.
     constexpr int bytes_that_are_mapped = 131'072;
     ::mallopt(M_MMAP_THRESHOLD, bytes_that_are_mapped);
+    // Nor is the end of the memory given back and taken again with each directory.
+    constexpr int bytes_kept_at_the_end = 2'097'152;
+    ::mallopt(M_TRIM_THRESHOLD, bytes_kept_at_the_end);
     // One pool a core is enough, where each thread would begin one of its own and keep it.
     ::mallopt(M_ARENA_MAX, int(std::max(1U, std::thread::hardware_concurrency())));
 #endif
