@@ -90,7 +90,7 @@ evidence_database::evidence_database(const evidence_copies& copies, log_use use,
     , files(copies.directory(use))
 {
     sqlite3* opened = nullptr;
-    // The copy is opened for writing: SQLite folds a log in and rolls a journal back, which only a copy may suffer.
+    // The copy is opened for writing: SQLite rolls a journal back, which only a copy may suffer.
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_PRIVATECACHE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_EXRESCODE;
     const int code = sqlite3_open_v2(copies.database(use).constData(), &opened, flags, files.name());
     connection.reset(opened);

@@ -62,7 +62,7 @@ class guarded_directory
 public:
     explicit guarded_directory(const fs::path& directory) : layers{guarded(directory)}
     {
-        if (const auto& place = layers.front().place; place && !place->lower.isEmpty()) {
+        if (const auto place = layers.front().place; place && !place->lower.isEmpty()) {
             for (const QByteArray& part : place->lower + QByteArrayList{place->upper}) {
                 layers.push_back(guarded(resolved(part.toStdString())));
             }
