@@ -18,6 +18,10 @@ if(APPLE)
     set(CMAKE_INSTALL_RPATH "@loader_path/../${CMAKE_INSTALL_LIBDIR}")
 else()
     set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+    # Else the path of what is built is filled up with empty places for the installed one, and the loader takes an empty
+    # place for the working directory, which may be the evidence.
+    set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+    set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
 endif()
 
 # QString::operator+ and friends must not convert silently from 8-bit text of unknown encoding.

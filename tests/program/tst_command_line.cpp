@@ -7,6 +7,8 @@
 
 #include <csignal>
 
+#include <unistd.h>
+
 namespace {
 
 QStringList words(const QString& line)
@@ -149,6 +151,17 @@ private slots:
         QCOMPARE(copies.size(), is_known ? 1 : 0);
         QVERIFY(!is_known || copies[0].contains(own));
         QCOMPARE(run.errors.contains("left out by --user, of the users in the source: 1: ann\n"), is_known);
+    }
+
+    /// The working directory may be the evidence, and what lies there is not to be run.
+    void no_library_comes_from_the_working_directory()
+    {
+        const evidence_source source;
+        const QByteArray directory = QFile::encodeName(source.root());
+        write_file(source.root() + "libQt6Core.so.6", "no library");
+        const program_result told =
+            run_program({"--version"}, [&directory] { static_cast<void>(::chdir(directory.constData()) == 0); });
+        QVERIFY2(told.exit_code == 0, told.errors);
     }
 
     void signals_end_a_wait_data()
