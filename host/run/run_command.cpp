@@ -314,9 +314,10 @@ int finish_report(const run_plan& plan, bool as_json)
 
 int run_command(const run_options& options)
 {
-    // Beside what one core alone does until the source is walked.
-    std::future<QString> program_sha256 =
-        std::async(std::launch::async | std::launch::deferred, hex_sha256, QCoreApplication::applicationFilePath());
+    // Beside what one core alone does until the source is walked. The path has a name, since one that is moved to a
+    // thread is lost where none can be started.
+    const QString program = QCoreApplication::applicationFilePath();
+    std::future<QString> program_sha256 = std::async(std::launch::async | std::launch::deferred, hex_sha256, program);
     run_plan plan = prepare_run(options);
     if (plan.earlier == earlier_run::unreported) {
         return finish_report(plan, options.json);
