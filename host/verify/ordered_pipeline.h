@@ -14,6 +14,7 @@
 #include <functional>
 #include <limits>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -48,7 +49,7 @@ public:
         std::function<bool()> cancelled;                          ///< as often; true ends the work
     };
 
-    /// Starts as many threads, or fewer where there are fewer cores.
+    /// Starts as many threads, or fewer where there are fewer cores; where none can be started, the caller works.
     ordered_pipeline(foreseer foreseeing, worker completing, listener who_is_told,
                      int most_threads = std::numeric_limits<int>::max())
         : foresee_item(std::move(foreseeing))
@@ -57,7 +58,11 @@ public:
     {
         since_reported.start();
         for (int i = 0; i < std::min(most_threads, thread_count()); ++i) {
-            workers.emplace_back([this] { work(); });
+            try {
+                workers.emplace_back([this] { work(); });
+            } catch (const std::system_error&) {
+                break; // a machine without a thread to spare
+            }
         }
     }
 
@@ -154,7 +159,14 @@ private:
             if (under_way <= remaining) {
                 return true;
             }
-            front_done.wait_for(lock, report_interval, [this] { return window.front().done; });
+            if (!workers.empty()) {
+                front_done.wait_for(lock, report_interval, [this] { return window.front().done; });
+            } else {
+                complete_next(lock, own_tools);
+                if (stopped) {
+                    return false;
+                }
+            }
         }
     }
 
@@ -178,21 +190,27 @@ private:
             if (closed) {
                 return;
             }
-            // Neither taking from the front nor adding at the end moves the other elements of a deque.
-            slot& mine = window[next++];
-            lock.unlock();
-            std::size_t foreseen = 0;
-            for (std::size_t at = 0; at < mine.items.size(); ++at) {
-                for (; foreseen < std::min(mine.items.size(), at + items_ahead); ++foreseen) {
-                    foresee_item(mine.items[foreseen], tools);
-                }
-                complete(mine.items[at], tools);
+            complete_next(lock, tools);
+        }
+    }
+
+    /// Completes the items that no thread has taken yet and that one takes together.
+    void complete_next(std::unique_lock<std::mutex>& lock, pipeline_tools& tools)
+    {
+        // Neither taking from the front nor adding at the end moves the other elements of a deque.
+        slot& mine = window[next++];
+        lock.unlock();
+        std::size_t foreseen = 0;
+        for (std::size_t at = 0; at < mine.items.size(); ++at) {
+            for (; foreseen < std::min(mine.items.size(), at + items_ahead); ++foreseen) {
+                foresee_item(mine.items[foreseen], tools);
             }
-            lock.lock();
-            mine.done = true;
-            if (&mine == &window.front()) {
-                front_done.notify_one();
-            }
+            complete(mine.items[at], tools);
+        }
+        lock.lock();
+        mine.done = true;
+        if (&mine == &window.front()) {
+            front_done.notify_one();
         }
     }
 
@@ -204,6 +222,9 @@ private:
         complete_item(one, tools, [&](qint64 bytes) {
             counted += weight * bytes;
             half_bytes += weight * bytes;
+            if (std::this_thread::get_id() == calling_thread && !report()) {
+                stopped = true;
+            }
             return stopped.load();
         });
         // What was not read, because it cannot be or there is no copy, is done with all the same.
@@ -213,6 +234,7 @@ private:
     const foreseer foresee_item;
     const worker complete_item;
     const listener told;
+    const std::thread::id calling_thread = std::this_thread::get_id();
     const std::size_t items_ahead = std::size_t(std::clamp(foreseen_by_all / thread_count(), 2, 16));
     std::vector<item> gathered; ///< to be handed over at once
     qint64 bytes_gathered = 0;
@@ -228,5 +250,6 @@ private:
     std::atomic<qint64> half_bytes = 0; ///< twice the bytes done, so that source and copy can count half each
     qint64 files_done = 0;
     QElapsedTimer since_reported;
+    pipeline_tools own_tools; ///< of the calling thread, where it works
     std::vector<std::thread> workers;
 };

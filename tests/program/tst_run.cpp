@@ -1,4 +1,5 @@
 #include "tests/common/files.h"
+#include "tests/common/unprivileged.h"
 #include "tests/program/started_run.h"
 
 #include <QDir>
@@ -6,6 +7,8 @@
 #include <QJsonObject>
 #include <QLibraryInfo>
 #include <QTest>
+
+#include <sys/resource.h>
 
 namespace fs = std::filesystem;
 
@@ -157,6 +160,25 @@ private slots:
         QVERIFY2(!rows.contains(anna), "V10 is looked into without being asked for");
         QVERIFY(rows.contains(anna_imap) && rows.contains(ben));
         QCOMPARE(content_of(product(as_suite, "log.txt")).count("pub_extract_artifacts]:-- START"), 1);
+    }
+
+    void a_machine_without_a_thread_to_spare()
+    {
+        const evidence_source source;
+        add_two_users(source);
+        QVERIFY(QDir().mkpath(source.result()));
+        permit(source.root() + "..", 7);
+        permit(source.result(), 7);
+        const auto alone = [] {
+            as_nobody()();
+            const rlimit none{0, 0};
+            ::setrlimit(RLIMIT_NPROC, &none);
+        };
+        const program_result whole =
+            run_program({"run", "--source", source.root(), "--result", source.result(), "--json"}, alone);
+        QVERIFY2(whole.exit_code == 0 && whole.errors.isEmpty(), whole.errors);
+        QVERIFY(whole.json()["verification"]["whole"].toBool());
+        QCOMPARE(whole.json()["program"]["sha256"].toString().size(), 64);
     }
 
     void a_name_keeps_its_byte_order_mark()
