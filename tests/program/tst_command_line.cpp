@@ -1,5 +1,6 @@
 #include "tests/common/driven_program.h"
 #include "tests/common/evidence_source.h"
+#include "tests/common/files.h"
 
 #include <QDir>
 #include <QJsonObject>
