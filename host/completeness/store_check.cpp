@@ -19,9 +19,6 @@ namespace {
 
 constexpr qint64 room_to_leave = qint64(64) << 20;
 
-// More rows than a forged count may have room made for.
-constexpr qint64 most_reserved = 5'000'000;
-
 // Of messages of which the index could not tell more than that they are there, the rest is counted.
 constexpr qint64 most_told_by_number = 100'000;
 

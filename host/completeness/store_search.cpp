@@ -10,9 +10,6 @@
 
 namespace {
 
-// More messages than a forged count may have room made for.
-constexpr qint64 most_reserved = 5'000'000;
-
 // A store may have millions, which the memory should not.
 constexpr std::size_t most_remembered = 1000;
 

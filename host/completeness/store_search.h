@@ -9,6 +9,9 @@
 #include <mutex>
 #include <vector>
 
+/// For no more messages or rows than this is room made because of a count that may be forged.
+inline constexpr qint64 most_reserved = 5'000'000;
+
 /// Looks for the messages of one store; it may be begun before anyone can be told of absent attachments.
 class store_search
 {

@@ -156,12 +156,12 @@ template <typename visitor>
 int for_each_name(int directory, const visitor& take)
 {
 #ifdef Q_OS_MACOS
-    file_descriptor descriptor(::dup(directory));
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(descriptor.get()), ::closedir);
+    file_descriptor copy(::fcntl(directory, F_DUPFD_CLOEXEC, 0));
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(copy.is_open() ? ::fdopendir(copy.get()) : nullptr, ::closedir);
     if (!stream) {
         return errno;
     }
-    descriptor.release();
+    copy.release();
     errno = 0;
     while (const dirent* entry = ::readdir(stream.get())) {
         take(entry->d_name, entry->d_type);
