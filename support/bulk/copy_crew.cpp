@@ -26,6 +26,7 @@ copy_job::copy_job(walked_directory_ptr source_end, std::shared_ptr<const copy_d
     , destination_path(destination_end->path)
     , source(std::move(source_end))
     , destination(std::move(destination_end))
+    , asks_ahead(reads_on_demand(source->descriptor()))
     , ready(std::make_unique<std::atomic<bool>[]>(files.size()))
     , opened(std::make_unique<std::atomic<int>[]>(files.size()))
     , left(files.size())
@@ -53,7 +54,7 @@ bool copy_job::work(file_copier& copier)
 /// Opens the files after one that was begun and asks for their content, so that the disk always has something to do.
 void copy_job::ask_ahead(std::size_t begun)
 {
-    const std::size_t end = reads_on_demand() ? std::min(files.size(), begun + 1 + files_ahead) : 0;
+    const std::size_t end = asks_ahead ? std::min(files.size(), begun + 1 + files_ahead) : 0;
     while (asked.load(std::memory_order_relaxed) < end) {
         const std::size_t file = asked.fetch_add(1);
         // Whoever has begun meanwhile opens it himself.

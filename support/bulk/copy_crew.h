@@ -51,6 +51,7 @@ private:
     given_permissions permissions;
     walked_directory_ptr source;
     std::shared_ptr<const copy_directory_end> destination;
+    const bool asks_ahead; ///< for what follows the file in work
     std::unique_ptr<std::atomic<bool>[]> ready;
     std::unique_ptr<std::atomic<int>[]> opened; ///< sources that are open before their turn, -1 for none
     std::atomic<std::size_t> asked{0};          ///< the first file of which nothing was asked for yet

@@ -13,6 +13,8 @@
 #include <sys/resource.h>
 #else
 #include <linux/fs.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
 #endif
 
 namespace {
@@ -171,7 +173,7 @@ owned_descriptor open_source(int directory, const char* name, link_rule links)
     return open_at(directory, name, O_RDONLY | O_NONBLOCK | link_flag(links));
 }
 
-bool reads_on_demand()
+bool reads_on_demand(int)
 {
     return false;
 }
@@ -248,9 +250,10 @@ owned_descriptor open_source(int directory, const char* name, link_rule links)
     return open_quietly(directory, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | link_flag(links));
 }
 
-bool reads_on_demand()
+bool reads_on_demand(int directory)
 {
-    return true;
+    struct statfs system = {};
+    return ::fstatfs(directory, &system) != 0 || (system.f_type != TMPFS_MAGIC && system.f_type != RAMFS_MAGIC);
 }
 
 void ask_for_beginning(int descriptor)
