@@ -1,5 +1,7 @@
 #include "host/files/all_cores.h"
 
+#include <QThread>
+
 #include <algorithm>
 #include <atomic>
 #include <system_error>
@@ -8,8 +10,7 @@
 
 std::size_t core_count()
 {
-    static const std::size_t count = std::max(1U, std::thread::hardware_concurrency());
-    return count;
+    return std::size_t(std::max(1, QThread::idealThreadCount()));
 }
 
 void for_each_on_all_cores(std::size_t count, const std::function<void(std::size_t number)>& work,

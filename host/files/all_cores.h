@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <functional>
 
-/// Returns how many cores the machine has, at least one. The system is asked once: it opens a file for each answer.
+/// Returns how many cores this process may use now, at least one: a scheduler may give it few of many, or more later.
 std::size_t core_count();
 
 /// Calls `work` for every number below `count`, each once, in no order, by as many threads as there are cores; the
