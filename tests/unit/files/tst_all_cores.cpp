@@ -4,8 +4,11 @@
 
 #include <atomic>
 #include <set>
-#include <thread>
 #include <vector>
+
+#if defined(__linux__)
+#include <sched.h>
+#endif
 
 class tst_all_cores : public QObject
 {
@@ -33,7 +36,7 @@ private slots:
 
     void two_work_at_a_time()
     {
-        if (std::thread::hardware_concurrency() < 2) {
+        if (core_count() < 2) {
             QSKIP("one core");
         }
         // Neither of the first two ends before the other has begun.
@@ -47,6 +50,22 @@ private slots:
             1);
         QCOMPARE(begun.load(), 2);
     }
+
+#if defined(__linux__)
+    void cores_that_were_not_given_do_not_count()
+    {
+        cpu_set_t given;
+        QCOMPARE(::sched_getaffinity(0, sizeof given, &given), 0);
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(::sched_getcpu(), &one);
+        QCOMPARE(::sched_setaffinity(0, sizeof one, &one), 0);
+        const std::size_t kept_to_one = core_count();
+        QCOMPARE(::sched_setaffinity(0, sizeof given, &given), 0);
+        QCOMPARE(kept_to_one, std::size_t(1));
+        QCOMPARE(core_count(), std::size_t(CPU_COUNT(&given)));
+    }
+#endif
 };
 
 QTEST_APPLESS_MAIN(tst_all_cores)
