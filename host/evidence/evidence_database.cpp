@@ -257,7 +257,8 @@ QString evidence_database::first_damage(const char* name) const
     if (stack > largest_stack) {
         return QStringLiteral("%1 has too many pages to be checked").arg(QLatin1String(name));
     }
-    QString damage;
+    // What no thread was there for was not checked.
+    QString damage = QStringLiteral("%1 cannot be checked: no thread can be started for it").arg(QLatin1String(name));
     const qint64 left = end_of_work - thread_time();
     qint64 worked = 0;
     const auto check = [&] {

@@ -164,10 +164,19 @@ private slots:
         QCOMPARE(content_of(product(as_suite, "log.txt")).count("pub_extract_artifacts]:-- START"), 1);
     }
 
+    void a_machine_without_a_thread_to_spare_data()
+    {
+        QTest::addColumn<qsizetype>("store_size");
+        QTest::newRow("a store is checked") << qsizetype(1);
+        QTest::newRow("a store is not checked, as that takes a larger stack") << qsizetype(600'000);
+    }
+
     void a_machine_without_a_thread_to_spare()
     {
         const evidence_source source;
         add_two_users(source);
+        QFETCH(qsizetype, store_size);
+        source.add_store("ben", "2:other::" + QString(store_size, 'b'), {}, "Accounts3.sqlite");
         QVERIFY(QDir().mkpath(source.result()));
         permit(source.root() + "..", 7);
         permit(source.result(), 7);
@@ -179,7 +188,9 @@ private slots:
         };
         const program_result whole =
             run_program({"run", "--source", source.root(), "--result", source.result(), "--json"}, alone);
-        QVERIFY2(whole.exit_code == 0 && whole.errors.isEmpty(), whole.errors);
+        const bool is_checked = store_size == 1;
+        QVERIFY2(whole.exit_code == (is_checked ? 0 : 3) && whole.errors.isEmpty() == is_checked, whole.errors);
+        QCOMPARE(whole.errors.contains("Accounts3.sqlite: ZACCOUNT is damaged: ZACCOUNT cannot"), !is_checked);
         QVERIFY(whole.json()["verification"]["whole"].toBool());
         QCOMPARE(whole.json()["program"]["sha256"].toString().size(), 64);
     }
