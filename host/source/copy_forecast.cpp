@@ -65,6 +65,7 @@ copy_forecast forecast_copies(const QByteArray& source_root, const std::vector<Q
         const copy_walk::extent extent = walk.walk_mail_directory(mail_directory);
         trees += extent.tree;
         forecast.kept += extent.left_out;
+        forecast.kept += extent.directories;
         forecast.rooms_of_accounts.push_back(extent.accounts.room);
         forecast.scratch_copies.push_back(extent.accounts);
         forecast.trees.push_back(extent.tree);

@@ -19,8 +19,8 @@ struct copy_forecast
     std::vector<file_amount> copies;         ///< by Mail directory: the tree once, its account folders once more
     std::map<directory_identity, qint64> files_of_accounts; ///< by account folder; empty when not all could be counted
     std::vector<file_amount> scratch_copies;                ///< by Mail directory: the account folders alone
-    qint64 room_of_trees = 0;              ///< bytes that the files of the trees take in whole units of 4096
-    copy_walk::amount kept;                ///< the witnesses of the accounts, and the files that no copy takes
+    qint64 room_of_trees = 0; ///< bytes that the files of the trees take in whole units of 4096
+    copy_walk::amount kept;   ///< the witnesses of the accounts, the files that no copy takes, and directories
     std::vector<qint64> rooms_of_accounts; ///< by Mail directory: the account folders, which go to scratch
     std::vector<qint64> rooms_of_stores;   ///< the same for the account store, once for each Mail version
 };

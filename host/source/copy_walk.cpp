@@ -174,8 +174,7 @@ bool copy_walk::enter(open_directory inner)
         blocked.push_back({inner.path, listing.error, listing.error_number});
     }
     inner.entries = std::move(listing.entries);
-    // The copy of the directory itself takes room, too, which is none of its files'.
-    inner.sum.left_out += amount_of_directory();
+    inner.sum.directories += amount_of_directory();
     open.push_back(std::move(inner));
     return true;
 }
@@ -192,6 +191,7 @@ void copy_walk::add_to_parent(const extent& content, const QByteArray& name, boo
 {
     extent& sum = open.back().sum;
     sum.tree += content.tree;
+    sum.directories += content.directories;
     // The copy follows links; the search for account folders does not, but for a folder that is itself a link.
     if (!is_link) {
         sum.accounts += content.accounts;

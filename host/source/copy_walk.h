@@ -31,9 +31,10 @@ public:
     struct extent
     {
         amount tree;
+        amount directories; ///< the directory itself and those in it, be they empty
         amount accounts;    ///< the account folders below it, which are copied once more
         amount identifiers; ///< the folders directly in it that are named by an identifier
-        amount left_out;    ///< hidden and loose files, which the copy leaves; directories of both count here
+        amount left_out;    ///< hidden and loose files, which the copy leaves, and the directories of the hidden
     };
 
     /// Returns what the copy of one file takes.
