@@ -202,6 +202,9 @@ bool file_copier::transfer(int source, int copy, copy_outcome& outcome)
             outcome.result = copied_file::outcome::cancelled;
             return false;
         }
+        if (is_large) {
+            ask_behind(source, outcome.bytes, piece_bytes);
+        }
         const ssize_t got =
             ::read(source, piece, std::size_t(std::min(piece_bytes, outcome.source.size - outcome.bytes)));
         if (got < 0 && errno == EINTR) {

@@ -63,6 +63,7 @@ private:
     void copy_piece(char* piece, qint64 offset)
     {
         const qint64 wanted = std::min(piece_bytes, status.size - offset);
+        ask_behind(source, offset, piece_bytes);
         qint64 read = 0;
         while (read < wanted) {
             const ssize_t got = ::pread(source, piece + read, std::size_t(wanted - read), off_t(offset + read));

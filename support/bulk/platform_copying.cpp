@@ -180,6 +180,8 @@ bool reads_on_demand(int)
 
 void ask_for_beginning(int) {}
 
+void ask_behind(int, qint64, qint64) {}
+
 owned_descriptor create_nameless_file(int)
 {
     errno = ENOTSUP;
@@ -260,6 +262,13 @@ void ask_for_beginning(int descriptor)
 {
     constexpr off_t beginning = 262'144; // from there on the system sees that the file is read in order
     static_cast<void>(::posix_fadvise(descriptor, 0, beginning, POSIX_FADV_WILLNEED));
+}
+
+void ask_behind(int descriptor, qint64 offset, qint64 bytes)
+{
+    // What the system reads ahead by itself falls short on a disk that is being written to as well.
+    constexpr qint64 far_enough = qint64(16) << 20;
+    static_cast<void>(::posix_fadvise(descriptor, off_t(offset + far_enough), off_t(bytes), POSIX_FADV_WILLNEED));
 }
 
 owned_descriptor create_nameless_file(int directory)

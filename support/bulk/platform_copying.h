@@ -81,10 +81,12 @@ owned_descriptor open_directory(int directory, const char* name, link_rule links
 owned_descriptor open_destination(int directory, const char* name);
 /// Opens a file for reading, without changing its access time where that is permitted and without waiting for a pipe.
 owned_descriptor open_source(int directory, const char* name, link_rule links);
-/// True where ask_for_beginning() does something for the files of a directory: not where all lies in memory.
+/// True where asking does something for the files of a directory: not where all lies in memory.
 bool reads_on_demand(int directory);
 /// Asks the system to read the beginning of an open file without waiting for it.
 void ask_for_beginning(int descriptor);
+/// Asks the system, without waiting, for what a large file holds some way behind a piece that is about to be read.
+void ask_behind(int descriptor, qint64 offset, qint64 bytes);
 /// Stands for the directory that relative paths begin at.
 int current_directory();
 
