@@ -81,7 +81,7 @@ bool store_reader::is_there(const char* name)
         content.remarks.append(QStringLiteral("has no table %1").arg(QLatin1String(name)));
     }
     if (!table.damage.isEmpty()) {
-        add_problem(QStringLiteral("%1 is damaged: %2").arg(QLatin1String(name), table.damage));
+        add_problem(table.damage);
     }
     return table.exists;
 }

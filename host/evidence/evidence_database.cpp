@@ -237,11 +237,14 @@ evidence_table evidence_database::look_at(const char* name) const
 
 QString evidence_database::answer_of_check(const char* name) const
 {
+    const QLatin1String table(name);
     try {
         evidence_rows answer = select("PRAGMA quick_check(" + quoted(name) + ')');
-        return answer.next() && answer.bytes(0) != "ok" ? display_text(answer.text(0).simplified()) : QString();
+        const bool is_damaged = answer.next() && answer.bytes(0) != "ok";
+        return is_damaged ? QStringLiteral("%1 is damaged: %2").arg(table, display_text(answer.text(0).simplified()))
+                          : QString();
     } catch (const evidence_failure& failure) {
-        return failure.message();
+        return QStringLiteral("%1 cannot be checked: %2").arg(table, failure.message());
     }
 }
 

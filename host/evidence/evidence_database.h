@@ -20,7 +20,7 @@ struct evidence_table
 {
     bool exists = false;    ///< it is an ordinary table and may be read
     QString refusal;        ///< why it may not, when there is something else of its name ("is a view"); one line
-    QString damage;         ///< the first thing the check of its pages found; empty when it is sound
+    QString damage;         ///< what the check of its pages found first, or why there is none; empty when it is sound
     QByteArrayList columns; ///< as declared, in their order
 
     bool has(const char* column) const;
